@@ -1,0 +1,44 @@
+#include "obj/OBJAssert.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#if defined(__GLIBC__)
+// <cassert> declares it only in builds with assertions; this contract holds in every build.
+extern "C" [[noreturn]] void __assert_fail(const char* expression, const char* file, unsigned line,
+                                           const char* function) noexcept;
+#elif defined(__APPLE__)
+extern "C" [[noreturn]] void __assert_rtn(const char* function, const char* file, int line,
+                                          const char* expression);
+#endif
+
+namespace {
+
+OBJAssertionHandler sAssertionHandler = nullptr;
+
+[[noreturn]] void platformAssertionFailed(const char* function, const char* file, int line,
+                                          const char* expression) {
+#if defined(__GLIBC__)
+  __assert_fail(expression, file, static_cast<unsigned>(line), function);
+#elif defined(__APPLE__)
+  __assert_rtn(function, file, line, expression);
+#else
+  std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", file, line, function, expression);
+  std::abort();
+#endif
+}
+
+}  // namespace
+
+OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler) {
+  const OBJAssertionHandler previous = sAssertionHandler;
+  sAssertionHandler = handler;
+  return previous;
+}
+
+void WavefrontOBJ::OBJAssertionFailed(const char* function, const char* file, int line,
+                                      const char* expression) {
+  if (sAssertionHandler == nullptr) platformAssertionFailed(function, file, line, expression);
+  sAssertionHandler(function, file, line, expression);
+  std::abort();
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "KSmthExport.h"
+
+extern "C" {
+/// What a failed assertion of the OBJ model calls. It must not return: it ends the process, or leaves by an
+/// exception (which a plug-in call turns into its failure result). If it returns, the process is aborted.
+using OBJAssertionHandler = void (*)(const char* function, const char* file, int line,
+                                     const char* expression);
+
+/// Replaces the target of `OBJAssertionFailed` for a program that embeds the library.
+/// Null restores the default, the platform's assertion routine. Answers the previous target, null for the
+/// default. Meant to be called once, before the first call into the library.
+KSMTH_API OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler);
+}
+
+namespace WavefrontOBJ {
+
+/// Ends the process because an invariant of the OBJ model is broken: an index past the allocated blocks, an
+/// 89th corner, a 257th smoothing group, an output file that cannot be opened.
+/// `function`, `file`, `line` and `expression` are the fixed texts that the host's crash reports are matched
+/// by; they do not follow this source tree.
+[[noreturn]] KSMTH_API void OBJAssertionFailed(const char* function, const char* file, int line,
+                                               const char* expression);
+
+}  // namespace WavefrontOBJ

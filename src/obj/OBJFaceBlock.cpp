@@ -1,0 +1,141 @@
+#include "obj/OBJFaceBlock.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <type_traits>
+
+namespace WavefrontOBJ {
+namespace {
+
+std::uint32_t* copyCorners(std::uint32_t* out, const std::uint32_t* from, std::uint32_t count) {
+  std::memcpy(out, from, count * sizeof *out);
+  return out + count;
+}
+
+void fill(OBJFace& face, const OBJFaceView& view, const OBJFaceGeometry& geometry) {
+  face.vertexCount = view.vertexCount;
+  copyCorners(face.vertexIndex, view.vertexIndex, view.vertexCount);
+  const auto copyOrZero = [&view](std::uint32_t* out, const std::uint32_t* from) {
+    if (from != nullptr) {
+      copyCorners(out, from, view.vertexCount);
+    } else {
+      std::fill_n(out, view.vertexCount, 0U);
+    }
+  };
+  copyOrZero(face.textureIndex, view.textureIndex);
+  copyOrZero(face.normalIndex, view.normalIndex);
+  face.hasTexture = view.hasTexture ? 1 : 0;
+  face.hasNormal = view.hasNormal ? 1 : 0;
+  face.smoothingGroup = view.smoothingGroup;
+  face.materialIndex = view.materialIndex;
+  face.normal = geometry.normal;
+  face.center = geometry.center;
+  face.reserved = geometry.reserved;
+}
+
+}  // namespace
+
+std::unique_ptr<OBJFaceBlock> OBJFaceBlock::create(std::uint32_t blockSize) {
+  static_assert(std::is_trivially_copyable_v<Header> && sizeof(Header) == 16);
+  static_assert(std::is_trivially_copyable_v<OBJFaceGeometry> && sizeof(OBJFaceGeometry) == 36);
+  std::unique_ptr<OBJFaceBlock> block(new (std::nothrow) OBJFaceBlock(blockSize));
+  if (block == nullptr) return nullptr;
+  block->headers_.reset(static_cast<Header*>(std::calloc(blockSize, sizeof(Header))));
+  block->geometries_.reset(static_cast<OBJFaceGeometry*>(std::calloc(blockSize, sizeof(OBJFaceGeometry))));
+  // Room for a block of textured quads with normals. What stays unused is never touched.
+  const bool complete = block->headers_ != nullptr && block->geometries_ != nullptr &&
+                        blockSize <= UINT32_MAX / 12 && block->reserveCorners(blockSize * 12);
+  if (!complete) return nullptr;
+  return block;
+}
+
+bool OBJFaceBlock::reserveCorners(std::uint32_t wanted) {
+  if (wanted <= cornerCapacity_) return true;
+  const std::uint64_t capacity = std::max<std::uint64_t>(wanted, std::uint64_t{cornerCapacity_} * 2);
+  if (capacity > SIZE_MAX / sizeof(std::uint32_t) || capacity > UINT32_MAX) return false;
+  void* larger = std::realloc(corners_.get(), static_cast<std::size_t>(capacity) * sizeof(std::uint32_t));
+  if (larger == nullptr) return false;
+  static_cast<void>(corners_.release());
+  corners_.reset(static_cast<std::uint32_t*>(larger));
+  cornerCapacity_ = static_cast<std::uint32_t>(capacity);
+  return true;
+}
+
+bool OBJFaceBlock::append(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
+  if (records_ != nullptr) {
+    fill(records_[used_++], face, geometry);
+    return true;
+  }
+  const bool storesTexture = face.textureIndex != nullptr;
+  const bool storesNormal = face.normalIndex != nullptr;
+  const std::uint32_t words = face.vertexCount * (1U + (storesTexture ? 1U : 0U) + (storesNormal ? 1U : 0U));
+  if (cornerCount_ + words > cornerCapacity_ && !reserveCorners(cornerCount_ + words)) return false;
+
+  std::uint32_t* out = copyCorners(corners_.get() + cornerCount_, face.vertexIndex, face.vertexCount);
+  if (storesTexture) out = copyCorners(out, face.textureIndex, face.vertexCount);
+  if (storesNormal) copyCorners(out, face.normalIndex, face.vertexCount);
+
+  Header& header = headers_[used_];
+  header.firstCorner = cornerCount_;
+  header.smoothingGroup = face.smoothingGroup;
+  header.materialIndex = face.materialIndex;
+  header.vertexCount = static_cast<std::uint8_t>(face.vertexCount);
+  header.hasTexture = face.hasTexture;
+  header.hasNormal = face.hasNormal;
+  header.storesTexture = storesTexture;
+  header.storesNormal = storesNormal;
+  geometries_[used_] = geometry;
+  cornerCount_ += words;
+  ++used_;
+  return true;
+}
+
+OBJFaceView OBJFaceBlock::view(std::uint32_t slot) const {
+  if (slot >= used_ && records_ == nullptr) return {};
+  if (records_ != nullptr) return OBJFaceView::of(records_[slot]);
+  const Header& header = headers_[slot];
+  OBJFaceView view;
+  view.vertexCount = header.vertexCount;
+  const std::uint32_t* corners = corners_.get() + header.firstCorner;
+  view.vertexIndex = corners;
+  if (header.storesTexture) view.textureIndex = corners += header.vertexCount;
+  if (header.storesNormal) view.normalIndex = corners + header.vertexCount;
+  view.smoothingGroup = header.smoothingGroup;
+  view.materialIndex = header.materialIndex;
+  view.hasTexture = header.hasTexture;
+  view.hasNormal = header.hasNormal;
+  return view;
+}
+
+OBJFaceGeometry OBJFaceBlock::geometry(std::uint32_t slot) const {
+  if (records_ != nullptr) {
+    const OBJFace& face = records_[slot];
+    return {face.normal, face.center, face.reserved};
+  }
+  return slot < used_ ? geometries_[slot] : OBJFaceGeometry{};
+}
+
+void OBJFaceBlock::setNormalAndCenter(std::uint32_t slot, const OBJVector& normal, const OBJVector& center) {
+  if (records_ != nullptr) {
+    records_[slot].normal = normal;
+    records_[slot].center = center;
+  } else if (slot < used_) {
+    geometries_[slot].normal = normal;
+    geometries_[slot].center = center;
+  }
+}
+
+OBJFace& OBJFaceBlock::record(std::uint32_t slot) {
+  if (records_ == nullptr) {
+    auto records = std::make_unique<OBJFace[]>(blockSize_);
+    for (std::uint32_t i = 0; i < used_; ++i) fill(records[i], view(i), geometry(i));
+    records_ = std::move(records);
+    headers_.reset();
+    geometries_.reset();
+    corners_.reset();
+  }
+  return records_[slot];
+}
+
+}  // namespace WavefrontOBJ

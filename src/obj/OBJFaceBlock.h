@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "KSmthExport.h"
+#include "obj/OBJFaceView.h"
+
+namespace WavefrontOBJ {
+
+/// A fixed number of faces in one of two forms that only this class knows.
+///
+/// Packed, as faces are read: per face a header and only the corners in use, about 100 bytes for a textured
+/// quad with normals where the flat record takes 1.1 KB. Flat, from the first `record` on: real `OBJFace`
+/// records, which then are the truth and never move.
+class KSMTH_API OBJFaceBlock {
+ public:
+  /// Null when there is no memory for a packed block of `blockSize` faces.
+  static std::unique_ptr<OBJFaceBlock> create(std::uint32_t blockSize);
+
+  /// Appends a face; there are fewer than `blockSize` yet. Flags and vertex count are kept as 0/1 and 0..88.
+  /// False, with nothing changed, when there is no memory for its corners.
+  bool append(const OBJFaceView& face, const OBJFaceGeometry& geometry);
+
+  /// The face in `slot`; one without corners for a slot that is not used.
+  OBJFaceView view(std::uint32_t slot) const;
+  OBJFaceGeometry geometry(std::uint32_t slot) const;
+  void setNormalAndCenter(std::uint32_t slot, const OBJVector& normal, const OBJVector& center);
+
+  /// The flat record in `slot`, below the block size. The first call turns the block flat, unused slots
+  /// included. Throws std::bad_alloc, the block is then as it was.
+  OBJFace& record(std::uint32_t slot);
+
+ private:
+  struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+  };
+  template <class T>
+  using Buffer = std::unique_ptr<T[], Free>;
+
+  // What queries over all faces read, apart from the geometry that they do not. A face's corners are its
+  // vertex indices, then its texture indices, then its normal indices, the latter two where stored.
+  struct Header {
+    std::uint32_t firstCorner;
+    std::uint32_t smoothingGroup;
+    std::int32_t materialIndex;
+    std::uint8_t vertexCount;
+    bool hasTexture : 1;
+    bool hasNormal : 1;
+    bool storesTexture : 1;
+    bool storesNormal : 1;
+  };
+
+  explicit OBJFaceBlock(std::uint32_t blockSize) : blockSize_(blockSize) {}
+  bool reserveCorners(std::uint32_t wanted);
+
+  std::uint32_t blockSize_;
+  std::uint32_t used_ = 0;
+  std::uint32_t cornerCount_ = 0;
+  std::uint32_t cornerCapacity_ = 0;
+  Buffer<Header> headers_;
+  Buffer<OBJFaceGeometry> geometries_;
+  Buffer<std::uint32_t> corners_;
+  std::unique_ptr<OBJFace[]> records_;  ///< set once the block is flat; the packed buffers are then empty
+};
+
+}  // namespace WavefrontOBJ

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "obj/OBJModel.h"
+#include "obj/text/TextSource.h"
+
+namespace WavefrontOBJ {
+
+class OBJTokenStream;
+
+/// Longest line; the rest of a longer one is read as the next line.
+inline constexpr std::size_t kMaxLineCharacters = 1024;
+
+/// How an OBJ file is read. The defaults are the fastest; the result does not depend on them.
+struct OBJReadOptions {
+  bool fastPath = true;                  ///< read well-formed lines without the line buffer
+  std::size_t blockBytes = 256U * 1024;  ///< bytes asked of the file at a time
+};
+
+/// One read of an OBJ file into a model: the state between lines and the work on each kind of line.
+///
+/// Every line can be read by the exact path, which works on a copy of the line with the rules of C-locale
+/// streams and `sscanf`. Well-formed "v", "vt", "vn" and "f" lines take a fast path through the file's bytes
+/// instead; it either takes in the whole line, with the same outcome, or leaves everything as it was.
+class OBJReader {
+ public:
+  OBJReader(OBJModel& model, std::string path, bool strict, const OBJReadOptions& options = {});
+
+  /// See `OBJModel::read`.
+  bool read();
+
+ private:
+  /// What became of a line.
+  enum class Outcome : std::uint8_t { nextLine, readFailed };
+
+  // Exact path.
+  void takeLine();
+  Outcome readLine();
+  void readVector();
+  void readGroups();
+  Outcome readFace();
+  Outcome readMaterialName();
+  void readSmoothingGroup();
+  Outcome readMaterialLibrary();
+  Outcome readUnknownLine();
+  Outcome dropFace();
+  bool resolve(std::int32_t fileIndex, std::uint32_t count, const char* zeroText, const char* beyondText,
+               std::uint32_t& index);
+
+  // Fast path, in OBJReaderFast.cpp. Each answers whether it took the line.
+  bool takeFastLine();
+  bool takeFastVector(const char* line, const char* text, OBJVectorArray& target, bool twoSuffice);
+  bool takeFastFace(const char* line);
+  template <bool kTexture, bool kNormal>
+  bool takeFastCorners(const char* line, const char* text);
+  static const char* fastLineEnd(const char* line, const char* text);
+  void takeThrough(const char* lineFeed);
+
+  void fillSource();
+  std::string& token();
+  std::string_view textAfter(std::size_t characters) const;
+  void addFace(const OBJFaceView& face);
+  void addVector(OBJVectorArray& target, const float (&values)[3]);
+  void note(OBJReadNote::Kind kind, std::string_view text);
+
+  OBJModel& model_;
+  const std::string path_;
+  const std::string directory_;
+  const bool strict_;
+  const bool fastPath_;
+  OBJTextSource source_;
+
+  std::string line_;                ///< the current line as a C string sees it, its keyword in lower case
+  std::size_t lineNumber_ = 0;      ///< of `line_`, from 1
+  std::size_t nextLineNumber_ = 1;  ///< of the line that begins at the source's position
+
+  std::unordered_map<std::string, std::int32_t> materials_;  ///< first material of each name
+  std::vector<std::string> groupNames_{"default"};
+  std::vector<OBJElementList*> groupLists_;  ///< lists of `groupNames_`, empty until a face needs them
+  std::int32_t materialIndex_ = -1;
+  std::uint32_t smoothingGroup_ = 0;
+  float scratch_[3] = {0.0F, 0.0F, 0.0F};
+
+  // The token that all kinds of line share. A fast face line only notes where its last corner stands; the
+  // text is copied when somebody asks or before the bytes move.
+  std::string token_;
+  std::string_view fastToken_;
+};
+
+}  // namespace WavefrontOBJ

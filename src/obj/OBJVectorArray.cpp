@@ -1,0 +1,47 @@
+#include "obj/OBJVectorArray.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "obj/OBJAssert.h"
+
+namespace WavefrontOBJ {
+
+OBJVector& OBJVectorArray::slot(std::uint32_t index) const {
+  OBJVector* element = find(index);
+  if (element == nullptr) OBJAssertionFailed("operator[]", "OBJVectorArray", 61, "0");
+  return *element;
+}
+
+bool OBJVectorArray::Contains(const OBJVector& vector) const {
+  std::uint32_t left = count;
+  for (const OBJVector* block : blocks) {
+    const OBJVector* end = block + std::min(left, blockSize);
+    const auto equals = [&vector](const OBJVector& v) {
+      return v.x == vector.x && v.y == vector.y && v.z == vector.z && v.w == vector.w;
+    };
+    if (std::find_if(block, end, equals) != end) return true;
+    left -= static_cast<std::uint32_t>(end - block);
+  }
+  return false;
+}
+
+bool OBJVectorArray::IsSubsetOf(const OBJVectorArray& other) const {
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (!other.Contains(*find(i))) return false;
+  }
+  return count > 0;
+}
+
+void OBJVectorArray::ExtractVertices(void* destination) const {
+  auto* out = static_cast<unsigned char*>(destination);
+  std::uint32_t left = count;
+  for (const OBJVector* block : blocks) {
+    const std::uint32_t used = std::min(left, blockSize);
+    std::memcpy(out, block, std::size_t{used} * sizeof(OBJVector));
+    out += std::size_t{used} * sizeof(OBJVector);
+    left -= used;
+  }
+}
+
+}  // namespace WavefrontOBJ

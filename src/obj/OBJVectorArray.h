@@ -1,0 +1,42 @@
+#pragma once
+
+#include "KSmthExport.h"
+#include "obj/OBJBasic.h"
+#include "obj/OBJBlockArray.h"
+
+namespace WavefrontOBJ {
+
+/// Positions, normals or texture coordinates in blocks that never move.
+class KSMTH_API OBJVectorArray : public OBJBlockArray<OBJVector> {
+ public:
+  explicit OBJVectorArray(std::uint32_t blockSize_) : OBJBlockArray(blockSize_) {}
+
+  /// Appends a copy. False, with nothing changed, when a new block cannot be obtained.
+  bool push_back(const OBJVector& element) { return append(element); }
+
+  /// The element at `index`. Only the block is checked: an index past `count` inside the last block answers
+  /// the unwritten slot, callers compare with `count`. An index in a block that does not exist fails the
+  /// assertion.
+  OBJVector& operator[](std::uint32_t index) { return slot(index); }
+  const OBJVector& operator[](std::uint32_t index) const { return slot(index); }
+
+  /// The element at `index`, or `gZeroVector` when `index` is at or past `count`. Faces may name positions
+  /// that the file never gave.
+  const OBJVector& elementOrZero(std::uint32_t index) const {
+    return index < count ? *find(index) : gZeroVector;
+  }
+
+  /// True if an element equals `vector` in all four components (exact comparison). Scans in index order.
+  bool Contains(const OBJVector& vector) const;
+  /// True if this array holds at least one element and each of its elements occurs in `other`.
+  /// Costs this count x the other count comparisons at worst.
+  bool IsSubsetOf(const OBJVectorArray& other) const;
+  /// Copies every element in index order, 16 bytes (four floats) each. `destination` has room for
+  /// count x 16 bytes; its size is not tested.
+  void ExtractVertices(void* destination) const;
+
+ private:
+  OBJVector& slot(std::uint32_t index) const;
+};
+
+}  // namespace WavefrontOBJ

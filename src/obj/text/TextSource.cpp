@@ -1,0 +1,41 @@
+#include "obj/text/TextSource.h"
+
+#include <cstring>
+
+#include "obj/text/FastNumber.h"
+
+namespace WavefrontOBJ {
+
+OBJTextSource::OBJTextSource(std::size_t blockBytes, std::size_t lookahead)
+    : blockBytes_(blockBytes),
+      lookahead_(lookahead),
+      buffer_(lookahead + blockBytes + 1 + kFastNumberOverread),
+      begin_(buffer_.data()),
+      end_(buffer_.data()) {}
+
+bool OBJTextSource::open(const std::string& path) {
+  file_.reset(std::fopen(path.c_str(), "r"));
+  if (file_ == nullptr) return false;
+  // The blocks are large enough; a second buffer would only copy them.
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);
+  fill();
+  // Some platforms open a folder and only fail to read it.
+  return begin_ != end_ || std::ferror(file_.get()) == 0;
+}
+
+void OBJTextSource::fill() {
+  char* const base = buffer_.data();
+  std::size_t held = static_cast<std::size_t>(end_ - begin_);
+  std::memmove(base, begin_, held);
+  while (held < lookahead_ && !atFileEnd_) {
+    const std::size_t got = std::fread(base + held, 1, blockBytes_, file_.get());
+    held += got;
+    // A read error in the middle ends the text, as it ends a character-wise read.
+    atFileEnd_ = got < blockBytes_;
+  }
+  base[held] = '\n';
+  begin_ = base;
+  end_ = base + held;
+}
+
+}  // namespace WavefrontOBJ

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace WavefrontOBJ {
+
+/// The bytes of a file, read in large blocks and seen through a window that always reaches far enough ahead
+/// for the longest line.
+class OBJTextSource {
+ public:
+  /// `blockBytes`: bytes asked of the file at a time; `lookahead`: bytes that `fill` makes visible.
+  OBJTextSource(std::size_t blockBytes, std::size_t lookahead);
+
+  /// Opens the file at `path` for reading. False when it cannot be opened or, like a folder, cannot be read.
+  bool open(const std::string& path);
+
+  /// First byte not yet taken.
+  const char* begin() const { return begin_; }
+  /// End of the bytes in the window. A line feed and readable bytes for `kFastNumberOverread` stand behind
+  /// it, so that a scan for the end of a line needs no bounds test.
+  const char* end() const { return end_; }
+  /// Moves `begin` forward to `position`.
+  void take(const char* position) { begin_ = position; }
+  /// Fewer bytes than the lookahead are left although the file has more: `fill` is due.
+  bool needsFill() const { return static_cast<std::size_t>(end_ - begin_) < lookahead_ && !atFileEnd_; }
+  /// Reads on until the window holds the lookahead or the file ends. Moves the window: pointers into it are
+  /// void afterwards.
+  void fill();
+
+ private:
+  struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  std::size_t blockBytes_;
+  std::size_t lookahead_;
+  std::vector<char> buffer_;
+  const char* begin_ = nullptr;
+  const char* end_ = nullptr;
+  bool atFileEnd_ = false;
+  std::unique_ptr<std::FILE, Close> file_;
+};
+
+}  // namespace WavefrontOBJ

@@ -1,0 +1,173 @@
+#include "plugin/KOBJRev01.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "obj/OBJModel.h"
+
+using WavefrontOBJ::OBJModel;
+
+OBJModel* gOBJModel = nullptr;
+
+void KOBJRev01Priv::HelloWorldPriv(const char* text) {
+  std::printf("%s\n", text != nullptr ? text : "");
+}
+
+void KOBJRev01::HelloWorld(const char* text) {
+  std::make_unique<KOBJRev01Priv>()->HelloWorldPriv(text);
+}
+
+namespace {
+
+/// An index that no table has.
+constexpr std::uint32_t kNoIndex = UINT32_MAX;
+
+/// What all calls make of a number that carries an index: truncated toward zero, of the result the low 32
+/// bits, so that a number in (-1, 0) is 0 and one of -1 or less wraps round to a huge index. NaN and numbers
+/// past 64 bits give the largest index.
+std::uint32_t indexFromNumber(double number) {
+  constexpr double kTwoTo63 = 9223372036854775808.0;
+  if (!(number >= -kTwoTo63 && number < kTwoTo63)) return kNoIndex;
+  return static_cast<std::uint32_t>(static_cast<std::int64_t>(number));
+}
+
+void freeModel() {
+  delete gOBJModel;
+  gOBJModel = nullptr;
+}
+
+std::uint32_t groupCount() {
+  return static_cast<std::uint32_t>(gOBJModel->_groupNames.size());
+}
+
+/// Copies the text into the host's buffer, which has room for it.
+void answer(char* block1, std::string_view text) {
+  if (block1 == nullptr) return;
+  std::memcpy(block1, text.data(), text.size());
+  block1[text.size()] = '\0';
+}
+
+/// The work of a call with every exception turned into the call's failure.
+template <class Work>
+float guarded(float failure, Work work) {
+  try {
+    return work();
+  } catch (...) {
+    return failure;
+  }
+}
+
+constexpr float status(bool success) {
+  return success ? 0.0F : -1.0F;
+}
+
+/// `OBJModel::read` with an allocation failure as one more reason for a failed read.
+bool readModel(OBJModel& model, const char* path) {
+  try {
+    return model.read(path, false);
+  } catch (const std::bad_alloc&) {
+    model._errorMessage = "Not enough memory.";
+    return false;
+  }
+}
+
+}  // namespace
+
+KSMTH_CALL(Version) {
+  return 1.3F;
+}
+
+KSMTH_CALL(LoadOBJFile) {
+  freeModel();
+  if (text == nullptr) return 0.0F;
+  return guarded(-1.0F, [&] {
+    gOBJModel = new (std::nothrow) OBJModel(true);
+    if (gOBJModel == nullptr) return 0.0F;
+    if (readModel(*gOBJModel, text)) return static_cast<float>(groupCount());
+    if (!gOBJModel->_errorMessage.empty()) answer(block1, gOBJModel->_errorMessage);
+    freeModel();
+    return -1.0F;
+  });
+}
+
+KSMTH_CALL(FreeOBJModel) {
+  freeModel();
+  return 0.0F;
+}
+
+KSMTH_CALL(ReplaceOBJVertices) {
+  if (gOBJModel == nullptr || text == nullptr || *text == '\0') return -1.0F;
+  return guarded(-1.0F, [&] {
+    OBJModel other(true);
+    if (!readModel(other, text)) return -2.0F;
+    return gOBJModel->SwapVertices(other) ? 0.0F : -3.0F;
+  });
+}
+
+KSMTH_CALL(GetOBJInfo) {
+  if (gOBJModel == nullptr || text == nullptr) return 0.0F;
+  const std::string_view key = text;
+  if (key == "vertexCount") return static_cast<float>(gOBJModel->_vertices->count);
+  if (key == "faceCount") return static_cast<float>(gOBJModel->_faces->count);
+  if (key == "groupCount") return static_cast<float>(groupCount());
+  if (key == "smoothGroupCount") return static_cast<float>(gOBJModel->_smoothingGroupCount);
+  // Not -1 as elsewhere: scripts ask for counts that other versions of the library may not have.
+  return 0.0F;
+}
+
+KSMTH_CALL(GetOBJGroupInfo) {
+  const std::uint32_t n = indexFromNumber(number);
+  if (gOBJModel == nullptr || text == nullptr || !(number > 0.0) || n > groupCount()) return -1.0F;
+  const std::string_view key = text;
+  return guarded(-1.0F, [&] {
+    if (key == "name") {
+      if (block1 == nullptr) return -2.0F;
+      // A number in (0, 1) passes the range test and addresses no group.
+      if (n == 0) return -1.0F;
+      answer(block1, gOBJModel->_groupNames[n - 1]);
+      return 0.0F;
+    }
+    if (key == "vertexCount") {
+      std::uint32_t start = 0;
+      return static_cast<float>(gOBJModel->GetGroupVertexRange(n - 1, start));
+    }
+    return -1.0F;
+  });
+}
+
+KSMTH_CALL(GetOBJSmoothGroupInfo) {
+  if (gOBJModel == nullptr || text == nullptr) return -1.0F;
+  const std::string_view key = text;
+  const std::uint32_t count = gOBJModel->_smoothingGroupCount;
+  if (key == "count") return static_cast<float>(count);
+  if (key != "value" || !(number > 0.0)) return -1.0F;
+  // A number in (0, 1) wraps round to an index that no table has.
+  const std::uint32_t i = indexFromNumber(number) - 1;
+  if (i > count) return -1.0F;
+  // One past the end answers 0: scripts walk the table until they meet it.
+  return i == count ? 0.0F : static_cast<float>(gOBJModel->_smoothingGroups[i]);
+}
+
+KSMTH_CALL(ExportOBJGroup) {
+  const std::uint32_t n = indexFromNumber(number);
+  if (gOBJModel == nullptr || text == nullptr || n > groupCount()) return -1.0F;
+  return guarded(-1.0F, [&] {
+    if (n == 0) return status(gOBJModel->write(text, true, nullptr));
+    if (!(number > 0.0)) return -1.0F;
+    return status(gOBJModel->WriteGroup(text, n - 1, nullptr));
+  });
+}
+
+KSMTH_CALL(ExportOBJSmoothGroup) {
+  const std::uint32_t n = indexFromNumber(number);
+  if (gOBJModel == nullptr || text == nullptr || !(number > 0.0)) return -1.0F;
+  const std::uint32_t count = gOBJModel->_smoothingGroupCount;
+  if (n > count) return -1.0F;
+  // A number in (0, 1) stands for the faces outside every smoothing group; scripts use 0.5.
+  const std::uint32_t group = n - 1 < count ? gOBJModel->_smoothingGroups[n - 1] : 0;
+  return guarded(-1.0F, [&] { return status(gOBJModel->WriteSmoothingGroup(text, group, nullptr)); });
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+
+#include "KSmthExport.h"
+
+namespace WavefrontOBJ {
+class OBJModel;
+}
+
+/// The one current model: null until a `LoadOBJFile` succeeds, destroyed by the next one, by a failed one and
+/// by `FreeOBJModel`. Nothing frees it at unload. Not guarded: the host calls from its script thread alone.
+KSMTH_API extern WavefrontOBJ::OBJModel* gOBJModel;
+
+/// A smoke test that a host or linker finds the library's classes.
+class KSMTH_API KOBJRev01 {
+ public:
+  /// Writes the text and a line end to standard output.
+  void HelloWorld(const char* text);
+};
+
+class KSMTH_API KOBJRev01Priv {
+ public:
+  void HelloWorldPriv(const char* text);
+};
+
+// The plug-in calls, found by their plain names. Every call takes the same arguments and answers one float.
+//
+//   text        a path or a key word, NUL-terminated, may be null; key words are compared whole and as they
+//   are number      an index from 1 or nothing; see `indexFromNumber` in KOBJRev01.cpp for what becomes of it
+//   block1      receives text answers, NUL-terminated, without a limit: a path, a group name or an error text
+//               must fit; may be null
+//   unused1..3  what the host puts there is not read
+//   hostData    the host's table of object pointers, read by the mesh calls alone
+//
+// 0 is success, a negative number a failure; calls that answer with a value return it as it is, so that
+// counts above 2^24 lose precision. No exception leaves a call.
+#define KSMTH_CALL(name)                                                                               \
+  KSMTH_API float name([[maybe_unused]] const char* text, [[maybe_unused]] double number,              \
+                       [[maybe_unused]] char* block1, [[maybe_unused]] std::uint32_t unused1,          \
+                       [[maybe_unused]] std::uint32_t unused2, [[maybe_unused]] std::uint32_t unused3, \
+                       [[maybe_unused]] void* hostData)
+
+extern "C" {
+
+/// 1.3, whatever the arguments.
+KSMTH_CALL(Version);
+
+/// Reads the OBJ file `text` as the current model; the one before is freed first, whatever happens.
+/// Answers the number of groups, which is 0 for a file without groups; 0 without a model for a null path; -1
+/// for a file that cannot be read, with the reason in `block1`.
+KSMTH_CALL(LoadOBJFile);
+
+/// Frees the current model, if any. Answers 0.
+KSMTH_CALL(FreeOBJModel);
+
+/// Gives the current model the vertex positions of the OBJ file `text`. Answers 0; -1 without a model or a
+/// path; -2 when the file cannot be read; -3 when its vertex count is another one.
+KSMTH_CALL(ReplaceOBJVertices);
+
+/// Answers the count that the key `text` names: "vertexCount", "faceCount", "groupCount",
+/// "smoothGroupCount". 0 without a model and for any other key.
+KSMTH_CALL(GetOBJInfo);
+
+/// For group `number`, from 1: key "name" copies its name into `block1` and answers 0 (-2 for a null
+/// `block1`), key "vertexCount" answers the length of its vertex range. -1 otherwise.
+KSMTH_CALL(GetOBJGroupInfo);
+
+/// Key "count" answers the number of smoothing groups; key "value" the number that smoothing group `number`,
+/// from 1, carries, and 0 for the one past the last: scripts walk the list until they meet it. -1 otherwise.
+KSMTH_CALL(GetOBJSmoothGroupInfo);
+
+/// Writes group `number`, from 1, or for 0 the whole model in face order, to the OBJ file `text`. Answers 0;
+/// -1 without a model, path or such a group and for a group without a vertex range. A file that cannot be
+/// opened for writing fails the writer's assertion.
+KSMTH_CALL(ExportOBJGroup);
+
+/// Writes smoothing group `number`, from 1, to the OBJ file `text`; a number between 0 and 1 writes the faces
+/// outside every smoothing group. Answers as `ExportOBJGroup`.
+KSMTH_CALL(ExportOBJSmoothGroup);
+
+}  // extern "C"
