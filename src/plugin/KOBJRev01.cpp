@@ -70,7 +70,8 @@ bool readModel(OBJModel& model, const char* path) {
   try {
     return model.read(path, false);
   } catch (const std::bad_alloc&) {
-    model._errorMessage = "Not enough memory.";
+    // Short enough to need no memory of its own.
+    model._errorMessage = "Out of memory.";
     return false;
   }
 }
@@ -84,14 +85,15 @@ KSMTH_CALL(Version) {
 KSMTH_CALL(LoadOBJFile) {
   freeModel();
   if (text == nullptr) return 0.0F;
-  return guarded(-1.0F, [&] {
+  const float groups = guarded(-1.0F, [&] {
     gOBJModel = new (std::nothrow) OBJModel(true);
     if (gOBJModel == nullptr) return 0.0F;
     if (readModel(*gOBJModel, text)) return static_cast<float>(groupCount());
     if (!gOBJModel->_errorMessage.empty()) answer(block1, gOBJModel->_errorMessage);
-    freeModel();
     return -1.0F;
   });
+  if (groups < 0.0F) freeModel();
+  return groups;
 }
 
 KSMTH_CALL(FreeOBJModel) {

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "Results.h"
+#include "SheetFiles.h"
+
+namespace bench {
+
+// Registers the benchmarks of one subject. `files` and `results` must outlive the run.
+
+/// Loading beside other loaders: "load/<loader>".
+void addLoadBenches(SheetFiles& files, Results& results);
+/// Whole-model export beside standard streams: "export/<writer>".
+void addExportBenches(SheetFiles& files, Results& results);
+/// The calls over sheets of growing size: "<call>/<sheet>", see `kScalingCalls` and `scalingSheets`.
+void addScalingBenches(SheetFiles& files, Results& results);
+
+/// The sheet that loaders and writers are compared on.
+inline constexpr SheetShape kComparedSheet{};
+
+/// Sheets of the scaling benchmarks and what they are called.
+struct ScalingSheet {
+  const char* name;
+  SheetShape shape;
+};
+inline constexpr ScalingSheet kScalingSheets[] = {{"100k", {316, 50, 20, false}},
+                                                  {"1M", {1000, 50, 20, false}},
+                                                  {"4M", {2000, 50, 20, false}},
+                                                  {"1M_interleaved", {1000, 1000, 20, true}}};
+inline constexpr const char* kScalingCalls[] = {"scale_load", "scale_export", "scale_group_export",
+                                                "scale_group_ranges", "scale_smoothing_export"};
+
+}  // namespace bench

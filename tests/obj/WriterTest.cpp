@@ -1,0 +1,189 @@
+#include <algorithm>
+#include <sstream>
+
+#include "RandomModel.h"
+#include "TestSupport.h"
+
+using namespace WavefrontOBJ;
+
+namespace {
+
+const std::string kSecondLine = "# https://talvex.example/ksmthgrpimpt\n";
+
+/// The writer as it is described to users: streams, and a search of the group lists for every face.
+class ReferenceWriter {
+ public:
+  explicit ReferenceWriter(OBJModel& model) : model_(model) { out_ << std::showpoint; }
+
+  std::string whole(bool byFaceOrder) {
+    header(model_._vertices->count, model_._faces->count);
+    vectors("v ", *model_._vertices, 0, model_._vertices->count);
+    vectors("vt ", *model_._textureCoords, 0, model_._textureCoords->count);
+    vectors("vn ", *model_._textureCoords, 0, model_._normals->count);
+    if (byFaceOrder) {
+      std::string current = model_.GetFaceGroupName(0);
+      out_ << "g " << current << std::endl;
+      for (std::uint32_t i = 0; i < model_._faces->count; ++i) {
+        std::string candidate = current;
+        if (!model_.IsFaceInGroup(i, current)) candidate = model_.GetFaceGroupName(i);
+        if (candidate != current) out_ << "g " << (current = candidate) << std::endl;
+        face(i, 0, true);
+      }
+    } else {
+      for (const std::string& name : model_._groupNames) {
+        out_ << "g " << name << std::endl;
+        material_ = -1;
+        for (const std::uint32_t i : model_.getGroupElements(name)) face(i, 0, true);
+      }
+    }
+    return out_.str();
+  }
+
+  template <class Faces>
+  std::string part(const std::string& name, std::uint32_t start, std::uint32_t count, const Faces& faces) {
+    header(count, static_cast<std::uint32_t>(faces.size()));
+    vectors("v ", *model_._vertices, start, count);
+    out_ << "g " << name << std::endl;
+    for (const std::uint32_t i : faces) face(i, start, false);
+    return out_.str();
+  }
+
+ private:
+  void header(std::uint32_t vertices, std::uint32_t faces) {
+    out_ << "# File Created by KFileUtils for Talvex" << std::endl << kSecondLine;
+    out_ << "#Vertex Count " << vertices << std::endl << "#Face Count " << faces << std::endl;
+    out_ << "#Material Count " << model_._materials.size() << std::endl;
+  }
+  void vectors(const char* keyword, OBJVectorArray& from, std::uint32_t start, std::uint32_t count) {
+    for (std::uint32_t i = start; i < start + count; ++i) {
+      out_ << keyword << double{from[i].x} << " " << double{from[i].y} << " " << double{from[i].z} << " "
+           << std::endl;
+    }
+  }
+  void face(std::uint32_t index, std::uint32_t start, bool all) {
+    const OBJFace face = faceCopy(*model_._faces, index);
+    if (face.materialIndex != material_) {
+      material_ = face.materialIndex;
+      if (material_ != -1)
+        out_ << "usemtl " << model_._materials[static_cast<std::size_t>(material_)].name << std::endl;
+    }
+    out_ << "f";
+    for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
+      out_ << " " << face.vertexIndex[i] - start + 1;
+      if (all && face.hasTexture != 0) out_ << "/" << face.textureIndex[i] + 1;
+      if (all && face.hasNormal != 0) out_ << (face.hasTexture != 0 ? "/" : "//") << face.normalIndex[i] + 1;
+    }
+    out_ << std::endl;
+  }
+
+  OBJModel& model_;
+  std::ostringstream out_;
+  std::int32_t material_ = -1;
+};
+
+}  // namespace
+
+TEST(Writer, ExampleToTheByte) {
+  OBJModel model(true);
+  for (int i = 0; i < 8; ++i) model._vertices->push_back({0, 0.5F, -2});
+  OBJMaterial skin;
+  skin.name = "skin";
+  model.addMaterial(skin);
+  for (std::uint32_t f = 0; f < 3; ++f) {
+    OBJFace face;
+    for (std::uint32_t i = 0; i < 3; ++i) face.addVertex(3 + f + i, 0, 0, false, false);
+    face.materialIndex = f == 0 ? -1 : 0;
+    face.smoothingGroup = 3;
+    model.addFace(face);
+    model.addFaceToGroup(f == 0 ? "leg" : "arm", f);
+  }
+  const TempFolder folder;
+  const std::string v = "v 0.00000 0.500000 -2.00000 \n";
+  ASSERT_TRUE(model.WriteGroup(folder.path("arm.obj"), 1, nullptr));
+  EXPECT_EQ(folder.read("arm.obj"), "# File Created by KFileUtils for Talvex\n" + kSecondLine +
+                                        "#Vertex Count 4\n#Face Count 2\n#Material Count 1\n" + v + v + v +
+                                        v + "g arm\nusemtl skin\nf 1 2 3\nf 2 3 4\n");
+  ASSERT_TRUE(model.WriteSmoothingGroup(folder.path("3.obj"), 3, "a b.mtl"));
+  EXPECT_EQ(folder.read("3.obj"), "# File Created by KFileUtils for Talvex\n" + kSecondLine +
+                                      "#Vertex Count 5\n#Face Count 3\n#Material Count 1\nmtllib a b.mtl\n" +
+                                      v + v + v + v + v + "g 3\nf 1 2 3\nusemtl skin\nf 2 3 4\nf 3 4 5\n");
+  std::ostringstream header;
+  model.WriteHeader(header, "", 0, 7);
+  EXPECT_EQ(header.str(), "# File Created by KFileUtils for Talvex\n" + kSecondLine +
+                              "#Vertex Count 8\n#Face Count 7\n#Material Count 1\n");
+  EXPECT_FALSE(model.WriteGroup(folder.path("none.obj"), 2, nullptr));
+  EXPECT_FALSE(model.WriteSmoothingGroup(folder.path("none.obj"), 4, nullptr));
+  EXPECT_FALSE(folder.has("none.obj")) << "no empty file is left behind";
+}
+
+TEST(Writer, SameBytesAsTheReference) {
+  const TempFolder folder;
+  Random random(10);
+  for (int round = 0; round < 300; ++round) {
+    const auto model = randomModel(random);
+    // The reference's questions leave entries in the group map, so it works on a model of its own.
+    Random again = random;
+    const auto other = randomModel(again);
+    const auto twin = randomModel(random);
+    ASSERT_EQ(describe(*twin), describe(*other));
+    for (const bool byFaceOrder : {true, false}) {
+      ASSERT_TRUE(twin->write(folder.path("ours.obj"), byFaceOrder, nullptr));
+      ASSERT_EQ(folder.read("ours.obj"), ReferenceWriter(*other).whole(byFaceOrder)) << "round " << round;
+      ASSERT_EQ(describe(*twin), describe(*other)) << "what the questions leave in the map is the same";
+    }
+    for (std::uint32_t g = 0; g < model->_groupNames.size(); ++g) {
+      std::uint32_t start = 0;
+      const std::uint32_t count = model->GetGroupVertexRange(g, start);
+      ASSERT_EQ(model->WriteGroup(folder.path("ours.obj"), g, nullptr), count > 0);
+      if (count == 0) continue;
+      const std::string& name = model->_groupNames[g];
+      ASSERT_EQ(folder.read("ours.obj"),
+                ReferenceWriter(*model).part(name, start, count, model->getGroupElements(name)));
+    }
+    for (std::uint32_t s = 0; s < 4; ++s) {
+      std::uint32_t start = 0;
+      const std::uint32_t count = model->GetSmoothingGroupVertexRange(s, start);
+      ASSERT_EQ(model->WriteSmoothingGroup(folder.path("ours.obj"), s, nullptr), count > 0);
+      if (count == 0) continue;
+      std::vector<std::uint32_t> faces;
+      model->_faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
+        if (face.smoothingGroup == s) faces.push_back(index);
+      });
+      ASSERT_EQ(folder.read("ours.obj"),
+                ReferenceWriter(*model).part(std::to_string(s), start, count, faces));
+    }
+  }
+}
+
+TEST(Writer, MoreNormalsThanTextureCoordinates) {
+  const TempFolder folder;
+  OBJModel model(true);
+  model._textureCoords->push_back({1, 2, 3});
+  for (int i = 0; i < 8000; ++i) model._normals->push_back({9, 9, 9});
+  EXPECT_TRUE(model.write(folder.path("m.obj"), true, nullptr));
+  const std::string text = folder.read("m.obj");
+  EXPECT_NE(text.find("vn 1.00000 2.00000 3.00000 \nvn 0.00000 0.00000 0.00000 \n"), std::string::npos);
+  EXPECT_TRUE(text.ends_with("vn 0.00000 0.00000 0.00000 \ng default\n")) << "a model without faces";
+  model._normals->push_back({9, 9, 9});
+  EXPECT_EQ(failedAssertion([&] { model.write(folder.path("m.obj"), true, nullptr); }),
+            "OBJVectorArray:61 operator[] 0");
+}
+
+TEST(Writer, FilesThatCannotBeOpened) {
+  const TempFolder folder;
+  OBJModel model(true);
+  for (int i = 0; i < 2; ++i) model._vertices->push_back({});
+  OBJFace face;
+  face.addVertex(0, 0, 0, false, false);
+  face.addVertex(1, 0, 0, false, false);
+  model.addFace(face);
+  model.addFaceToGroup("a", 0);
+  const std::string path = folder.path("no/such.obj");
+  const std::string text = " !\"Couldn't write to .OBJ file '\"";
+  EXPECT_EQ(failedAssertion([&] { model.write(path, true, nullptr); }), "OBJModel:244 write" + text);
+  EXPECT_EQ(failedAssertion([&] { model.WriteGroup(path, 0, nullptr); }), "OBJModel:420 WriteGroup" + text);
+  EXPECT_EQ(failedAssertion([&] { model.WriteSmoothingGroup(path, 0, nullptr); }),
+            "OBJModel:541 WriteSmoothingGroup" + text);
+  EXPECT_EQ(failedAssertion([&] { model.WriteGroup(folder.path(""), 0, nullptr); }),
+            "OBJModel:420 WriteGroup" + text);
+}

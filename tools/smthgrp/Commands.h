@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "smthgrp/PluginLibrary.h"
+
+// The subcommands. Each prints to standard output and throws a Failure for what it cannot do.
+
+namespace smthgrp {
+
+struct InfoRequest {
+  std::string model;
+  bool json = false;
+  bool all = false;  ///< list every line passed over that the library has kept
+};
+void runInfo(PluginLibrary& library, const InfoRequest& request);
+
+struct ExportRequest {
+  std::string model;
+  std::string output;
+  std::optional<std::string> group;             ///< name or index
+  std::optional<std::uint32_t> smoothingGroup;  ///< number, not index
+};
+void runExport(PluginLibrary& library, const ExportRequest& request);
+
+struct ReplaceRequest {
+  std::string model;
+  std::string positions;
+  std::string output;
+};
+void runReplace(PluginLibrary& library, const ReplaceRequest& request);
+
+struct SplitRequest {
+  std::string model;
+  std::string folder;
+};
+void runSplit(PluginLibrary& library, const SplitRequest& request);
+
+struct CallRequest {
+  std::optional<std::string> name;
+  std::optional<std::string> text;
+  std::optional<std::string> number;
+  std::string script = "-";  ///< read where no name is given; "-" for standard input
+};
+void runCall(PluginLibrary& library, const CallRequest& request);
+
+}  // namespace smthgrp

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace smthgrp {
+
+/// Index from 1 of the group that `wanted` means: the one of exactly this name or else, for digits, the one
+/// of this index. Throws a Failure that names similar groups when there is none.
+std::size_t chooseGroup(const std::vector<std::string>& names, std::string_view wanted,
+                        const std::string& modelPath);
+
+/// Up to `most` names that are like `wanted`, the likest first.
+std::vector<std::string> similarNames(const std::vector<std::string>& names, std::string_view wanted,
+                                      std::size_t most);
+
+}  // namespace smthgrp

@@ -1,0 +1,154 @@
+#include "smthgrp/OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+#include "smthgrp/Failure.h"
+
+namespace smthgrp {
+namespace {
+
+constexpr std::size_t kChunkBytes = std::size_t{64} * 1024;
+
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int number) : number_(number) {}
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  ~FileDescriptor() {
+    if (number_ >= 0) close(number_);
+  }
+  operator int() const { return number_; }
+
+ private:
+  int number_;
+};
+
+/// Calls `visit` with one piece of the file after the other.
+template <class Visitor>
+void readThrough(int file, const std::string& path, Visitor visit) {
+  const auto chunk = std::make_unique_for_overwrite<char[]>(kChunkBytes);
+  for (;;) {
+    const ssize_t got = read(file, chunk.get(), kChunkBytes);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw systemFailure(path);
+    if (got == 0) return;
+    visit(std::string_view(chunk.get(), static_cast<std::size_t>(got)));
+  }
+}
+
+/// The number behind `keyword`, 0 where it is missing.
+std::uint64_t headerCount(std::string_view header, std::string_view keyword) {
+  std::uint64_t count = 0;
+  const std::size_t found = header.find(keyword);
+  if (found == std::string_view::npos) return 0;
+  const char* const number = header.data() + found + keyword.size();
+  std::from_chars(number, header.data() + header.size(), count);
+  return count;
+}
+
+/// Compares the faces that the file holds with those that its header promises. They are the last that is
+/// written.
+WrittenFile checkComplete(int file, const std::string& path) {
+  std::string header;
+  std::uint64_t faces = 0;
+  std::uint64_t groups = 0;
+  bool lineStart = true;
+  readThrough(file, path, [&](std::string_view text) {
+    constexpr std::size_t kHeaderBytes = 512;
+    if (header.size() < kHeaderBytes) header += text.substr(0, kHeaderBytes);
+    while (!text.empty()) {
+      if (lineStart) {
+        faces += text[0] == 'f' ? 1 : 0;
+        groups += text[0] == 'g' ? 1 : 0;
+      }
+      const std::size_t lineFeed = text.find('\n');
+      lineStart = lineFeed != std::string_view::npos;
+      text.remove_prefix(lineStart ? lineFeed + 1 : text.size());
+    }
+  });
+  const std::uint64_t promised = headerCount(header, "#Face Count ");
+  // A file without faces still ends in a group line.
+  if (!lineStart || faces != promised || groups == 0) {
+    throw Failure(path + ": is incomplete, writing it failed (no space left, or a file size limit)");
+  }
+  WrittenFile written;
+  written.vertices = headerCount(header, "#Vertex Count ");
+  written.faces = faces;
+  return written;
+}
+
+void copyInto(int target, int source, const std::string& path) {
+  readThrough(source, path, [&](std::string_view text) {
+    while (!text.empty()) {
+      const ssize_t put = write(target, text.data(), text.size());
+      if (put < 0 && errno == EINTR) continue;
+      if (put < 0) throw systemFailure(path);
+      text.remove_prefix(static_cast<std::size_t>(put));
+    }
+  });
+}
+
+bool isStandardOutput(const struct stat& status) {
+  struct stat output {};
+  return fstat(STDOUT_FILENO, &output) == 0 && output.st_dev == status.st_dev &&
+         output.st_ino == status.st_ino;
+}
+
+/// Devices and pipes cannot be read back. The model is written to memory first and copied, which reports
+/// errors.
+std::optional<WrittenFile> exportToDevice(PluginLibrary& library, const char* name, double number,
+                                          const std::string& path) {
+  const FileDescriptor memory(memfd_create("smthgrp", MFD_CLOEXEC));
+  if (memory < 0) throw systemFailure(path);
+  const std::string memoryPath = "/proc/self/fd/" + std::to_string(memory);
+  if (library.call(name, memoryPath.c_str(), number).value < 0) return std::nullopt;
+  WrittenFile written = checkComplete(memory, path);
+  written.announce = false;
+  if (lseek(memory, 0, SEEK_SET) != 0) throw systemFailure(path);
+  const FileDescriptor device(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+  if (device < 0) throw systemFailure(path);
+  copyInto(device, memory, path);
+  return written;
+}
+
+}  // namespace
+
+void requireWritable(const std::string& path) {
+  struct stat status {};
+  const bool exists = stat(path.c_str(), &status) == 0;
+  if (exists && S_ISDIR(status.st_mode)) throw systemFailure(path, EISDIR);
+  // Opening a pipe and closing it again would end its reader.
+  if (exists && !S_ISREG(status.st_mode)) return;
+  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+  if (file < 0) throw systemFailure(path);
+  if (exists) return;
+  // Of a link to nowhere the new file goes, not the link.
+  std::error_code ignored;
+  std::filesystem::remove(std::filesystem::canonical(path, ignored), ignored);
+}
+
+std::optional<WrittenFile> exportTo(PluginLibrary& library, const char* name, double number,
+                                    const std::string& path) {
+  PluginLibrary::workOn(path);
+  requireWritable(path);
+  struct stat status {};
+  const bool exists = stat(path.c_str(), &status) == 0;
+  if (exists && !S_ISREG(status.st_mode)) return exportToDevice(library, name, number, path);
+  if (library.call(name, path.c_str(), number).value < 0) return std::nullopt;
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (file < 0) throw systemFailure(path);
+  WrittenFile written = checkComplete(file, path);
+  written.announce = !exists || !isStandardOutput(status);
+  return written;
+}
+
+}  // namespace smthgrp

@@ -1,0 +1,73 @@
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "smthgrp/Commands.h"
+#include "smthgrp/Failure.h"
+#include "smthgrp/ModelFile.h"
+#include "smthgrp/OutputFile.h"
+#include "smthgrp/ProgressBar.h"
+#include "smthgrp/SafeFileNames.h"
+#include "smthgrp/TerminalText.h"
+
+namespace smthgrp {
+namespace {
+
+void makeFolder(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  if (!error && !std::filesystem::is_directory(path)) {
+    error = std::make_error_code(std::errc::not_a_directory);
+  }
+  if (error) throw systemFailure(path, error.value());
+}
+
+void reportSkipped(const std::vector<std::string>& names, const std::vector<std::size_t>& skipped) {
+  constexpr std::size_t kMost = 20;
+  for (std::size_t i = 0; i < skipped.size() && i < kMost; ++i) {
+    std::fprintf(stderr, "smthgrp: note: skipped group %zu %s, it has no vertex range\n", skipped[i],
+                 quoted(names[skipped[i] - 1], 60).c_str());
+  }
+  if (skipped.size() > kMost) {
+    std::fprintf(stderr, "smthgrp: note: skipped %zu more groups without a vertex range\n",
+                 skipped.size() - kMost);
+  }
+}
+
+/// Writes the groups and answers the indices of those that have nothing to write.
+std::vector<std::size_t> writeGroups(PluginLibrary& library, const std::vector<std::string>& names,
+                                     const std::string& folder) {
+  std::vector<std::size_t> skipped;
+  SafeFileNames fileNames;
+  ProgressBar progress(names.size());
+  for (std::size_t index = 1; index <= names.size(); ++index) {
+    progress.advanceTo(index - 1);
+    // A skipped group must not use up a name that a later one could have.
+    const auto key = static_cast<double>(index);
+    if (library.call("GetOBJGroupInfo", "vertexCount", key).value <= 0) {
+      skipped.push_back(index);
+      continue;
+    }
+    const std::string path = std::filesystem::path(folder) / fileNames.take(names[index - 1]);
+    if (!exportTo(library, "ExportOBJGroup", key, path)) skipped.push_back(index);
+  }
+  return skipped;
+}
+
+}  // namespace
+
+void runSplit(PluginLibrary& library, const SplitRequest& request) {
+  loadModel(library, request.model);
+  const std::vector<std::string> names = groupNames(library);
+  if (names.empty()) throw Failure(request.model + ": the model has no groups, there is nothing to write");
+  makeFolder(request.folder);
+  const std::vector<std::size_t> skipped = writeGroups(library, names, request.folder);
+  reportSkipped(names, skipped);
+  const std::size_t written = names.size() - skipped.size();
+  if (written == 0) throw Failure(request.model + ": no group has a vertex range, nothing was written");
+  std::printf("%s: %s written\n", printable(request.folder).c_str(), counted(written, "file").c_str());
+}
+
+}  // namespace smthgrp
