@@ -69,15 +69,28 @@ class OBJBlockArray {
     blocks.push_back(block);
     ++lastBlock;
     freeSlots_ = blockSize;
+    nextSlot_ = block;
     return true;
   }
 
   bool append(const Element& element) {
     if (freeSlots_ == 0 && !addBlock()) return false;
-    blocks.back()[blockSize - freeSlots_] = element;
+    *nextSlot_++ = element;
     --freeSlots_;
     ++count;
     return true;
+  }
+  /// Counts `n` slots more, of those that `addBlock` has made, as stored.
+  void countStored(std::uint32_t n) {
+    count += n;
+    freeSlots_ = static_cast<std::uint32_t>(std::uint64_t{blocks.size()} * blockSize - count);
+    nextSlot_ = blocks.empty() ? nullptr : blocks.back() + (blockSize - freeSlots_);
+  }
+
+  /// The element at an index below `count`.
+  Element& stored(std::uint32_t index) const {
+    const std::uint32_t block = index_.block(index);
+    return blocks[block][index_.slot(index, block)];
   }
 
   /// Null when the block does not exist.
@@ -86,10 +99,9 @@ class OBJBlockArray {
     return block < blocks.size() ? blocks[block] + index_.slot(index, block) : nullptr;
   }
 
-  /// Slots not yet counted in the last block.
-  std::uint32_t freeSlots_ = 0;
-
  private:
+  std::uint32_t freeSlots_ = 0;  ///< of the last block
+  Element* nextSlot_ = nullptr;  ///< the first free one
   OBJBlockIndex index_;
 };
 

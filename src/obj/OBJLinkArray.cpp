@@ -26,8 +26,7 @@ bool OBJLinkArray::reserve(std::uint32_t n) {
   for (std::uint64_t i = 0; i < wanted; ++i) {
     if (!addBlock()) return false;
   }
-  count = n;
-  freeSlots_ = static_cast<std::uint32_t>(wanted * blockSize - n);
+  countStored(n);
   return true;
 }
 

@@ -86,6 +86,7 @@ bool OBJReader::read() {
     model_._errorMessage = "OBJ file not found: " + path_;
     return false;
   }
+  mapDigits();
   for (;;) {
     if (source_.needsFill()) fillSource();
     if (source_.begin() == source_.end()) return true;
@@ -98,6 +99,13 @@ bool OBJReader::read() {
 void OBJReader::fillSource() {
   token();
   source_.fill();
+  mapDigits();
+}
+
+void OBJReader::mapDigits() {
+  if (!fastPath_) return;
+  digitsStart_ = source_.begin();
+  digits_.build(digitsStart_, static_cast<std::size_t>(source_.end() - digitsStart_));
 }
 
 /// The shared token, with a corner that the fast path left in the file's bytes copied in.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "obj/OBJModel.h"
+#include "obj/text/DigitScan.h"
 #include "obj/text/TextSource.h"
 
 namespace WavefrontOBJ {
@@ -18,8 +19,9 @@ inline constexpr std::size_t kMaxLineCharacters = 1024;
 
 /// How an OBJ file is read. The defaults are the fastest; the result does not depend on them.
 struct OBJReadOptions {
-  bool fastPath = true;                  ///< read well-formed lines without the line buffer
-  std::size_t blockBytes = 256U * 1024;  ///< bytes asked of the file at a time
+  bool fastPath = true;  ///< read well-formed lines without the line buffer
+  std::size_t blockBytes =
+      64U * 1024;  ///< bytes asked of the file at a time; fits the processor's near cache
 };
 
 /// One read of an OBJ file into a model: the state between lines and the work on each kind of line.
@@ -62,6 +64,7 @@ class OBJReader {
   void takeThrough(const char* lineFeed);
 
   void fillSource();
+  void mapDigits();
   std::string& token();
   std::string_view textAfter(std::size_t characters) const;
   void addFace(const OBJFaceView& face);
@@ -74,6 +77,8 @@ class OBJReader {
   const bool strict_;
   const bool fastPath_;
   OBJTextSource source_;
+  OBJDigitMap digits_;                 ///< of the source's window as it was last filled, for the fast path
+  const char* digitsStart_ = nullptr;  ///< the first character that `digits_` covers
 
   std::string line_;                ///< the current line as a C string sees it, its keyword in lower case
   std::size_t lineNumber_ = 0;      ///< of `line_`, from 1

@@ -1,8 +1,10 @@
 // The fast path of the OBJ reader: plain lines straight from the file's bytes, no copy, no allocation.
 #include <algorithm>
+#include <cfloat>
 #include <cstring>
 
 #include "obj/OBJReader.h"
+#include "obj/text/DigitScan.h"
 #include "obj/text/FastNumber.h"
 
 namespace WavefrontOBJ {
@@ -15,6 +17,79 @@ const char* skipBlanks(const char* text) {
 
 bool atLineEnd(const char* text) {
   return *text == '\n' || (*text == '\r' && text[1] == '\n');
+}
+
+/// `count` numbers of the plainest form, "-12.345678" with one blank between two, up to eight digits before
+/// the point and behind it, all within 64 characters. `bits` are those from `text` on. Answers the character
+/// behind the last number; null for any other text, `values` is then undefined.
+///
+/// Nothing here is branched on but the outcome: where a number ends comes from the bits alone, and what is
+/// wrong with the text is gathered and looked at once, so that several lines are worked on at a time.
+template <int kCount>
+const char* scanPlainFloats(const char* text, OBJDigitMap::Bits bits, float* values) {
+  std::uint64_t separators = bits.others & ~bits.minuses;
+  // Bits that run out give positions of 64, which the lengths refuse.
+  const auto nextSeparator = [&separators] {
+    const auto position = static_cast<std::uint64_t>(std::countr_zero(separators));
+    separators &= separators - 1;
+    return position;
+  };
+  OBJDigits whole[4] = {};
+  OBJDigits part[4] = {};
+  std::uint64_t negative[3];
+  std::uint64_t signs = 0;
+  std::uint64_t start = 0;
+  std::uint64_t end = 0;
+  std::uint64_t lengths = 0;          // all lengths or-ed, and all lengths less 1 or-ed:
+  std::uint64_t lengthsFromZero = 0;  // lengths of 1 to 7 leave the upper bits of both clear
+  int otherText = 0;
+#pragma GCC unroll 3
+  for (int i = 0; i < kCount; ++i) {
+    const std::uint64_t point = nextSeparator();
+    end = nextSeparator();
+    negative[i] = bits.minuses >> (start & 63) & 1;
+    signs |= negative[i] << (start & 63);
+    whole[i] = {text + point, point - start - negative[i]};
+    part[i] = {text + end, end - point - 1};
+    lengths |= whole[i].length;
+    lengthsFromZero |= (whole[i].length - 1) | (part[i].length - 1);
+    otherText |= text[point] ^ '.';
+    if (i + 1 < kCount) otherText |= text[end] ^ ' ';
+    start = end + 1;
+  }
+  // A "-" anywhere but before a number would count as a digit.
+  const std::uint64_t misplaced = (bits.minuses & ((std::uint64_t{2} << (end & 63)) - 1)) ^ signs;
+  if (((lengths | lengthsFromZero) >> 3 | end >> 6 | misplaced | static_cast<unsigned>(otherText)) != 0)
+    return nullptr;
+
+  for (int i = kCount; i < 4; ++i) whole[i] = part[i] = part[0];
+  const auto wholes = digitsValues(whole[0], whole[1], whole[2], whole[3]);
+  const auto parts = digitsValues(part[0], part[1], part[2], part[3]);
+  bool between = false;
+#pragma GCC unroll 3
+  for (int i = 0; i < kCount; ++i) {
+    // At most 15 digits: all of this is exact but for the rounding of the division.
+    const double power = fastNumber::kDoublePowerOfTen[part[i].length];
+    const double scaled =
+        (static_cast<std::int32_t>(wholes[i]) * power + static_cast<std::int32_t>(parts[i])) / power;
+    between |= liesBetweenFloats(scaled);
+    values[i] = withSign(static_cast<float>(scaled), static_cast<std::uint32_t>(negative[i]));
+  }
+  return between ? nullptr : text + end;
+}
+
+/// Three numbers, or two, as `fastFloat` reads them.
+const char* scanFastFloats(const char* text, float (&values)[3], bool twoSuffice) {
+  for (int i = 0; i < 3; ++i) {
+    text = skipBlanks(text);
+    const char* const next = fastFloat(text, values[i]);
+    if (next == nullptr) {
+      values[2] = 0.0F;
+      return i == 2 && twoSuffice && atLineEnd(text) ? text : nullptr;
+    }
+    text = next;
+  }
+  return text;
 }
 
 }  // namespace
@@ -59,17 +134,21 @@ bool OBJReader::takeFastLine() {
 
 bool OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArray& target, bool twoSuffice) {
   float values[3] = {0.0F, 0.0F, 0.0F};
-  for (int i = 0; i < 3; ++i) {
-    text = skipBlanks(text);
-    const char* next = fastFloat(text, values[i]);
-    if (next == nullptr) {
-      if (i == 2 && twoSuffice && atLineEnd(text)) break;
-      return false;
+  text = skipBlanks(text);
+  const char* next = nullptr;
+  if (FLT_EVAL_METHOD == 0) {
+    const OBJDigitMap::Bits bits = digits_.at(static_cast<std::size_t>(text - digitsStart_));
+    if (twoSuffice) {
+      next = scanPlainFloats<2>(text, bits, values);
+      if (next != nullptr && !atLineEnd(next)) next = nullptr;
     }
-    text = next;
+    if (next == nullptr) next = scanPlainFloats<3>(text, bits, values);
   }
+  if (next == nullptr || static_cast<unsigned char>(*next) > ' ')
+    next = scanFastFloats(text, values, twoSuffice);
+  if (next == nullptr) return false;
   // Whatever stands behind three numbers is passed over.
-  const char* end = fastLineEnd(line, text);
+  const char* const end = fastLineEnd(line, next);
   if (end == nullptr) return false;
   addVector(target, values);
   std::copy_n(values, 3, scratch_);
@@ -79,14 +158,13 @@ bool OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArra
 
 bool OBJReader::takeFastFace(const char* line) {
   const char* const first = skipBlanks(line + 2);
-  std::uint32_t ignored = 0;
-  const char* text = fastUnsigned(first, ignored);
-  if (text == nullptr) return false;
-  if (*text != '/') return takeFastCorners<false, false>(line, first);
-  if (text[1] == '/') return takeFastCorners<false, true>(line, first);
-  text = fastUnsigned(text + 1, ignored);
-  if (text == nullptr) return false;
-  return *text == '/' ? takeFastCorners<true, true>(line, first) : takeFastCorners<true, false>(line, first);
+  OBJDigitScan scan(digits_, first, static_cast<std::size_t>(first - digitsStart_));
+  const char* const slash = scan.next();
+  if (*slash != '/') return takeFastCorners<false, false>(line, first);
+  const char* const second = scan.next();
+  if (*second != '/') return takeFastCorners<true, false>(line, first);
+  return second == slash + 1 ? takeFastCorners<false, true>(line, first)
+                             : takeFastCorners<true, true>(line, first);
 }
 
 template <bool kTexture, bool kNormal>
@@ -97,45 +175,58 @@ bool OBJReader::takeFastCorners(const char* line, const char* text) {
   const std::uint32_t vertexLimit = model_._vertices->count;
   const std::uint32_t textureLimit = model_._textureCoords->count;
   const std::uint32_t normalLimit = model_._normals->count;
+  // What is wrong with a corner is gathered and looked at once: such lines are rare and read anew.
+  bool wrong = false;
+  OBJDigitScan scan(digits_, text, static_cast<std::size_t>(text - digitsStart_));
+  const auto pass = [&text, &wrong](const char* slash) {
+    wrong |= *slash != '/';
+    text = slash + 1;
+  };
+  const auto digitsTo = [&text, &wrong](const char* end) {
+    const auto length = static_cast<std::uint64_t>(end - text);
+    wrong |= length - 1 > 7;
+    return OBJDigits{end, length};
+  };
   std::uint32_t count = 0;
   const char* corner = text;
-  const char* cornerEnd = text;
-  // Blanks and a carriage return at the end make the exact path read the last corner twice, to no effect.
-  for (; !atLineEnd(text); text = skipBlanks(text)) {
+  const char* end = text;
+  do {
+    if (count == OBJFace::kMaxVertexCount) return false;
     corner = text;
-    std::uint32_t vertex = 0;
-    std::uint32_t texture = 1;
-    std::uint32_t normal = 1;
-    text = fastUnsigned(text, vertex);
-    if (text == nullptr) return false;
+    end = scan.next();
+    const OBJDigits vertex = digitsTo(end);
+    OBJDigits texture = vertex;
+    OBJDigits normal = vertex;
     if constexpr (kTexture) {
-      if (*text != '/') return false;
-      text = fastUnsigned(text + 1, texture);
-      if (text == nullptr) return false;
+      pass(end);
+      end = scan.next();
+      texture = digitsTo(end);
     }
     if constexpr (kNormal) {
-      if (*text != '/') return false;
-      if constexpr (!kTexture) ++text;
-      if (*text != '/') return false;
-      text = fastUnsigned(text + 1, normal);
-      if (text == nullptr) return false;
+      pass(end);
+      if constexpr (!kTexture) pass(scan.next());
+      end = scan.next();
+      normal = digitsTo(end);
     }
-    cornerEnd = text;
-    if (*text != ' ' && !atLineEnd(text)) return false;
-    // An index of 0 wraps round and is past every limit.
-    if (vertex - 1 >= vertexLimit) return false;
-    if (kTexture && texture - 1 >= textureLimit) return false;
-    if (kNormal && normal - 1 >= normalLimit) return false;
-    const std::uint32_t* const known = vertices + count;
-    if (std::find(static_cast<const std::uint32_t*>(vertices), known, vertex - 1) != known) continue;
-    if (count == OBJFace::kMaxVertexCount) return false;
-    vertices[count] = vertex - 1;
-    textures[count] = texture - 1;
-    normals[count] = normal - 1;
+    const auto numbers = digitsValues(vertex, texture, normal, normal);
+    vertices[count] = numbers[0] - 1;
+    textures[count] = numbers[1] - 1;
+    normals[count] = numbers[2] - 1;
+    // A 0 in the file has wrapped round and is past every limit.
+    wrong |= vertices[count] >= vertexLimit;
+    if constexpr (kTexture) wrong |= textures[count] >= textureLimit;
+    if constexpr (kNormal) wrong |= normals[count] >= normalLimit;
+    // A vertex that comes again is absorbed, by the exact path.
+    for (std::uint32_t i = 0; i < count; ++i) wrong |= vertices[i] == vertices[count];
+    if (wrong) return false;
     ++count;
-  }
-  const char* end = fastLineEnd(line, text);
-  if (count == 0 || end == nullptr) return false;
+    text = end + 1;
+  } while (*end == ' ' && *text >= '0' && *text <= '9');
+  // Blanks and a carriage return at the end make the exact path read the last corner twice, to no effect.
+  const char* const rest = skipBlanks(end);
+  if (!atLineEnd(rest)) return false;
+  const char* const lineFeed = fastLineEnd(line, rest);
+  if (lineFeed == nullptr) return false;
 
   OBJFaceView face;
   face.vertexIndex = vertices;
@@ -145,8 +236,8 @@ bool OBJReader::takeFastCorners(const char* line, const char* text) {
   face.hasTexture = kTexture;
   face.hasNormal = kNormal;
   addFace(face);
-  fastToken_ = std::string_view(corner, static_cast<std::size_t>(cornerEnd - corner));
-  takeThrough(end);
+  fastToken_ = std::string_view(corner, static_cast<std::size_t>(end - corner));
+  takeThrough(lineFeed);
   return true;
 }
 

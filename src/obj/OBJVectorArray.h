@@ -23,7 +23,7 @@ class KSMTH_API OBJVectorArray : public OBJBlockArray<OBJVector> {
   /// The element at `index`, or `gZeroVector` when `index` is at or past `count`. Faces may name positions
   /// that the file never gave.
   const OBJVector& elementOrZero(std::uint32_t index) const {
-    return index < count ? *find(index) : gZeroVector;
+    return index < count ? stored(index) : gZeroVector;
   }
 
   /// True if an element equals `vector` in all four components (exact comparison). Scans in index order.

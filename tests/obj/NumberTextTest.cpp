@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "TestSupport.h"
+#include "obj/text/DigitScan.h"
 #include "obj/text/FastNumber.h"
 #include "obj/text/FormatNumber.h"
 #include "obj/text/ScanFloats.h"
@@ -134,15 +135,42 @@ TEST(NumberText, FastNumbersAgreeOrGiveUp) {
       ASSERT_EQ(static_cast<std::size_t>(used), exact.size()) << text;
       ASSERT_EQ(bitsOf(fast), bitsOf(expected[0])) << text;
     }
-    std::uint32_t number = 0;
-    end = fastUnsigned(text.c_str(), number);
-    if (end != nullptr) {
-      char* expectedEnd = nullptr;
-      ASSERT_EQ(number, std::strtoull(text.c_str(), &expectedEnd, 10)) << text;
-      ASSERT_EQ(end, expectedEnd) << text;
-    }
   }
   EXPECT_GT(taken, 400000) << "the common case is taken";
+}
+
+TEST(NumberText, DigitScanFindsEveryOtherCharacter) {
+  Random random(11);
+  for (int i = 0; i < 20000; ++i) {
+    std::string text(300, '\0');
+    for (char& c : text) {
+      c = below(random, 3) == 0 ? static_cast<char>(below(random, 256))
+                                : static_cast<char>('0' + below(random, 10));
+    }
+    OBJDigitMap map;
+    const std::size_t size = 130 + below(random, 70);
+    map.build(text.data(), size);
+    const std::size_t from = below(random, 130);
+    OBJDigitScan scan(map, text.data() + from, from);
+    for (std::size_t at = from; at < size + 3; ++at) {
+      const std::uint64_t bit = std::uint64_t{1} << (at - from) % 64;
+      ASSERT_EQ((map.at(at - (at - from) % 64).minuses & bit) != 0, at < size && text[at] == '-')
+          << i << " " << at;
+      if (at < size && isDigit(text[at])) continue;
+      ASSERT_EQ(static_cast<std::size_t>(scan.next() - text.data()), at) << i;
+    }
+    OBJDigits numbers[4];
+    std::uint32_t expected[4];
+    char digits[64];
+    for (char& c : digits) c = static_cast<char>('0' + below(random, 10));
+    for (int n = 0; n < 4; ++n) {
+      numbers[n] = {digits + 9 + 14 * n, 1 + below(random, 8)};
+      expected[n] = static_cast<std::uint32_t>(
+          std::stoul(std::string(numbers[n].end - numbers[n].length, numbers[n].end)));
+    }
+    const auto values = digitsValues(numbers[0], numbers[1], numbers[2], numbers[3]);
+    for (std::size_t n = 0; n < 4; ++n) ASSERT_EQ(values[n], expected[n]) << std::string(digits, 64);
+  }
 }
 
 TEST(NumberText, TokensAsAStringStreamExtractsThem) {

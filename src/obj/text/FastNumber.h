@@ -31,17 +31,35 @@ inline int leadingDigits(std::uint64_t word, std::uint64_t& digits) {
   return std::countr_zero(others) / 8;
 }
 
-/// Value of the first `count` (1..8) digit bytes: moved up so that zeros stand before them, then added up in
-/// pairs, fours and eights.
-inline std::uint32_t valueOf(std::uint64_t digits, int count) {
-  digits <<= 64 - 8 * count;
+/// The number that eight digit bytes make, the first digit in the lowest byte: added up in pairs, fours and
+/// eights.
+inline std::uint32_t sumDigits(std::uint64_t digits) {
   digits = (digits * 10 + (digits >> 8)) & 0x00FF00FF00FF00FFU;
   digits = (digits * 100 + (digits >> 16)) & 0x0000FFFF0000FFFFU;
   return static_cast<std::uint32_t>(digits * 10000 + (digits >> 32));
 }
 
-inline constexpr std::uint64_t kPowerOfTen[] = {1,       10,        100,        1'000,      10'000,
-                                                100'000, 1'000'000, 10'000'000, 100'000'000};
+/// Value of the first `count` (1..8) digit bytes: moved up so that zeros stand before them.
+inline std::uint32_t valueOf(std::uint64_t digits, int count) {
+  return sumDigits(digits << (64 - 8 * count));
+}
+
+inline constexpr std::uint64_t kPowerOfTen[] = {1,
+                                                10,
+                                                100,
+                                                1'000,
+                                                10'000,
+                                                100'000,
+                                                1'000'000,
+                                                10'000'000,
+                                                100'000'000,
+                                                1'000'000'000,
+                                                10'000'000'000,
+                                                100'000'000'000,
+                                                1'000'000'000'000,
+                                                10'000'000'000'000,
+                                                100'000'000'000'000,
+                                                1'000'000'000'000'000};
 
 // Exact in double precision.
 inline constexpr double kDoublePowerOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -50,16 +68,10 @@ inline constexpr double kDoublePowerOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5
 
 }  // namespace fastNumber
 
-/// An unsigned number of 1 to 9 digits. Answers the character behind it; null for anything else.
-inline const char* fastUnsigned(const char* text, std::uint32_t& value) {
-  std::uint64_t digits = 0;
-  const int count = fastNumber::leadingDigits(fastNumber::loadLittleEndian(text), digits);
-  if (count == 0) return nullptr;
-  value = fastNumber::valueOf(digits, count);
-  text += count;
-  if (count < 8 || *text < '0' || *text > '9') return text;
-  value = value * 10 + static_cast<std::uint32_t>(*text++ - '0');
-  return *text < '0' || *text > '9' ? text : nullptr;
+/// A double that lies exactly between two floats, and may stand for a value on either side of the point
+/// between. Any other one, the nearest to some value, rounds to a float as that value does.
+inline bool liesBetweenFloats(double value) {
+  return (std::bit_cast<std::uint64_t>(value) & 0x1FFFFFFFU) == 0x10000000U;
 }
 
 /// mantissa x 10^exponent, correctly rounded to single precision where that is cheap to tell. False
@@ -72,11 +84,14 @@ inline bool fastScale(std::uint64_t mantissa, int exponent, float& value) {
   const auto exact = static_cast<double>(static_cast<std::int64_t>(mantissa));
   const double scaled = exponent < 0 ? exact / fastNumber::kDoublePowerOfTen[-exponent]
                                      : exact * fastNumber::kDoublePowerOfTen[exponent];
-  // A double that lies exactly between two floats may come from either side. Any other one rounds as the true
-  // value does: both are on the same side of the point between.
-  if ((std::bit_cast<std::uint64_t>(scaled) & 0x1FFFFFFFU) == 0x10000000U) return false;
+  if (liesBetweenFloats(scaled)) return false;
   value = static_cast<float>(scaled);
   return true;
+}
+
+/// `magnitude` with its sign turned if `negative` is 1, not if it is 0.
+inline float withSign(float magnitude, std::uint32_t negative) {
+  return std::bit_cast<float>(std::bit_cast<std::uint32_t>(magnitude) ^ (negative << 31));
 }
 
 /// A decimal number, optionally with sign, point and exponent, that ends at a blank, line end or NUL.

@@ -2,16 +2,16 @@
 
 #include <cstring>
 
-#include "obj/text/FastNumber.h"
+#include "obj/text/DigitScan.h"
 
 namespace WavefrontOBJ {
 
 OBJTextSource::OBJTextSource(std::size_t blockBytes, std::size_t lookahead)
     : blockBytes_(blockBytes),
       lookahead_(lookahead),
-      buffer_(lookahead + blockBytes + 1 + kFastNumberOverread),
-      begin_(buffer_.data()),
-      end_(buffer_.data()) {}
+      buffer_(OBJDigitMap::kUnderread + lookahead + blockBytes + 1 + OBJDigitMap::kOverread),
+      begin_(buffer_.data() + OBJDigitMap::kUnderread),
+      end_(begin_) {}
 
 bool OBJTextSource::open(const std::string& path) {
   file_.reset(std::fopen(path.c_str(), "r"));
@@ -24,7 +24,7 @@ bool OBJTextSource::open(const std::string& path) {
 }
 
 void OBJTextSource::fill() {
-  char* const base = buffer_.data();
+  char* const base = buffer_.data() + OBJDigitMap::kUnderread;
   std::size_t held = static_cast<std::size_t>(end_ - begin_);
   std::memmove(base, begin_, held);
   while (held < lookahead_ && !atFileEnd_) {

@@ -20,7 +20,7 @@ class OBJTextSource {
 
   /// First byte not yet taken.
   const char* begin() const { return begin_; }
-  /// End of the bytes in the window. A line feed and readable bytes for `kFastNumberOverread` stand behind
+  /// End of the bytes in the window. A line feed and readable bytes for `OBJDigitMap::kOverread` stand behind
   /// it, so that a scan for the end of a line needs no bounds test.
   const char* end() const { return end_; }
   /// Moves `begin` forward to `position`.

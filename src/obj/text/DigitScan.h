@@ -1,0 +1,168 @@
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "obj/text/FastNumber.h"
+
+// Where the numbers of a text begin and end, found for 64 characters at once and ahead of use. Looking for
+// the end of each number before going on to the next is what a character-wise scan spends its time on: the
+// processor cannot begin a number before it has finished the one before.
+
+namespace WavefrontOBJ {
+
+/// Two bits for each character of a piece of text: whether it is not a decimal digit, and whether it is "-".
+class OBJDigitMap {
+ public:
+  /// Bytes before and behind the text that `build` and the conversions may read.
+  static constexpr std::size_t kUnderread = 8;
+  static constexpr std::size_t kOverread = 64 + kFastNumberOverread;
+
+  /// Maps `size` characters at `text`. Everything behind them counts as no digit.
+  void build(const char* text, std::size_t size) {
+    const std::size_t words = size / 64 + 1;
+    words_.resize(words + 3);
+    for (std::size_t i = 0; i < words; ++i) words_[i] = mapOf64(text + 64 * i);
+    const std::uint64_t behind = ~std::uint64_t{0} << (size % 64);
+    words_[words - 1].others |= behind;
+    words_[words - 1].minuses &= ~behind;
+    for (std::size_t i = words; i < words_.size(); ++i) words_[i] = {~std::uint64_t{0}, 0};
+  }
+
+  struct Bits {
+    std::uint64_t others;   ///< bit i: character i is not a digit
+    std::uint64_t minuses;  ///< bit i: character i is "-"
+  };
+
+  /// The bits of the 64 characters from `offset` on, which is at most the size of the text.
+  Bits at(std::size_t offset) const {
+    const Bits& low = words_[offset / 64];
+    const Bits& high = words_[offset / 64 + 1];
+    const std::size_t shift = offset % 64;
+    // Shifting by 64 is not defined, shifting twice is.
+    return {low.others >> shift | high.others << 1 << (63 - shift),
+            low.minuses >> shift | high.minuses << 1 << (63 - shift)};
+  }
+
+ private:
+  static Bits mapOf64(const char* text) {
+    Bits bits{0, 0};
+#if defined(__SSE2__)
+    // Moves '0'..'9' to the ten smallest signed values.
+    const __m128i offset = _mm_set1_epi8(static_cast<char>(-128 - '0'));
+    const __m128i lastDigit = _mm_set1_epi8(-128 + 9);
+    const __m128i minus = _mm_set1_epi8('-');
+    for (int i = 0; i < 4; ++i) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16 * i));
+      const __m128i others = _mm_cmpgt_epi8(_mm_add_epi8(bytes, offset), lastDigit);
+      bits.others |= bitsOf(others) << (16 * i);
+      bits.minuses |= bitsOf(_mm_cmpeq_epi8(bytes, minus)) << (16 * i);
+    }
+#else
+    constexpr std::uint64_t kTopBits = 0x8080808080808080U;
+    // Without the top bits no sum carries into the next byte.
+    const auto atLeast = [](std::uint64_t bytes, std::uint64_t distance) {
+      return ((bytes & ~kTopBits) + distance * 0x0101010101010101U) | bytes;
+    };
+    for (int i = 0; i < 8; ++i) {
+      const std::uint64_t bytes = fastNumber::loadLittleEndian(text + 8 * i);
+      const std::uint64_t others = atLeast(bytes ^ 0x3030303030303030U, 0x80 - 10);
+      const std::uint64_t noMinus = atLeast(bytes ^ 0x2D2D2D2D2D2D2D2DU, 0x80 - 1);
+      bits.others |= gatherTopBits(others & kTopBits) << (8 * i);
+      bits.minuses |= gatherTopBits(~noMinus & kTopBits) << (8 * i);
+    }
+#endif
+    return bits;
+  }
+
+#if defined(__SSE2__)
+  static std::uint64_t bitsOf(__m128i bytes) {
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes));
+  }
+#else
+  static std::uint64_t gatherTopBits(std::uint64_t bytes) {
+    return (bytes >> 7) * 0x0102040810204080U >> 56;
+  }
+#endif
+
+  std::vector<Bits> words_;
+};
+
+/// Walks from one character that is not a digit to the next.
+class OBJDigitScan {
+ public:
+  /// Starts at `text`, `offset` characters into the map, which may itself be the first answer.
+  OBJDigitScan(const OBJDigitMap& map, const char* text, std::size_t offset)
+      : map_(map), text_(text), offset_(offset), others_(map.at(offset).others) {}
+
+  /// The next character that is not a digit. The text's end is one.
+  const char* next() {
+    while (others_ == 0) {
+      text_ += 64;
+      offset_ += 64;
+      others_ = map_.at(offset_).others;
+    }
+    const char* const found = text_ + std::countr_zero(others_);
+    others_ &= others_ - 1;
+    return found;
+  }
+
+ private:
+  const OBJDigitMap& map_;
+  const char* text_;
+  std::size_t offset_;
+  std::uint64_t others_;
+};
+
+/// `length` digits, 1 to 8, that end before `end`. For any other length `digitsValues` answers just any
+/// number.
+struct OBJDigits {
+  const char* end;
+  std::uint64_t length;
+};
+
+/// The values of four numbers, converted side by side. Reads up to eight bytes before the first digit.
+inline std::array<std::uint32_t, 4> digitsValues(OBJDigits a, OBJDigits b, OBJDigits c, OBJDigits d) {
+#if defined(__SSE2__)
+  static constexpr std::array<std::uint64_t, 16> kLastBytes = [] {
+    std::array<std::uint64_t, 16> masks{};
+    for (std::size_t i = 1; i <= 8; ++i) masks[i] = ~std::uint64_t{0} << (64 - 8 * i);
+    return masks;
+  }();
+  const auto loadTwo = [](const void* low, const void* high) {
+    const __m128i lowHalf = _mm_loadl_epi64(static_cast<const __m128i*>(low));
+    return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(lowHalf), static_cast<const double*>(high)));
+  };
+  // Two numbers as twice two values of four digits each.
+  const auto fours = [&loadTwo](OBJDigits low, OBJDigits high) {
+    const __m128i mask = loadTwo(&kLastBytes[low.length & 15], &kLastBytes[high.length & 15]);
+    const __m128i text = loadTwo(low.end - 8, high.end - 8);
+    const __m128i digits = _mm_and_si128(_mm_sub_epi8(text, _mm_set1_epi8('0')), mask);
+    const __m128i tens = _mm_mullo_epi16(_mm_and_si128(digits, _mm_set1_epi16(0xFF)), _mm_set1_epi16(10));
+    const __m128i pairs = _mm_add_epi16(tens, _mm_srli_epi16(digits, 8));
+    return _mm_madd_epi16(pairs, _mm_set1_epi32(1 << 16 | 100));
+  };
+  const __m128i eights = _mm_packs_epi32(fours(a, b), fours(c, d));
+  std::array<std::uint32_t, 4> values;
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(values.data()),
+                   _mm_madd_epi16(eights, _mm_set1_epi32(1 << 16 | 10000)));
+  return values;
+#else
+  const auto value = [](OBJDigits number) {
+    const std::uint64_t digits = fastNumber::loadLittleEndian(number.end - 8) ^ 0x3030303030303030U;
+    // Shifts the bytes before the number out and zeros in.
+    const std::uint64_t others = (64 - 8 * number.length) & 63;
+    return fastNumber::sumDigits(digits >> others << others);
+  };
+  return {value(a), value(b), value(c), value(d)};
+#endif
+}
+
+}  // namespace WavefrontOBJ
