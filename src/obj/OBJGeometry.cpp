@@ -1,5 +1,6 @@
 // Vector and face geometry. Built without contraction of multiply and add, so that every platform rounds
 // alike.
+#include <bit>
 #include <cmath>
 
 #include "obj/OBJFaceView.h"
@@ -8,11 +9,9 @@
 namespace WavefrontOBJ {
 namespace {
 
-OBJVector normalOfCorners(const OBJVector& p0, const OBJVector& p1, const OBJVector& p2) {
-  const OBJVector e1(p1.x - p0.x, p1.y - p0.y, p1.z - p0.z);
-  const OBJVector e2(p2.x - p0.x, p2.y - p0.y, p2.z - p0.z);
-  return e1.cross(e2).normalizeTo1();
-}
+// Four floats that are worked on at once, each as if alone.
+using Float4 = float __attribute__((vector_size(16)));
+static_assert(sizeof(Float4) == sizeof(OBJVector));
 
 }  // namespace
 
@@ -45,22 +44,29 @@ OBJVector OBJVector::normalizeTo1() const {
 
 OBJFaceGeometry faceGeometry(const OBJFaceView& face, const OBJVectorArray& vertices) {
   // A corner that the face does not have coincides with the first: the normal is then not finite.
-  OBJVector corner[3];
-  if (face.vertexCount > 0) corner[0] = corner[1] = corner[2] = vertices.elementOrZero(face.vertexIndex[0]);
-  float x = 0.0F;
-  float y = 0.0F;
-  float z = 0.0F;
+  Float4 corners[3] = {};
+  Float4 sum = {};
   for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
-    const OBJVector& position = vertices.elementOrZero(face.vertexIndex[i]);
-    if (i < 3) corner[i] = position;
-    x += position.x;
-    y += position.y;
-    z += position.z;
+    const auto position = std::bit_cast<Float4>(vertices.elementOrZero(face.vertexIndex[i]));
+    if (i == 0) corners[1] = corners[2] = position;
+    if (i < 3) corners[i] = position;
+    sum += position;
   }
-  const auto n = static_cast<float>(face.vertexCount);
+  Float4 center = sum / static_cast<float>(face.vertexCount);
+  center[3] = 1.0F;
+
+  // `OBJVector::cross` and `normalizeTo1` of two edges.
+  const Float4 a = corners[1] - corners[0];
+  const Float4 b = corners[2] - corners[0];
+  Float4 normal = __builtin_shufflevector(a, a, 1, 2, 0, 3) * __builtin_shufflevector(b, b, 2, 0, 1, 3) -
+                  __builtin_shufflevector(a, a, 2, 0, 1, 3) * __builtin_shufflevector(b, b, 1, 2, 0, 3);
+  normal[3] = 1.0F;
+  const Float4 squares = normal * normal;
+  normal *= 1.0F / std::sqrt(squares[0] + squares[1] + squares[2]);
+
   OBJFaceGeometry geometry;
-  geometry.normal = normalOfCorners(corner[0], corner[1], corner[2]);
-  geometry.center = OBJVector(x / n, y / n, z / n);
+  geometry.normal = std::bit_cast<OBJVector>(normal);
+  geometry.center = std::bit_cast<OBJVector>(center);
   return geometry;
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cstring>
+#include <new>
 
 #include "obj/OBJReader.h"
 #include "obj/text/DigitScan.h"
@@ -21,12 +22,12 @@ bool atLineEnd(const char* text) {
 
 /// `count` numbers of the plainest form, "-12.345678" with one blank between two, up to eight digits before
 /// the point and behind it, all within 64 characters. `bits` are those from `text` on. Answers the character
-/// behind the last number; null for any other text, `values` is then undefined.
+/// behind the last number; null for any other text, `vector` is then undefined.
 ///
 /// Nothing here is branched on but the outcome: where a number ends comes from the bits alone, and what is
 /// wrong with the text is gathered and looked at once, so that several lines are worked on at a time.
 template <int kCount>
-const char* scanPlainFloats(const char* text, OBJDigitMap::Bits bits, float* values) {
+const char* scanPlainFloats(const char* text, OBJDigitMap::Bits bits, OBJVector& vector) {
   std::uint64_t separators = bits.others & ~bits.minuses;
   // Bits that run out give positions of 64, which the lengths refuse.
   const auto nextSeparator = [&separators] {
@@ -66,15 +67,18 @@ const char* scanPlainFloats(const char* text, OBJDigitMap::Bits bits, float* val
   const auto wholes = digitsValues(whole[0], whole[1], whole[2], whole[3]);
   const auto parts = digitsValues(part[0], part[1], part[2], part[3]);
   bool between = false;
-#pragma GCC unroll 3
-  for (int i = 0; i < kCount; ++i) {
+  const auto value = [&](int i) {
     // At most 15 digits: all of this is exact but for the rounding of the division.
     const double power = fastNumber::kDoublePowerOfTen[part[i].length];
-    const double scaled =
-        (static_cast<std::int32_t>(wholes[i]) * power + static_cast<std::int32_t>(parts[i])) / power;
+    const double scaled = (static_cast<std::int32_t>(wholes[static_cast<std::size_t>(i)]) * power +
+                           static_cast<std::int32_t>(parts[static_cast<std::size_t>(i)])) /
+                          power;
     between |= liesBetweenFloats(scaled);
-    values[i] = withSign(static_cast<float>(scaled), static_cast<std::uint32_t>(negative[i]));
-  }
+    return withSign(static_cast<float>(scaled), static_cast<std::uint32_t>(negative[i]));
+  };
+  vector.x = value(0);
+  vector.y = value(1);
+  vector.z = kCount == 3 ? value(2) : 0.0F;
   return between ? nullptr : text + end;
 }
 
@@ -133,25 +137,32 @@ bool OBJReader::takeFastLine() {
 }
 
 bool OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArray& target, bool twoSuffice) {
-  float values[3] = {0.0F, 0.0F, 0.0F};
+  // Kept in registers on the common path: numbers stored one by one and read back together stall the
+  // processor.
+  OBJVector vector;
   text = skipBlanks(text);
   const char* next = nullptr;
   if (FLT_EVAL_METHOD == 0) {
     const OBJDigitMap::Bits bits = digits_.at(static_cast<std::size_t>(text - digitsStart_));
     if (twoSuffice) {
-      next = scanPlainFloats<2>(text, bits, values);
+      next = scanPlainFloats<2>(text, bits, vector);
       if (next != nullptr && !atLineEnd(next)) next = nullptr;
     }
-    if (next == nullptr) next = scanPlainFloats<3>(text, bits, values);
+    if (next == nullptr) next = scanPlainFloats<3>(text, bits, vector);
   }
-  if (next == nullptr || static_cast<unsigned char>(*next) > ' ')
+  if (next == nullptr || static_cast<unsigned char>(*next) > ' ') {
+    float values[3] = {0.0F, 0.0F, 0.0F};
     next = scanFastFloats(text, values, twoSuffice);
+    vector = OBJVector(values[0], values[1], values[2]);
+  }
   if (next == nullptr) return false;
   // Whatever stands behind three numbers is passed over.
   const char* const end = fastLineEnd(line, next);
   if (end == nullptr) return false;
-  addVector(target, values);
-  std::copy_n(values, 3, scratch_);
+  if (!target.push_back(vector)) throw std::bad_alloc();
+  scratch_[0] = vector.x;
+  scratch_[1] = vector.y;
+  scratch_[2] = vector.z;
   takeThrough(end);
   return true;
 }

@@ -80,6 +80,38 @@ TEST(FaceGeometry, NormalCentreAndReversal) {
   EXPECT_FALSE(std::isfinite(OBJFace().getCenter(vertices).x));
 }
 
+TEST(FaceGeometry, IsThatOfTheVectorOperationsToTheBit) {
+  Random random(12);
+  OBJVectorArray vertices(16);
+  for (int i = 0; i < 100; ++i) {
+    const auto number = [&random] { return (static_cast<float>(random()) - 2e9F) / 3e7F; };
+    const float x = number();
+    const float y = number();
+    vertices.push_back({x, y, number()});
+  }
+  for (int round = 0; round < 5000; ++round) {
+    OBJFace face;
+    const std::uint32_t corners = 3 + below(random, 5);
+    while (face.vertexCount < corners) face.addVertex(below(random, 105), 0, 0, false, false);
+    OBJVector p[3];
+    OBJVector sum(0, 0, 0);
+    for (std::uint32_t i = 0; i < corners; ++i) {
+      const OBJVector at = vertices.elementOrZero(face.vertexIndex[i]);
+      if (i < 3) p[i] = at;
+      sum = OBJVector(sum.x + at.x, sum.y + at.y, sum.z + at.z);
+    }
+    const auto n = static_cast<float>(corners);
+    OBJFace expected;
+    expected = face;
+    expected.normal = OBJVector(p[1].x - p[0].x, p[1].y - p[0].y, p[1].z - p[0].z)
+                          .cross({p[2].x - p[0].x, p[2].y - p[0].y, p[2].z - p[0].z})
+                          .normalizeTo1();
+    expected.center = OBJVector(sum.x / n, sum.y / n, sum.z / n);
+    face.ComputeNormalAndCenter(vertices);
+    ASSERT_EQ(describe(face), describe(expected));
+  }
+}
+
 TEST(ModelGeometry, SwapSubsetAndFlip) {
   OBJModel a(true);
   OBJModel b(true);
