@@ -89,8 +89,9 @@ bool OBJReader::read() {
   mapDigits();
   for (;;) {
     if (source_.needsFill()) fillSource();
+    if (fastPath_) takeFastLines();
+    if (source_.needsFill()) continue;
     if (source_.begin() == source_.end()) return true;
-    if (fastPath_ && takeFastLine()) continue;
     takeLine();
     if (readLine() == Outcome::readFailed) return false;
   }

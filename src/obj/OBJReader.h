@@ -54,14 +54,16 @@ class OBJReader {
   bool resolve(std::int32_t fileIndex, std::uint32_t count, const char* zeroText, const char* beyondText,
                std::uint32_t& index);
 
-  // Fast path, in OBJReaderFast.cpp. Each answers whether it took the line.
-  bool takeFastLine();
-  bool takeFastVector(const char* line, const char* text, OBJVectorArray& target, bool twoSuffice);
-  bool takeFastFace(const char* line);
+  // Fast path, in OBJReaderFast.cpp. What takes a line answers the line feed that ends it, or null with
+  // everything as it was.
+  void takeFastLines();
+  const char* takeFastLine(const char* line);
+  template <bool kTwoSuffice>
+  const char* takeFastVector(const char* line, const char* text, OBJVectorArray& target);
+  const char* takeFastFace(const char* line);
   template <bool kTexture, bool kNormal>
-  bool takeFastCorners(const char* line, const char* text);
+  const char* takeFastCorners(const char* line, const char* text);
   static const char* fastLineEnd(const char* line, const char* text);
-  void takeThrough(const char* lineFeed);
 
   void fillSource();
   void mapDigits();

@@ -20,14 +20,15 @@ bool atLineEnd(const char* text) {
   return *text == '\n' || (*text == '\r' && text[1] == '\n');
 }
 
-/// `count` numbers of the plainest form, "-12.345678" with one blank between two, up to eight digits before
-/// the point and behind it, all within 64 characters. `bits` are those from `text` on. Answers the character
-/// behind the last number; null for any other text, `vector` is then undefined.
+/// `kCount` numbers of the plainest form, "-12.345678" with one blank between two, up to seven digits before
+/// the point and eight behind it, all within 64 characters. `bits` are those from `text` on. True with the
+/// numbers and with `next` at the character behind the last; false for any other text.
 ///
-/// Nothing here is branched on but the outcome: where a number ends comes from the bits alone, and what is
-/// wrong with the text is gathered and looked at once, so that several lines are worked on at a time.
+/// Where a number ends comes from the bits alone, and what is wrong with the text is gathered and looked at
+/// once. Nothing that follows waits for the numbers, so that several lines are worked on at a time.
 template <int kCount>
-const char* scanPlainFloats(const char* text, OBJDigitMap::Bits bits, OBJVector& vector) {
+[[gnu::always_inline]] inline bool scanPlainFloats(const char* text, OBJDigitMap::Bits bits,
+                                                   OBJVector& vector, const char*& next) {
   std::uint64_t separators = bits.others & ~bits.minuses;
   // Bits that run out give positions of 64, which the lengths refuse.
   const auto nextSeparator = [&separators] {
@@ -61,7 +62,7 @@ const char* scanPlainFloats(const char* text, OBJDigitMap::Bits bits, OBJVector&
   // A "-" anywhere but before a number would count as a digit.
   const std::uint64_t misplaced = (bits.minuses & ((std::uint64_t{2} << (end & 63)) - 1)) ^ signs;
   if (((lengths | lengthsFromZero) >> 3 | end >> 6 | misplaced | static_cast<unsigned>(otherText)) != 0)
-    return nullptr;
+    return false;
 
   for (int i = kCount; i < 4; ++i) whole[i] = part[i] = part[0];
   const auto wholes = digitsValues(whole[0], whole[1], whole[2], whole[3]);
@@ -79,7 +80,8 @@ const char* scanPlainFloats(const char* text, OBJDigitMap::Bits bits, OBJVector&
   vector.x = value(0);
   vector.y = value(1);
   vector.z = kCount == 3 ? value(2) : 0.0F;
-  return between ? nullptr : text + end;
+  next = text + end;
+  return !between;
 }
 
 /// Three numbers, or two, as `fastFloat` reads them.
@@ -110,64 +112,35 @@ const char* OBJReader::fastLineEnd(const char* line, const char* text) {
   return text - line <= static_cast<std::ptrdiff_t>(kMaxLineCharacters) ? text : nullptr;
 }
 
-void OBJReader::takeThrough(const char* lineFeed) {
-  source_.take(lineFeed == source_.end() ? lineFeed : lineFeed + 1);
-  ++nextLineNumber_;
-}
-
-bool OBJReader::takeFastLine() {
-  const char* const line = source_.begin();
-  switch (line[0]) {
-    case 'v':
-      if (line[1] == ' ') return takeFastVector(line, line + 2, *model_._vertices, false);
-      if (line[1] == 'n' && line[2] == ' ') return takeFastVector(line, line + 3, *model_._normals, false);
-      if (line[1] == 't' && line[2] == ' ')
-        return takeFastVector(line, line + 3, *model_._textureCoords, true);
-      return false;
-    case 'f':
-      return line[1] == ' ' && takeFastFace(line);
-    case '#': {
-      const char* end = fastLineEnd(line, line);
-      if (end != nullptr) takeThrough(end);
-      return end != nullptr;
-    }
-    default:
-      return false;
-  }
-}
-
-bool OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArray& target, bool twoSuffice) {
+template <bool kTwoSuffice>
+const char* OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArray& target) {
   // Kept in registers on the common path: numbers stored one by one and read back together stall the
   // processor.
   OBJVector vector;
   text = skipBlanks(text);
   const char* next = nullptr;
-  if (FLT_EVAL_METHOD == 0) {
-    const OBJDigitMap::Bits bits = digits_.at(static_cast<std::size_t>(text - digitsStart_));
-    if (twoSuffice) {
-      next = scanPlainFloats<2>(text, bits, vector);
-      if (next != nullptr && !atLineEnd(next)) next = nullptr;
-    }
-    if (next == nullptr) next = scanPlainFloats<3>(text, bits, vector);
-  }
-  if (next == nullptr || static_cast<unsigned char>(*next) > ' ') {
+  const OBJDigitMap::Bits bits = digits_.at(static_cast<std::size_t>(text - digitsStart_));
+  const bool plain =
+      FLT_EVAL_METHOD == 0 &&
+      ((kTwoSuffice && scanPlainFloats<2>(text, bits, vector, next) && atLineEnd(next)) ||
+       (scanPlainFloats<3>(text, bits, vector, next) && static_cast<unsigned char>(*next) <= ' '));
+  if (!plain) {
     float values[3] = {0.0F, 0.0F, 0.0F};
-    next = scanFastFloats(text, values, twoSuffice);
+    next = scanFastFloats(text, values, kTwoSuffice);
+    if (next == nullptr) return nullptr;
     vector = OBJVector(values[0], values[1], values[2]);
   }
-  if (next == nullptr) return false;
   // Whatever stands behind three numbers is passed over.
   const char* const end = fastLineEnd(line, next);
-  if (end == nullptr) return false;
+  if (end == nullptr) return nullptr;
   if (!target.push_back(vector)) throw std::bad_alloc();
   scratch_[0] = vector.x;
   scratch_[1] = vector.y;
   scratch_[2] = vector.z;
-  takeThrough(end);
-  return true;
+  return end;
 }
 
-bool OBJReader::takeFastFace(const char* line) {
+const char* OBJReader::takeFastFace(const char* line) {
   const char* const first = skipBlanks(line + 2);
   OBJDigitScan scan(digits_, first, static_cast<std::size_t>(first - digitsStart_));
   const char* const slash = scan.next();
@@ -179,7 +152,7 @@ bool OBJReader::takeFastFace(const char* line) {
 }
 
 template <bool kTexture, bool kNormal>
-bool OBJReader::takeFastCorners(const char* line, const char* text) {
+const char* OBJReader::takeFastCorners(const char* line, const char* text) {
   std::uint32_t vertices[OBJFace::kMaxVertexCount];
   std::uint32_t textures[OBJFace::kMaxVertexCount];
   std::uint32_t normals[OBJFace::kMaxVertexCount];
@@ -202,7 +175,7 @@ bool OBJReader::takeFastCorners(const char* line, const char* text) {
   const char* corner = text;
   const char* end = text;
   do {
-    if (count == OBJFace::kMaxVertexCount) return false;
+    if (count == OBJFace::kMaxVertexCount) return nullptr;
     corner = text;
     end = scan.next();
     const OBJDigits vertex = digitsTo(end);
@@ -229,15 +202,15 @@ bool OBJReader::takeFastCorners(const char* line, const char* text) {
     if constexpr (kNormal) wrong |= normals[count] >= normalLimit;
     // A vertex that comes again is absorbed, by the exact path.
     for (std::uint32_t i = 0; i < count; ++i) wrong |= vertices[i] == vertices[count];
-    if (wrong) return false;
+    if (wrong) return nullptr;
     ++count;
     text = end + 1;
   } while (*end == ' ' && *text >= '0' && *text <= '9');
   // Blanks and a carriage return at the end make the exact path read the last corner twice, to no effect.
   const char* const rest = skipBlanks(end);
-  if (!atLineEnd(rest)) return false;
+  if (!atLineEnd(rest)) return nullptr;
   const char* const lineFeed = fastLineEnd(line, rest);
-  if (lineFeed == nullptr) return false;
+  if (lineFeed == nullptr) return nullptr;
 
   OBJFaceView face;
   face.vertexIndex = vertices;
@@ -248,8 +221,38 @@ bool OBJReader::takeFastCorners(const char* line, const char* text) {
   face.hasNormal = kNormal;
   addFace(face);
   fastToken_ = std::string_view(corner, static_cast<std::size_t>(end - corner));
-  takeThrough(lineFeed);
-  return true;
+  return lineFeed;
+}
+
+inline const char* OBJReader::takeFastLine(const char* line) {
+  switch (line[0]) {
+    case 'v':
+      if (line[1] == ' ') return takeFastVector<false>(line, line + 2, *model_._vertices);
+      if (line[1] == 'n' && line[2] == ' ') return takeFastVector<false>(line, line + 3, *model_._normals);
+      if (line[1] == 't' && line[2] == ' ')
+        return takeFastVector<true>(line, line + 3, *model_._textureCoords);
+      return nullptr;
+    case 'f':
+      return line[1] == ' ' ? takeFastFace(line) : nullptr;
+    case '#':
+      return fastLineEnd(line, line);
+    default:
+      return nullptr;
+  }
+}
+
+/// Takes lines up to the first that is not plain, or to where the source's window must be moved on.
+void OBJReader::takeFastLines() {
+  const char* line = source_.begin();
+  std::size_t taken = 0;
+  while (source_.showsLineAt(line)) {
+    const char* const lineFeed = takeFastLine(line);
+    if (lineFeed == nullptr) break;
+    line = lineFeed == source_.end() ? lineFeed : lineFeed + 1;
+    ++taken;
+  }
+  source_.take(line);
+  nextLineNumber_ += taken;
 }
 
 }  // namespace WavefrontOBJ

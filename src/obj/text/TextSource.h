@@ -27,6 +27,11 @@ class OBJTextSource {
   void take(const char* position) { begin_ = position; }
   /// Fewer bytes than the lookahead are left although the file has more: `fill` is due.
   bool needsFill() const { return static_cast<std::size_t>(end_ - begin_) < lookahead_ && !atFileEnd_; }
+  /// The window shows all of a line that begins at `line`, which is at or behind `begin`: its lookahead, or
+  /// what is left of the file, if anything.
+  bool showsLineAt(const char* line) const {
+    return static_cast<std::size_t>(end_ - line) >= (atFileEnd_ ? 1 : lookahead_);
+  }
   /// Reads on until the window holds the lookahead or the file ends. Moves the window: pointers into it are
   /// void afterwards.
   void fill();
