@@ -175,24 +175,18 @@ OBJReader::Outcome OBJReader::readUnknownLine() {
   return strict_ ? Outcome::readFailed : Outcome::nextLine;
 }
 
-void OBJReader::addVector(OBJVectorArray& target, const float (&values)[3]) {
-  if (!target.push_back(OBJVector(values[0], values[1], values[2]))) throw std::bad_alloc();
-}
-
 /// A value missing from the line keeps that of the previous vector of any kind: scripts write "vt 0.5" after
 /// "vt 0 1" and mean (0.5, 1).
 void OBJReader::readVector() {
   const char kind = line_.size() > 1 ? line_[1] : '\0';
-  if (kind == 'n') {
-    scanThreeFloats(textAfter(2), scratch_);
-    addVector(*model_._normals, scratch_);
-  } else if (kind == 't') {
-    if (scanThreeFloats(textAfter(2), scratch_) == 2) scratch_[2] = 0.0F;
-    addVector(*model_._textureCoords, scratch_);
-  } else {
-    scanThreeFloats(textAfter(1), scratch_);
-    addVector(*model_._vertices, scratch_);
-  }
+  const bool normal = kind == 'n';
+  const bool texture = kind == 't';
+  float values[3] = {scratch_.x, scratch_.y, scratch_.z};
+  const int converted = scanThreeFloats(textAfter(normal || texture ? 2 : 1), values);
+  if (texture && converted == 2) values[2] = 0.0F;
+  scratch_ = OBJVector(values[0], values[1], values[2]);
+  OBJVectorArray& target = normal ? *model_._normals : texture ? *model_._textureCoords : *model_._vertices;
+  if (!target.push_back(scratch_)) throw std::bad_alloc();
 }
 
 void OBJReader::readGroups() {

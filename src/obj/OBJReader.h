@@ -58,6 +58,7 @@ class OBJReader {
   // everything as it was.
   void takeFastLines();
   const char* takeFastLine(const char* line);
+  const char* takeVector(const char* line, const char* next, const OBJVector& vector, OBJVectorArray& target);
   template <bool kTwoSuffice>
   const char* takeFastVector(const char* line, const char* text, OBJVectorArray& target);
   const char* takeFastFace(const char* line);
@@ -70,7 +71,6 @@ class OBJReader {
   std::string& token();
   std::string_view textAfter(std::size_t characters) const;
   void addFace(const OBJFaceView& face);
-  void addVector(OBJVectorArray& target, const float (&values)[3]);
   void note(OBJReadNote::Kind kind, std::string_view text);
 
   OBJModel& model_;
@@ -91,7 +91,7 @@ class OBJReader {
   std::vector<OBJElementList*> groupLists_;  ///< lists of `groupNames_`, empty until a face needs them
   std::int32_t materialIndex_ = -1;
   std::uint32_t smoothingGroup_ = 0;
-  float scratch_[3] = {0.0F, 0.0F, 0.0F};
+  OBJVector scratch_;  ///< numbers of the last vector line of any kind
 
   // The token that all kinds of line share. A fast face line only notes where its last corner stands; the
   // text is copied when somebody asks or before the bytes move.

@@ -1,12 +1,12 @@
 // The fast path of the OBJ reader: plain lines straight from the file's bytes, no copy, no allocation.
-#include <algorithm>
-#include <cfloat>
+#include <bit>
 #include <cstring>
 #include <new>
 
 #include "obj/OBJReader.h"
 #include "obj/text/DigitScan.h"
 #include "obj/text/FastNumber.h"
+#include "obj/text/PlainFloats.h"
 
 namespace WavefrontOBJ {
 namespace {
@@ -18,70 +18,6 @@ const char* skipBlanks(const char* text) {
 
 bool atLineEnd(const char* text) {
   return *text == '\n' || (*text == '\r' && text[1] == '\n');
-}
-
-/// `kCount` numbers of the plainest form, "-12.345678" with one blank between two, up to seven digits before
-/// the point and eight behind it, all within 64 characters. `bits` are those from `text` on. True with the
-/// numbers and with `next` at the character behind the last; false for any other text.
-///
-/// Where a number ends comes from the bits alone, and what is wrong with the text is gathered and looked at
-/// once. Nothing that follows waits for the numbers, so that several lines are worked on at a time.
-template <int kCount>
-[[gnu::always_inline]] inline bool scanPlainFloats(const char* text, OBJDigitMap::Bits bits,
-                                                   OBJVector& vector, const char*& next) {
-  std::uint64_t separators = bits.others & ~bits.minuses;
-  // Bits that run out give positions of 64, which the lengths refuse.
-  const auto nextSeparator = [&separators] {
-    const auto position = static_cast<std::uint64_t>(std::countr_zero(separators));
-    separators &= separators - 1;
-    return position;
-  };
-  OBJDigits whole[4] = {};
-  OBJDigits part[4] = {};
-  std::uint64_t negative[3];
-  std::uint64_t signs = 0;
-  std::uint64_t start = 0;
-  std::uint64_t end = 0;
-  std::uint64_t lengths = 0;          // all lengths or-ed, and all lengths less 1 or-ed:
-  std::uint64_t lengthsFromZero = 0;  // lengths of 1 to 7 leave the upper bits of both clear
-  int otherText = 0;
-#pragma GCC unroll 3
-  for (int i = 0; i < kCount; ++i) {
-    const std::uint64_t point = nextSeparator();
-    end = nextSeparator();
-    negative[i] = bits.minuses >> (start & 63) & 1;
-    signs |= negative[i] << (start & 63);
-    whole[i] = {text + point, point - start - negative[i]};
-    part[i] = {text + end, end - point - 1};
-    lengths |= whole[i].length;
-    lengthsFromZero |= (whole[i].length - 1) | (part[i].length - 1);
-    otherText |= text[point] ^ '.';
-    if (i + 1 < kCount) otherText |= text[end] ^ ' ';
-    start = end + 1;
-  }
-  // A "-" anywhere but before a number would count as a digit.
-  const std::uint64_t misplaced = (bits.minuses & ((std::uint64_t{2} << (end & 63)) - 1)) ^ signs;
-  if (((lengths | lengthsFromZero) >> 3 | end >> 6 | misplaced | static_cast<unsigned>(otherText)) != 0)
-    return false;
-
-  for (int i = kCount; i < 4; ++i) whole[i] = part[i] = part[0];
-  const auto wholes = digitsValues(whole[0], whole[1], whole[2], whole[3]);
-  const auto parts = digitsValues(part[0], part[1], part[2], part[3]);
-  bool between = false;
-  const auto value = [&](int i) {
-    // At most 15 digits: all of this is exact but for the rounding of the division.
-    const double power = fastNumber::kDoublePowerOfTen[part[i].length];
-    const double scaled = (static_cast<std::int32_t>(wholes[static_cast<std::size_t>(i)]) * power +
-                           static_cast<std::int32_t>(parts[static_cast<std::size_t>(i)])) /
-                          power;
-    between |= liesBetweenFloats(scaled);
-    return withSign(static_cast<float>(scaled), static_cast<std::uint32_t>(negative[i]));
-  };
-  vector.x = value(0);
-  vector.y = value(1);
-  vector.z = kCount == 3 ? value(2) : 0.0F;
-  next = text + end;
-  return !between;
 }
 
 /// Three numbers, or two, as `fastFloat` reads them.
@@ -112,32 +48,32 @@ const char* OBJReader::fastLineEnd(const char* line, const char* text) {
   return text - line <= static_cast<std::ptrdiff_t>(kMaxLineCharacters) ? text : nullptr;
 }
 
-template <bool kTwoSuffice>
-const char* OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArray& target) {
-  // Kept in registers on the common path: numbers stored one by one and read back together stall the
-  // processor.
-  OBJVector vector;
-  text = skipBlanks(text);
-  const char* next = nullptr;
-  const OBJDigitMap::Bits bits = digits_.at(static_cast<std::size_t>(text - digitsStart_));
-  const bool plain =
-      FLT_EVAL_METHOD == 0 &&
-      ((kTwoSuffice && scanPlainFloats<2>(text, bits, vector, next) && atLineEnd(next)) ||
-       (scanPlainFloats<3>(text, bits, vector, next) && static_cast<unsigned char>(*next) <= ' '));
-  if (!plain) {
-    float values[3] = {0.0F, 0.0F, 0.0F};
-    next = scanFastFloats(text, values, kTwoSuffice);
-    if (next == nullptr) return nullptr;
-    vector = OBJVector(values[0], values[1], values[2]);
-  }
+/// Takes a vector in whose numbers end before `next`.
+inline const char* OBJReader::takeVector(const char* line, const char* next, const OBJVector& vector,
+                                         OBJVectorArray& target) {
   // Whatever stands behind three numbers is passed over.
   const char* const end = fastLineEnd(line, next);
   if (end == nullptr) return nullptr;
   if (!target.push_back(vector)) throw std::bad_alloc();
-  scratch_[0] = vector.x;
-  scratch_[1] = vector.y;
-  scratch_[2] = vector.z;
+  scratch_ = vector;
   return end;
+}
+
+template <bool kTwoSuffice>
+const char* OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArray& target) {
+  text = skipBlanks(text);
+#if defined(__SSE2__)
+  OBJPlainFloats plain;
+  const OBJDigitMap::Bits bits = digits_.at(static_cast<std::size_t>(text - digitsStart_));
+  if ((kTwoSuffice && readPlainFloats<2>(text, bits, plain) && atLineEnd(plain.end)) ||
+      (readPlainFloats<3>(text, bits, plain) && static_cast<unsigned char>(*plain.end) <= ' ')) {
+    return takeVector(line, plain.end, std::bit_cast<OBJVector>(plain.vector), target);
+  }
+#endif
+  float values[3] = {0.0F, 0.0F, 0.0F};
+  const char* const next = scanFastFloats(text, values, kTwoSuffice);
+  if (next == nullptr) return nullptr;
+  return takeVector(line, next, OBJVector(values[0], values[1], values[2]), target);
 }
 
 const char* OBJReader::takeFastFace(const char* line) {

@@ -22,7 +22,7 @@ namespace WavefrontOBJ {
 class OBJDigitMap {
  public:
   /// Bytes before and behind the text that `build` and the conversions may read.
-  static constexpr std::size_t kUnderread = 8;
+  static constexpr std::size_t kUnderread = 16;
   static constexpr std::size_t kOverread = 64 + kFastNumberOverread;
 
   /// Maps `size` characters at `text`. Everything behind them counts as no digit.
@@ -145,8 +145,8 @@ inline std::array<std::uint32_t, 4> digitsValues(OBJDigits a, OBJDigits b, OBJDi
     const __m128i mask = loadTwo(&kLastBytes[low.length & 15], &kLastBytes[high.length & 15]);
     const __m128i text = loadTwo(low.end - 8, high.end - 8);
     const __m128i digits = _mm_and_si128(_mm_sub_epi8(text, _mm_set1_epi8('0')), mask);
-    const __m128i tens = _mm_mullo_epi16(_mm_and_si128(digits, _mm_set1_epi16(0xFF)), _mm_set1_epi16(10));
-    const __m128i pairs = _mm_add_epi16(tens, _mm_srli_epi16(digits, 8));
+    // The upper byte of (low + 256 * high) * 2561 is low * 10 + high.
+    const __m128i pairs = _mm_srli_epi16(_mm_mullo_epi16(digits, _mm_set1_epi16(2561)), 8);
     return _mm_madd_epi16(pairs, _mm_set1_epi32(1 << 16 | 100));
   };
   const __m128i eights = _mm_packs_epi32(fours(a, b), fours(c, d));
