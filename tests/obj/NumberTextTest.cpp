@@ -153,8 +153,7 @@ TEST(NumberText, DigitScanFindsEveryOtherCharacter) {
     const std::size_t from = below(random, 130);
     OBJDigitScan scan(map, text.data() + from, from);
     for (std::size_t at = from; at < size + 3; ++at) {
-      const std::uint64_t bit = std::uint64_t{1} << (at - from) % 64;
-      ASSERT_EQ((map.at(at - (at - from) % 64).minuses & bit) != 0, at < size && text[at] == '-')
+      ASSERT_EQ((map.at(std::min(at, size)).minuses & 1) != 0, at < size && text[at] == '-')
           << i << " " << at;
       if (at < size && isDigit(text[at])) continue;
       ASSERT_EQ(static_cast<std::size_t>(scan.next() - text.data()), at) << i;

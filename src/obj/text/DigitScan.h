@@ -24,16 +24,26 @@ class OBJDigitMap {
   /// Bytes before and behind the text that `build` and the conversions may read.
   static constexpr std::size_t kUnderread = 16;
   static constexpr std::size_t kOverread = 64 + kFastNumberOverread;
+  /// Characters that `at` answers for.
+  static constexpr std::size_t kWindow = 56;
 
   /// Maps `size` characters at `text`. Everything behind them counts as no digit.
   void build(const char* text, std::size_t size) {
     const std::size_t words = size / 64 + 1;
-    words_.resize(words + 3);
-    for (std::size_t i = 0; i < words; ++i) words_[i] = mapOf64(text + 64 * i);
+    others_.resize(words + 2);
+    minuses_.resize(words + 2);
+    for (std::size_t i = 0; i < words; ++i) {
+      const Bits bits = mapOf64(text + 64 * i);
+      others_[i] = bits.others;
+      minuses_[i] = bits.minuses;
+    }
     const std::uint64_t behind = ~std::uint64_t{0} << (size % 64);
-    words_[words - 1].others |= behind;
-    words_[words - 1].minuses &= ~behind;
-    for (std::size_t i = words; i < words_.size(); ++i) words_[i] = {~std::uint64_t{0}, 0};
+    others_[words - 1] |= behind;
+    minuses_[words - 1] &= ~behind;
+    for (std::size_t i = words; i < words + 2; ++i) {
+      others_[i] = ~std::uint64_t{0};
+      minuses_[i] = 0;
+    }
   }
 
   struct Bits {
@@ -41,14 +51,12 @@ class OBJDigitMap {
     std::uint64_t minuses;  ///< bit i: character i is "-"
   };
 
-  /// The bits of the 64 characters from `offset` on, which is at most the size of the text.
-  Bits at(std::size_t offset) const {
-    const Bits& low = words_[offset / 64];
-    const Bits& high = words_[offset / 64 + 1];
-    const std::size_t shift = offset % 64;
-    // Shifting by 64 is not defined, shifting twice is.
-    return {low.others >> shift | high.others << 1 << (63 - shift),
-            low.minuses >> shift | high.minuses << 1 << (63 - shift)};
+  /// The bits of the `kWindow` characters from `offset` on, which is at most the size of the text. Bits above
+  /// are those of further characters or 0.
+  Bits at(std::size_t offset) const { return {bitsAt(others_, offset), bitsAt(minuses_, offset)}; }
+  /// The same without the minuses, and with 0 above.
+  std::uint64_t othersAt(std::size_t offset) const {
+    return bitsAt(others_, offset) & ((std::uint64_t{1} << kWindow) - 1);
   }
 
  private:
@@ -92,7 +100,21 @@ class OBJDigitMap {
   }
 #endif
 
-  std::vector<Bits> words_;
+  static std::uint64_t bitsAt(const std::vector<std::uint64_t>& words, std::size_t offset) {
+    if constexpr (std::endian::native == std::endian::little) {
+      // Bit i of the words is bit i % 8 of byte i / 8.
+      std::uint64_t bits = 0;
+      std::memcpy(&bits, reinterpret_cast<const char*>(words.data()) + offset / 8, sizeof bits);
+      return bits >> (offset % 8);
+    } else {
+      const std::size_t shift = offset % 64;
+      // Shifting by 64 is not defined, shifting twice is.
+      return words[offset / 64] >> shift | words[offset / 64 + 1] << 1 << (63 - shift);
+    }
+  }
+
+  std::vector<std::uint64_t> others_;
+  std::vector<std::uint64_t> minuses_;
 };
 
 /// Walks from one character that is not a digit to the next.
@@ -100,16 +122,16 @@ class OBJDigitScan {
  public:
   /// Starts at `text`, `offset` characters into the map, which may itself be the first answer.
   OBJDigitScan(const OBJDigitMap& map, const char* text, std::size_t offset)
-      : map_(map), text_(text), offset_(offset), others_(map.at(offset).others) {}
+      : map_(map), text_(text), offset_(offset), others_(map.othersAt(offset)) {}
 
   /// The next character that is not a digit. The text's end is one.
   const char* next() {
     while (others_ == 0) {
-      text_ += 64;
-      offset_ += 64;
-      others_ = map_.at(offset_).others;
+      text_ += OBJDigitMap::kWindow;
+      offset_ += OBJDigitMap::kWindow;
+      others_ = map_.othersAt(offset_);
     }
-    const char* const found = text_ + std::countr_zero(others_);
+    const char* const found = text_ + static_cast<unsigned>(std::countr_zero(others_));
     others_ &= others_ - 1;
     return found;
   }
@@ -120,6 +142,17 @@ class OBJDigitScan {
   std::size_t offset_;
   std::uint64_t others_;
 };
+
+#if defined(__SSE2__)
+/// Eight pairs of digit bytes as eight values: the upper byte of (low + 256 * high) * 2561 is low * 10 +
+/// high.
+inline __m128i pairsOfDigits(__m128i digits) {
+  __m128i weights = _mm_set1_epi16(2561);
+  // Compilers that know the factor take the multiplication apart into four instructions.
+  __asm__("" : "+x"(weights));
+  return _mm_srli_epi16(_mm_mullo_epi16(digits, weights), 8);
+}
+#endif
 
 /// `length` digits, 1 to 8, that end before `end`. For any other length `digitsValues` answers just any
 /// number.
@@ -145,8 +178,7 @@ inline std::array<std::uint32_t, 4> digitsValues(OBJDigits a, OBJDigits b, OBJDi
     const __m128i mask = loadTwo(&kLastBytes[low.length & 15], &kLastBytes[high.length & 15]);
     const __m128i text = loadTwo(low.end - 8, high.end - 8);
     const __m128i digits = _mm_and_si128(_mm_sub_epi8(text, _mm_set1_epi8('0')), mask);
-    // The upper byte of (low + 256 * high) * 2561 is low * 10 + high.
-    const __m128i pairs = _mm_srli_epi16(_mm_mullo_epi16(digits, _mm_set1_epi16(2561)), 8);
+    const __m128i pairs = pairsOfDigits(digits);
     return _mm_madd_epi16(pairs, _mm_set1_epi32(1 << 16 | 100));
   };
   const __m128i eights = _mm_packs_epi32(fours(a, b), fours(c, d));

@@ -48,8 +48,7 @@ inline __m128i fours(const char* end, std::uint64_t part, std::uint64_t digits) 
   const __m128i joined =
       _mm_xor_si128(moved, _mm_and_si128(_mm_xor_si128(text, moved), load(&kLastBytes[part])));
   const __m128i bytes = _mm_and_si128(joined, load(&kLastBytes[digits]));
-  // The upper byte of (low + 256 * high) * 2561 is low * 10 + high.
-  const __m128i pairs = _mm_srli_epi16(_mm_mullo_epi16(bytes, _mm_set1_epi16(2561)), 8);
+  const __m128i pairs = pairsOfDigits(bytes);
   return _mm_madd_epi16(pairs, _mm_set1_epi32(1 << 16 | 100));
 }
 
@@ -70,7 +69,7 @@ inline __m128i betweenFloats(__m128d values) {
 }  // namespace plainFloats
 
 /// Reads `kCount` (2 or 3) numbers of the plainest form, "-12.345678" with one blank between two, at most 15
-/// digits each with at least one on either side of the point, all within 64 characters. A third number that
+/// digits each with at least one on either side of the point, all within the window. A third number that
 /// is not asked for is 0. `bits` are those from `text` on. False for any other text, and for a number that
 /// takes more than one division to round correctly. Reads up to 16 bytes before `text`.
 ///
@@ -80,13 +79,12 @@ template <int kCount>
 [[gnu::always_inline]] inline bool readPlainFloats(const char* text, OBJDigitMap::Bits bits,
                                                    OBJPlainFloats& result) {
   namespace pf = plainFloats;
-  std::uint64_t separators = bits.others & ~bits.minuses;
-  // Bits that run out give positions of 64, which is refused below.
-  const auto nextSeparator = [&separators] {
-    const auto position = static_cast<std::uint64_t>(std::countr_zero(separators));
-    separators &= separators - 1;
-    return position;
-  };
+  // The bits of the point and the end of each number are the lowest, each in a word of its own.
+  std::uint64_t separators[2 * kCount];
+  separators[0] = bits.others & ~bits.minuses;
+#pragma GCC unroll 5
+  for (int i = 1; i < 2 * kCount; ++i) separators[i] = separators[i - 1] & (separators[i - 1] - 1);
+  if (separators[2 * kCount - 1] == 0) return false;
   std::uint64_t end[3] = {};
   std::uint64_t part[3] = {};
   std::uint64_t digits[3] = {};
@@ -98,10 +96,10 @@ template <int kCount>
   int otherText = 0;
 #pragma GCC unroll 3
   for (int i = 0; i < kCount; ++i) {
-    const std::uint64_t point = nextSeparator();
-    end[i] = nextSeparator();
-    const std::uint64_t negative = bits.minuses >> (start & 63) & 1;
-    signs |= negative << (start & 63);
+    const std::uint64_t point = static_cast<unsigned>(std::countr_zero(separators[2 * i]));
+    end[i] = static_cast<unsigned>(std::countr_zero(separators[2 * i + 1]));
+    const std::uint64_t negative = bits.minuses >> start & 1;
+    signs |= negative << start;
     signIndex |= negative << i;
     part[i] = end[i] - point - 1;
     digits[i] = end[i] - start - negative - 1;
@@ -113,9 +111,8 @@ template <int kCount>
   }
   const std::uint64_t last = end[kCount - 1];
   // A "-" anywhere but before a number would count as a digit.
-  const std::uint64_t misplaced = (bits.minuses & ((std::uint64_t{2} << (last & 63)) - 1)) ^ signs;
-  if ((wholeOr0 >> 63 | tooLong | last >> 6 | misplaced | static_cast<unsigned>(otherText)) != 0)
-    return false;
+  const std::uint64_t misplaced = (bits.minuses & ((std::uint64_t{1} << last) - 1)) ^ signs;
+  if ((wholeOr0 >> 63 | tooLong | misplaced | static_cast<unsigned>(otherText)) != 0) return false;
 
   const __m128i first = pf::fours(text + end[0], part[0], digits[0]);
   const __m128i second = pf::fours(text + end[1], part[1], digits[1]);
