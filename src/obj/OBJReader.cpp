@@ -277,8 +277,7 @@ OBJReader::Outcome OBJReader::readFace() {
 }
 
 /// Adds a face with the material, smoothing group and groups in force.
-void OBJReader::addFace(const OBJFaceView& corners) {
-  OBJFaceView face = corners;
+void OBJReader::addFace(OBJFaceView& face) {
   face.smoothingGroup = smoothingGroup_;
   face.materialIndex = materialIndex_;
   if (!model_.appendFace(face)) throw std::bad_alloc();

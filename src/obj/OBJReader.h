@@ -64,13 +64,14 @@ class OBJReader {
   const char* takeFastFace(const char* line);
   template <bool kTexture, bool kNormal>
   const char* takeFastCorners(const char* line, const char* text);
+  using TakeCorners = const char* (OBJReader::*)(const char* line, const char* text);
   static const char* fastLineEnd(const char* line, const char* text);
 
   void fillSource();
   void mapDigits();
   std::string& token();
   std::string_view textAfter(std::size_t characters) const;
-  void addFace(const OBJFaceView& face);
+  void addFace(OBJFaceView& face);
   void note(OBJReadNote::Kind kind, std::string_view text);
 
   OBJModel& model_;
@@ -79,7 +80,8 @@ class OBJReader {
   const bool strict_;
   const bool fastPath_;
   OBJTextSource source_;
-  OBJDigitMap digits_;                 ///< of the source's window as it was last filled, for the fast path
+  OBJDigitMap digits_;  ///< of the source's window as it was last filled, for the fast path
+  TakeCorners takeCorners_ = &OBJReader::takeFastCorners<true, true>;  ///< for the form of the last face
   const char* digitsStart_ = nullptr;  ///< the first character that `digits_` covers
 
   std::string line_;                ///< the current line as a C string sees it, its keyword in lower case

@@ -76,17 +76,6 @@ const char* OBJReader::takeFastVector(const char* line, const char* text, OBJVec
   return takeVector(line, next, OBJVector(values[0], values[1], values[2]), target);
 }
 
-const char* OBJReader::takeFastFace(const char* line) {
-  const char* const first = skipBlanks(line + 2);
-  OBJDigitScan scan(digits_, first, static_cast<std::size_t>(first - digitsStart_));
-  const char* const slash = scan.next();
-  if (*slash != '/') return takeFastCorners<false, false>(line, first);
-  const char* const second = scan.next();
-  if (*second != '/') return takeFastCorners<true, false>(line, first);
-  return second == slash + 1 ? takeFastCorners<false, true>(line, first)
-                             : takeFastCorners<true, true>(line, first);
-}
-
 template <bool kTexture, bool kNormal>
 const char* OBJReader::takeFastCorners(const char* line, const char* text) {
   std::uint32_t vertices[OBJFace::kMaxVertexCount];
@@ -124,7 +113,11 @@ const char* OBJReader::takeFastCorners(const char* line, const char* text) {
     }
     if constexpr (kNormal) {
       pass(end);
-      if constexpr (!kTexture) pass(scan.next());
+      if constexpr (!kTexture) {
+        const char* const second = scan.next();
+        wrong |= second != text;
+        pass(second);
+      }
       end = scan.next();
       normal = digitsTo(end);
     }
@@ -160,14 +153,33 @@ const char* OBJReader::takeFastCorners(const char* line, const char* text) {
   return lineFeed;
 }
 
+/// Tries the form of the last face first: most files have but one.
+inline const char* OBJReader::takeFastFace(const char* line) {
+  const char* const first = skipBlanks(line + 2);
+  const char* const taken = (this->*takeCorners_)(line, first);
+  if (taken != nullptr) return taken;
+  const TakeCorners last = takeCorners_;
+  OBJDigitScan scan(digits_, first, static_cast<std::size_t>(first - digitsStart_));
+  const char* const slash = scan.next();
+  const char* const second = *slash == '/' ? scan.next() : slash;
+  takeCorners_ = *slash != '/'         ? &OBJReader::takeFastCorners<false, false>
+                 : *second != '/'      ? &OBJReader::takeFastCorners<true, false>
+                 : second == slash + 1 ? &OBJReader::takeFastCorners<false, true>
+                                       : &OBJReader::takeFastCorners<true, true>;
+  return takeCorners_ == last ? nullptr : (this->*takeCorners_)(line, first);
+}
+
 inline const char* OBJReader::takeFastLine(const char* line) {
+  OBJVectorArray& vertices = *model_._vertices;
+  OBJVectorArray& normals = *model_._normals;
+  OBJVectorArray& textures = *model_._textureCoords;
   switch (line[0]) {
-    case 'v':
-      if (line[1] == ' ') return takeFastVector<false>(line, line + 2, *model_._vertices);
-      if (line[1] == 'n' && line[2] == ' ') return takeFastVector<false>(line, line + 3, *model_._normals);
-      if (line[1] == 't' && line[2] == ' ')
-        return takeFastVector<true>(line, line + 3, *model_._textureCoords);
-      return nullptr;
+    case 'v': {
+      if (line[1] == 't') return line[2] == ' ' ? takeFastVector<true>(line, line + 3, textures) : nullptr;
+      const bool normal = line[1] == 'n';
+      const char* const text = line + (normal ? 3 : 2);
+      return text[-1] == ' ' ? takeFastVector<false>(line, text, normal ? normals : vertices) : nullptr;
+    }
     case 'f':
       return line[1] == ' ' ? takeFastFace(line) : nullptr;
     case '#':

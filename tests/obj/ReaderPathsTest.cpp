@@ -40,10 +40,12 @@ std::string randomLine(Random& random, std::uint32_t vertices) {
     case 5:
     case 6:
     case 7: {
-      const std::uint32_t format = below(random, 4);
+      std::uint32_t format = below(random, 4);
+      const bool mixed = below(random, 10) == 0;
       line = below(random, 30) == 0 ? "F" : "f";
       for (std::uint32_t n = below(random, 40) == 0 ? below(random, 95) : 3 + below(random, 3); n > 0; --n) {
         line += " " + index();
+        if (mixed) format = below(random, 4);
         if (format == 1 || format == 3) line += "/" + index();
         if (format == 2) line += "//" + index();
         if (format == 3) line += "/" + index();
