@@ -34,8 +34,11 @@ void requireEqual(const OBJVectorArray& a, const OBJVectorArray& b) {
   for (std::uint32_t i = 0; i < a.count; ++i) require(sameBits(a[i], b[i]), "the same vectors");
 }
 
-bool sameIndices(const std::uint32_t* a, const std::uint32_t* b, std::uint32_t count) {
-  return (a == nullptr) == (b == nullptr) && (a == nullptr || std::equal(a, a + count, b));
+bool sameIndices(const WavefrontOBJ::OBJCornerIndices& a, const WavefrontOBJ::OBJCornerIndices& b,
+                 std::uint32_t count) {
+  bool same = a.isStored() == b.isStored();
+  for (std::uint32_t i = 0; i < count; ++i) same = same && a[i] == b[i];
+  return same;
 }
 
 void requireEqual(const OBJFaceView& a, const OBJFaceView& b) {
@@ -79,8 +82,8 @@ void requireSoundFace(const OBJModel& model, const OBJFaceView& face) {
   require(face.smoothingGroup == 0 ||
               std::find(model._smoothingGroups, smoothingEnd, face.smoothingGroup) != smoothingEnd,
           "a face's smoothing group is in the table");
-  require(face.vertexIndex != nullptr && (face.textureIndex != nullptr || !face.hasTexture) &&
-              (face.normalIndex != nullptr || !face.hasNormal),
+  require(face.vertexIndex.isStored() && (face.textureIndex.isStored() || !face.hasTexture) &&
+              (face.normalIndex.isStored() || !face.hasNormal),
           "a face has the indices that it says it has");
   for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
     // A relative index adds up to twice the count at the time of the face.
@@ -88,8 +91,9 @@ void requireSoundFace(const OBJModel& model, const OBJFaceView& face) {
     require(!face.hasTexture || face.textureIndex[i] < 2 * model._textureCoords->count,
             "texture indices are bounded");
     require(!face.hasNormal || face.normalIndex[i] < 2 * model._normals->count, "normal indices are bounded");
-    require(std::find(face.vertexIndex, face.vertexIndex + i, face.vertexIndex[i]) == face.vertexIndex + i,
-            "no face has a vertex twice");
+    for (std::uint32_t j = 0; j < i; ++j) {
+      require(face.vertexIndex[j] != face.vertexIndex[i], "no face has a vertex twice");
+    }
   }
 }
 

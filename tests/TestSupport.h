@@ -91,8 +91,8 @@ inline WavefrontOBJ::OBJFace faceCopy(const WavefrontOBJ::OBJFaceArray& faces, s
   face.vertexCount = view.vertexCount;
   for (std::uint32_t i = 0; i < view.vertexCount; ++i) {
     face.vertexIndex[i] = view.vertexIndex[i];
-    face.textureIndex[i] = view.textureIndex != nullptr ? view.textureIndex[i] : 0;
-    face.normalIndex[i] = view.normalIndex != nullptr ? view.normalIndex[i] : 0;
+    face.textureIndex[i] = view.textureIndex[i];
+    face.normalIndex[i] = view.normalIndex[i];
   }
   face.hasTexture = view.hasTexture ? 1 : 0;
   face.hasNormal = view.hasNormal ? 1 : 0;

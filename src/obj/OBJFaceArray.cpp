@@ -17,18 +17,21 @@ bool OBJFaceArray::push_back(const OBJFace& face) {
 }
 
 bool OBJFaceArray::push_back(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
-  if (freeSlots_ == 0) {
-    if (blocks.size() == blocks.capacity()) blocks.reserve(blocks.size() * 2 + 1);
-    auto block = OBJFaceBlock::create(blockSize);
-    if (block == nullptr || !block->append(face, geometry)) return false;
-    blocks.push_back(std::move(block));
-    ++lastBlock;
-    freeSlots_ = blockSize;
-  } else if (!blocks.back()->append(face, geometry)) {
-    return false;
-  }
+  if (freeSlots_ == 0 && !addBlock()) return false;
+  if (!blocks.back()->append(face, geometry)) return false;
   --freeSlots_;
   ++count;
+  return true;
+}
+
+bool OBJFaceArray::addBlock() {
+  // Room for the pointer first: nothing may throw once the block is there.
+  if (blocks.size() == blocks.capacity()) blocks.reserve(blocks.size() * 2 + 1);
+  auto block = OBJFaceBlock::create(blockSize);
+  if (block == nullptr) return false;
+  blocks.push_back(std::move(block));
+  ++lastBlock;
+  freeSlots_ = blockSize;
   return true;
 }
 
@@ -84,8 +87,7 @@ std::uint32_t* OBJFaceArray::ExtractFaceIndices(std::uint32_t n, std::uint32_t& 
   std::size_t written = 0;
   forEachFace([&](std::uint32_t, const OBJFaceView& face) {
     if (face.vertexCount != n) return;
-    std::copy_n(face.vertexIndex, n, words + written);
-    written += n;
+    for (std::uint32_t i = 0; i < n; ++i) words[written++] = face.vertexIndex[i];
   });
   if (written != wordCount) {
     OBJAssertionFailed("ExtractFaceIndices", "OBJFaceArray", 148, "vertexI == vertexICount");

@@ -32,6 +32,11 @@ class KSMTH_API OBJFaceArray {
   /// The same for a face that is not a flat record.
   bool push_back(const OBJFaceView& face, const OBJFaceGeometry& geometry);
 
+  /// Where the corners of the next face can be written before it is pushed, see `OBJFaceBlock::cornerRoom`.
+  /// Null when there is no such place: the next face begins a block, the block is flat, or there is no
+  /// memory.
+  std::uint32_t* cornerRoom() { return freeSlots_ > 0 ? blocks.back()->cornerRoom() : nullptr; }
+
   /// The flat record of face `index`, for writing. The first use in a block unpacks the block (1.1 KB a
   /// face); the reference stays valid while the array grows. Only the block is checked: an index past `count`
   /// inside the last block answers the unwritten record, callers compare with `count`. An index in a block
@@ -64,6 +69,7 @@ class KSMTH_API OBJFaceArray {
   std::uint32_t* ExtractFaceIndices(std::uint32_t n, std::uint32_t& faceCount) const;
 
  private:
+  bool addBlock();
   OBJFaceBlock& blockOf(std::uint32_t index, std::uint32_t& slot) const;
 
   OBJBlockIndex index_;

@@ -1,32 +1,19 @@
 #include "obj/OBJFaceBlock.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <type_traits>
 
 namespace WavefrontOBJ {
 namespace {
 
-/// Copies word by word, see the compile options of this file.
-std::uint32_t* copyCorners(std::uint32_t* out, const std::uint32_t* from, std::uint32_t count) {
-#pragma GCC unroll 4
-  for (std::uint32_t i = 0; i < count; ++i) *out++ = from[i];
-  return out;
-}
-
 void fill(OBJFace& face, const OBJFaceView& view, const OBJFaceGeometry& geometry) {
   face.vertexCount = view.vertexCount;
-  copyCorners(face.vertexIndex, view.vertexIndex, view.vertexCount);
-  const auto copyOrZero = [&view](std::uint32_t* out, const std::uint32_t* from) {
-    if (from != nullptr) {
-      copyCorners(out, from, view.vertexCount);
-    } else {
-      std::fill_n(out, view.vertexCount, 0U);
-    }
-  };
-  copyOrZero(face.textureIndex, view.textureIndex);
-  copyOrZero(face.normalIndex, view.normalIndex);
+  for (std::uint32_t i = 0; i < view.vertexCount; ++i) {
+    face.vertexIndex[i] = view.vertexIndex[i];
+    face.textureIndex[i] = view.textureIndex[i];
+    face.normalIndex[i] = view.normalIndex[i];
+  }
   face.hasTexture = view.hasTexture ? 1 : 0;
   face.hasNormal = view.hasNormal ? 1 : 0;
   face.smoothingGroup = view.smoothingGroup;
@@ -47,7 +34,7 @@ std::unique_ptr<OBJFaceBlock> OBJFaceBlock::create(std::uint32_t blockSize) {
   block->geometries_.reset(static_cast<OBJFaceGeometry*>(std::calloc(blockSize, sizeof(OBJFaceGeometry))));
   // Room for a block of textured quads with normals. What stays unused is never touched.
   const bool complete = block->headers_ != nullptr && block->geometries_ != nullptr &&
-                        blockSize <= UINT32_MAX / 12 && block->reserveCorners(blockSize * 12);
+                        blockSize <= UINT32_MAX / 16 && block->reserveCorners(blockSize * 12 + kCornerRoom);
   if (!complete) return nullptr;
   return block;
 }
@@ -64,20 +51,28 @@ bool OBJFaceBlock::reserveCorners(std::uint32_t wanted) {
   return true;
 }
 
+std::uint32_t* OBJFaceBlock::cornerRoom() {
+  if (records_ != nullptr || !reserveCorners(cornerCount_ + kCornerRoom)) return nullptr;
+  return corners_.get() + cornerCount_;
+}
+
 bool OBJFaceBlock::append(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
   if (records_ != nullptr) {
     fill(records_[used_++], face, geometry);
     return true;
   }
-  const bool storesTexture = face.textureIndex != nullptr;
-  const bool storesNormal = face.normalIndex != nullptr;
-  const std::uint32_t words = face.vertexCount * (1U + (storesTexture ? 1U : 0U) + (storesNormal ? 1U : 0U));
-  if (cornerCount_ + words > cornerCapacity_ && !reserveCorners(cornerCount_ + words)) return false;
-
-  std::uint32_t* out = copyCorners(corners_.get() + cornerCount_, face.vertexIndex, face.vertexCount);
-  if (storesTexture) out = copyCorners(out, face.textureIndex, face.vertexCount);
-  if (storesNormal) copyCorners(out, face.normalIndex, face.vertexCount);
-
+  const bool storesTexture = face.textureIndex.isStored();
+  const bool storesNormal = face.normalIndex.isStored();
+  const std::uint32_t stride = 1U + (storesTexture ? 1U : 0U) + (storesNormal ? 1U : 0U);
+  std::uint32_t* out = cornerRoom();
+  if (out == nullptr) return false;
+  if (face.vertexIndex.data() != out) {
+    for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
+      *out++ = face.vertexIndex[i];
+      if (storesTexture) *out++ = face.textureIndex[i];
+      if (storesNormal) *out++ = face.normalIndex[i];
+    }
+  }
   Header& header = headers_[used_];
   header.firstCorner = cornerCount_;
   header.smoothingGroup = face.smoothingGroup;
@@ -88,21 +83,22 @@ bool OBJFaceBlock::append(const OBJFaceView& face, const OBJFaceGeometry& geomet
   header.storesTexture = storesTexture;
   header.storesNormal = storesNormal;
   geometries_[used_] = geometry;
-  cornerCount_ += words;
+  cornerCount_ += face.vertexCount * stride;
   ++used_;
   return true;
 }
 
 OBJFaceView OBJFaceBlock::view(std::uint32_t slot) const {
-  if (slot >= used_ && records_ == nullptr) return {};
   if (records_ != nullptr) return OBJFaceView::of(records_[slot]);
+  if (slot >= used_) return {};
   const Header& header = headers_[slot];
-  OBJFaceView view;
-  view.vertexCount = header.vertexCount;
+  const std::uint32_t stride = 1U + (header.storesTexture ? 1U : 0U) + (header.storesNormal ? 1U : 0U);
   const std::uint32_t* corners = corners_.get() + header.firstCorner;
-  view.vertexIndex = corners;
-  if (header.storesTexture) view.textureIndex = corners += header.vertexCount;
-  if (header.storesNormal) view.normalIndex = corners + header.vertexCount;
+  OBJFaceView view;
+  view.vertexIndex = OBJCornerIndices(corners, stride);
+  if (header.storesTexture) view.textureIndex = OBJCornerIndices(corners + 1, stride);
+  if (header.storesNormal) view.normalIndex = OBJCornerIndices(corners + stride - 1, stride);
+  view.vertexCount = header.vertexCount;
   view.smoothingGroup = header.smoothingGroup;
   view.materialIndex = header.materialIndex;
   view.hasTexture = header.hasTexture;

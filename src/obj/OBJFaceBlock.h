@@ -16,12 +16,21 @@ namespace WavefrontOBJ {
 /// records, which then are the truth and never move.
 class KSMTH_API OBJFaceBlock {
  public:
+  /// Words of the largest face, and one: four words may be written where the last three belong.
+  static constexpr std::uint32_t kCornerRoom = 3 * OBJFace::kMaxVertexCount + 1;
+
   /// Null when there is no memory for a packed block of `blockSize` faces.
   static std::unique_ptr<OBJFaceBlock> create(std::uint32_t blockSize);
 
   /// Appends a face; there are fewer than `blockSize` yet. Flags and vertex count are kept as 0/1 and 0..88.
-  /// False, with nothing changed, when there is no memory for its corners.
+  /// False, with nothing changed, when there is no memory for its corners. Corners that the caller has
+  /// written to `cornerRoom` stay where they are.
   bool append(const OBJFaceView& face, const OBJFaceGeometry& geometry);
+
+  /// Where the corners of the next face can be written before it is appended: for each corner its vertex
+  /// index, then its texture index and its normal index, each where the face has them. `kCornerRoom` words.
+  /// Null when the block is flat or there is no memory.
+  std::uint32_t* cornerRoom();
 
   /// The face in `slot`; one without corners for a slot that is not used.
   OBJFaceView view(std::uint32_t slot) const;
@@ -39,8 +48,8 @@ class KSMTH_API OBJFaceBlock {
   template <class T>
   using Buffer = std::unique_ptr<T[], Free>;
 
-  // What queries over all faces read, apart from the geometry that they do not. A face's corners are its
-  // vertex indices, then its texture indices, then its normal indices, the latter two where stored.
+  // What queries over all faces read, apart from the geometry that they do not. The corners follow one
+  // another as `cornerRoom` says.
   struct Header {
     std::uint32_t firstCorner;
     std::uint32_t smoothingGroup;

@@ -7,13 +7,33 @@
 
 namespace WavefrontOBJ {
 
+/// One index for each corner of a face, `stride` words apart.
+class OBJCornerIndices {
+ public:
+  /// Zero for every corner.
+  OBJCornerIndices() : first_(&kZero), stride_(0) {}
+  explicit OBJCornerIndices(const std::uint32_t* first, std::uint32_t stride = 1)
+      : first_(first), stride_(stride) {}
+
+  std::uint32_t operator[](std::uint32_t corner) const { return first_[corner * stride_]; }
+  /// False for indices that are zero for every corner because the face does not have any.
+  bool isStored() const { return stride_ != 0; }
+  const std::uint32_t* data() const { return first_; }
+
+ private:
+  static constexpr std::uint32_t kZero = 0;
+
+  const std::uint32_t* first_;
+  std::uint32_t stride_;
+};
+
 /// One face for reading, wherever and however it is kept. Cheap to make and to pass by value.
 /// Valid until the face array changes: a push, or the first `OBJFaceArray::operator[]` into the face's block.
 struct OBJFaceView {
-  const std::uint32_t* vertexIndex = nullptr;   ///< `vertexCount` entries
-  const std::uint32_t* textureIndex = nullptr;  ///< likewise; null stands for all zeros, only without texture
-  const std::uint32_t* normalIndex = nullptr;   ///< likewise; null stands for all zeros, only without normals
-  std::uint32_t vertexCount = 0;                ///< 0..88
+  OBJCornerIndices vertexIndex;
+  OBJCornerIndices textureIndex;
+  OBJCornerIndices normalIndex;
+  std::uint32_t vertexCount = 0;  ///< 0..88
   std::uint32_t smoothingGroup = 0;
   std::int32_t materialIndex = -1;
   bool hasTexture = false;
@@ -23,9 +43,9 @@ struct OBJFaceView {
   /// has its flags cleared and its indices intact.
   static OBJFaceView of(const OBJFace& face) {
     OBJFaceView view;
-    view.vertexIndex = face.vertexIndex;
-    view.textureIndex = face.textureIndex;
-    view.normalIndex = face.normalIndex;
+    view.vertexIndex = OBJCornerIndices(face.vertexIndex);
+    view.textureIndex = OBJCornerIndices(face.textureIndex);
+    view.normalIndex = OBJCornerIndices(face.normalIndex);
     view.vertexCount = std::min(face.vertexCount, OBJFace::kMaxVertexCount);
     view.smoothingGroup = face.smoothingGroup;
     view.materialIndex = face.materialIndex;

@@ -108,9 +108,8 @@ std::unique_ptr<OBJModel> OBJModel::ExtractGroup(std::uint32_t group) const {
   for (const std::uint32_t index : _groups.at(name)) {
     std::uint32_t vertices[OBJFace::kMaxVertexCount];
     OBJFaceView face = _faces->view(index);
-    std::transform(face.vertexIndex, face.vertexIndex + face.vertexCount, vertices,
-                   [start](std::uint32_t vertex) { return vertex - start; });
-    face.vertexIndex = vertices;
+    for (std::uint32_t i = 0; i < face.vertexCount; ++i) vertices[i] = face.vertexIndex[i] - start;
+    face.vertexIndex = OBJCornerIndices(vertices);
     // Switched off, not removed: the indices stay in the faces. So do the material indices, for which the new
     // model has no materials and hence no face lists.
     face.hasTexture = false;

@@ -270,8 +270,8 @@ OBJReader::Outcome OBJReader::readFace() {
     stream.extract(token_);
   }
   OBJFaceView view = OBJFaceView::of(face);
-  if (!hasTexture) view.textureIndex = nullptr;
-  if (!hasNormal) view.normalIndex = nullptr;
+  if (!hasTexture) view.textureIndex = {};
+  if (!hasNormal) view.normalIndex = {};
   addFace(view);
   return Outcome::nextLine;
 }

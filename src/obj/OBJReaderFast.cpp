@@ -78,9 +78,11 @@ const char* OBJReader::takeFastVector(const char* line, const char* text, OBJVec
 
 template <bool kTexture, bool kNormal>
 const char* OBJReader::takeFastCorners(const char* line, const char* text) {
-  std::uint32_t vertices[OBJFace::kMaxVertexCount];
-  std::uint32_t textures[OBJFace::kMaxVertexCount];
-  std::uint32_t normals[OBJFace::kMaxVertexCount];
+  constexpr std::uint32_t kStride = 1 + (kTexture ? 1 : 0) + (kNormal ? 1 : 0);
+  // The corners go straight to their place, and are of no effect there until the face is added.
+  std::uint32_t elsewhere[OBJFaceBlock::kCornerRoom];
+  std::uint32_t* const room = model_._faces->cornerRoom();
+  std::uint32_t* const corners = room != nullptr ? room : elsewhere;
   const std::uint32_t vertexLimit = model_._vertices->count;
   const std::uint32_t textureLimit = model_._textureCoords->count;
   const std::uint32_t normalLimit = model_._normals->count;
@@ -121,16 +123,14 @@ const char* OBJReader::takeFastCorners(const char* line, const char* text) {
       end = scan.next();
       normal = digitsTo(end);
     }
-    const auto numbers = digitsValues(vertex, texture, normal, normal);
-    vertices[count] = numbers[0] - 1;
-    textures[count] = numbers[1] - 1;
-    normals[count] = numbers[2] - 1;
+    std::uint32_t* const indices = corners + kStride * count;
+    storeIndices(indices, vertex, kTexture ? texture : normal, normal, normal);
     // A 0 in the file has wrapped round and is past every limit.
-    wrong |= vertices[count] >= vertexLimit;
-    if constexpr (kTexture) wrong |= textures[count] >= textureLimit;
-    if constexpr (kNormal) wrong |= normals[count] >= normalLimit;
+    wrong |= indices[0] >= vertexLimit;
+    if constexpr (kTexture) wrong |= indices[1] >= textureLimit;
+    if constexpr (kNormal) wrong |= indices[kStride - 1] >= normalLimit;
     // A vertex that comes again is absorbed, by the exact path.
-    for (std::uint32_t i = 0; i < count; ++i) wrong |= vertices[i] == vertices[count];
+    for (std::uint32_t i = 0; i < count; ++i) wrong |= corners[kStride * i] == indices[0];
     if (wrong) return nullptr;
     ++count;
     text = end + 1;
@@ -142,9 +142,9 @@ const char* OBJReader::takeFastCorners(const char* line, const char* text) {
   if (lineFeed == nullptr) return nullptr;
 
   OBJFaceView face;
-  face.vertexIndex = vertices;
-  face.textureIndex = kTexture ? textures : nullptr;
-  face.normalIndex = kNormal ? normals : nullptr;
+  face.vertexIndex = OBJCornerIndices(corners, kStride);
+  if (kTexture) face.textureIndex = OBJCornerIndices(corners + 1, kStride);
+  if (kNormal) face.normalIndex = OBJCornerIndices(corners + kStride - 1, kStride);
   face.vertexCount = count;
   face.hasTexture = kTexture;
   face.hasNormal = kNormal;

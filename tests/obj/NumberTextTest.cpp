@@ -167,8 +167,9 @@ TEST(NumberText, DigitScanFindsEveryOtherCharacter) {
       expected[n] = static_cast<std::uint32_t>(
           std::stoul(std::string(numbers[n].end - numbers[n].length, numbers[n].end)));
     }
-    const auto values = digitsValues(numbers[0], numbers[1], numbers[2], numbers[3]);
-    for (std::size_t n = 0; n < 4; ++n) ASSERT_EQ(values[n], expected[n]) << std::string(digits, 64);
+    std::uint32_t indices[4];
+    storeIndices(indices, numbers[0], numbers[1], numbers[2], numbers[3]);
+    for (int n = 0; n < 4; ++n) ASSERT_EQ(indices[n], expected[n] - 1) << std::string(digits, 64);
   }
 }
 

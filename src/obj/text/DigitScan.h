@@ -161,8 +161,9 @@ struct OBJDigits {
   std::uint64_t length;
 };
 
-/// The values of four numbers, converted side by side. Reads up to eight bytes before the first digit.
-inline std::array<std::uint32_t, 4> digitsValues(OBJDigits a, OBJDigits b, OBJDigits c, OBJDigits d) {
+/// Writes four numbers, each less 1, to `indices`. Converts them side by side. Reads up to eight bytes before
+/// the first digit.
+inline void storeIndices(std::uint32_t* indices, OBJDigits a, OBJDigits b, OBJDigits c, OBJDigits d) {
 #if defined(__SSE2__)
   static constexpr std::array<std::uint64_t, 16> kLastBytes = [] {
     std::array<std::uint64_t, 16> masks{};
@@ -182,10 +183,8 @@ inline std::array<std::uint32_t, 4> digitsValues(OBJDigits a, OBJDigits b, OBJDi
     return _mm_madd_epi16(pairs, _mm_set1_epi32(1 << 16 | 100));
   };
   const __m128i eights = _mm_packs_epi32(fours(a, b), fours(c, d));
-  std::array<std::uint32_t, 4> values;
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(values.data()),
-                   _mm_madd_epi16(eights, _mm_set1_epi32(1 << 16 | 10000)));
-  return values;
+  const __m128i values = _mm_madd_epi16(eights, _mm_set1_epi32(1 << 16 | 10000));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(indices), _mm_add_epi32(values, _mm_set1_epi32(-1)));
 #else
   const auto value = [](OBJDigits number) {
     const std::uint64_t digits = fastNumber::loadLittleEndian(number.end - 8) ^ 0x3030303030303030U;
@@ -193,7 +192,8 @@ inline std::array<std::uint32_t, 4> digitsValues(OBJDigits a, OBJDigits b, OBJDi
     const std::uint64_t others = (64 - 8 * number.length) & 63;
     return fastNumber::sumDigits(digits >> others << others);
   };
-  return {value(a), value(b), value(c), value(d)};
+  const std::uint32_t values[4] = {value(a), value(b), value(c), value(d)};
+  for (int i = 0; i < 4; ++i) indices[i] = values[i] - 1;
 #endif
 }
 
