@@ -7,6 +7,9 @@
 namespace WavefrontOBJ {
 namespace {
 
+/// No block of more faces fits in 32 bits of corners, or in the memory of a 32-bit machine.
+constexpr std::uint32_t kMaxBlockSize = UINT32_MAX / sizeof(OBJFaceGeometry) / 2;
+
 void fill(OBJFace& face, const OBJFaceView& view, const OBJFaceGeometry& geometry) {
   face.vertexCount = view.vertexCount;
   for (std::uint32_t i = 0; i < view.vertexCount; ++i) {
@@ -30,11 +33,14 @@ std::unique_ptr<OBJFaceBlock> OBJFaceBlock::create(std::uint32_t blockSize) {
   static_assert(std::is_trivially_copyable_v<OBJFaceGeometry> && sizeof(OBJFaceGeometry) == 36);
   std::unique_ptr<OBJFaceBlock> block(new (std::nothrow) OBJFaceBlock(blockSize));
   if (block == nullptr) return nullptr;
-  block->headers_.reset(static_cast<Header*>(std::calloc(blockSize, sizeof(Header))));
-  block->geometries_.reset(static_cast<OBJFaceGeometry*>(std::calloc(blockSize, sizeof(OBJFaceGeometry))));
+  if (blockSize > kMaxBlockSize) return nullptr;
+  // Not zeroed: only slots in use are read, and memory that is touched twice costs twice.
+  block->headers_.reset(static_cast<Header*>(std::malloc(std::size_t{blockSize} * sizeof(Header))));
+  block->geometries_.reset(
+      static_cast<OBJFaceGeometry*>(std::malloc(std::size_t{blockSize} * sizeof(OBJFaceGeometry))));
   // Room for a block of textured quads with normals. What stays unused is never touched.
   const bool complete = block->headers_ != nullptr && block->geometries_ != nullptr &&
-                        blockSize <= UINT32_MAX / 16 && block->reserveCorners(blockSize * 12 + kCornerRoom);
+                        block->reserveCorners(blockSize * 12 + kCornerRoom);
   if (!complete) return nullptr;
   return block;
 }

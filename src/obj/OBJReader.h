@@ -19,9 +19,8 @@ inline constexpr std::size_t kMaxLineCharacters = 1024;
 
 /// How an OBJ file is read. The defaults are the fastest; the result does not depend on them.
 struct OBJReadOptions {
-  bool fastPath = true;  ///< read well-formed lines without the line buffer
-  std::size_t blockBytes =
-      64U * 1024;  ///< bytes asked of the file at a time; fits the processor's near cache
+  bool fastPath = true;                  ///< read well-formed lines without the line buffer
+  std::size_t blockBytes = 128U * 1024;  ///< bytes asked of the file at a time
 };
 
 /// One read of an OBJ file into a model: the state between lines and the work on each kind of line.
