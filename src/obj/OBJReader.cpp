@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
@@ -13,6 +14,9 @@
 
 namespace WavefrontOBJ {
 namespace {
+
+/// Group names kept for the fast path; a file may have one for every face.
+constexpr std::size_t kMaxKnownGroups = 1U << 16;
 
 /// Materials that a library reader has handed over, deleted with their holder.
 struct OwnedMaterials {
@@ -126,7 +130,8 @@ void OBJReader::note(OBJReadNote::Kind kind, std::string_view text) {
 void OBJReader::takeLine() {
   const char* const begin = source_.begin();
   const char* const limit = begin + std::min<std::ptrdiff_t>(source_.end() - begin, kMaxLineCharacters);
-  const char* const end = std::find(begin, limit, '\n');
+  const void* const found = std::memchr(begin, '\n', static_cast<std::size_t>(limit - begin));
+  const char* const end = found != nullptr ? static_cast<const char*>(found) : limit;
   lineNumber_ = nextLineNumber_;
   // After 1,024 characters the line feed is left to stand for an empty line of its own.
   const bool lineFeed = end != limit;
@@ -283,6 +288,9 @@ void OBJReader::addFace(OBJFaceView& face) {
   if (!model_.appendFace(face)) throw std::bad_alloc();
   if (groupLists_.empty()) {
     for (const std::string& name : groupNames_) groupLists_.push_back(&model_.groupList(name));
+    if (groupNames_.size() == 1 && knownGroups_.size() < kMaxKnownGroups) {
+      knownGroups_.emplace(groupNames_.front(), groupLists_.front());
+    }
   }
   for (OBJElementList* list : groupLists_) list->addFace(model_._faces->count - 1);
 }

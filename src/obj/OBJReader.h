@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -36,6 +37,13 @@ class OBJReader {
   bool read();
 
  private:
+  /// Hashes names so that they can be looked up without a copy.
+  struct NameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const { return std::hash<std::string_view>()(name); }
+  };
+  using KnownGroups = std::unordered_map<std::string, OBJElementList*, NameHash, std::equal_to<>>;
+
   /// What became of a line.
   enum class Outcome : std::uint8_t { nextLine, readFailed };
 
@@ -61,6 +69,7 @@ class OBJReader {
   template <bool kTwoSuffice>
   const char* takeFastVector(const char* line, const char* text, OBJVectorArray& target);
   const char* takeFastFace(const char* line);
+  const char* takeFastGroup(const char* line);
   template <bool kTexture, bool kNormal>
   const char* takeFastCorners(const char* line, const char* text);
   using TakeCorners = const char* (OBJReader::*)(const char* line, const char* text);
@@ -89,6 +98,7 @@ class OBJReader {
 
   std::unordered_map<std::string, std::int32_t> materials_;  ///< first material of each name
   std::vector<std::string> groupNames_{"default"};
+  KnownGroups knownGroups_;                  ///< lists of groups that had a line to themselves
   std::vector<OBJElementList*> groupLists_;  ///< lists of `groupNames_`, empty until a face needs them
   std::int32_t materialIndex_ = -1;
   std::uint32_t smoothingGroup_ = 0;

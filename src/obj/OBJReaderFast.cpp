@@ -169,6 +169,24 @@ inline const char* OBJReader::takeFastFace(const char* line) {
   return takeCorners_ == last ? nullptr : (this->*takeCorners_)(line, first);
 }
 
+/// Takes a line of one name that an earlier line had, with nothing behind it: files that change the group at
+/// every face have millions of them.
+const char* OBJReader::takeFastGroup(const char* line) {
+  const char* const begin = line + 2;
+  const char* end = begin;
+  while (static_cast<unsigned char>(*end) > ' ') ++end;
+  if (end == begin || *end != '\n') return nullptr;
+  const char* const lineFeed = fastLineEnd(line, end);
+  if (lineFeed == nullptr) return nullptr;
+  const std::string_view name(begin, static_cast<std::size_t>(end - begin));
+  const auto known = knownGroups_.find(name);
+  if (known == knownGroups_.end()) return nullptr;
+  groupNames_.clear();
+  groupLists_.assign(1, known->second);
+  fastToken_ = name;
+  return lineFeed;
+}
+
 inline const char* OBJReader::takeFastLine(const char* line) {
   OBJVectorArray& vertices = *model_._vertices;
   OBJVectorArray& normals = *model_._normals;
@@ -182,6 +200,8 @@ inline const char* OBJReader::takeFastLine(const char* line) {
     }
     case 'f':
       return line[1] == ' ' ? takeFastFace(line) : nullptr;
+    case 'g':
+      return line[1] == ' ' ? takeFastGroup(line) : nullptr;
     case '#':
       return fastLineEnd(line, line);
     default:
