@@ -5,6 +5,7 @@
 
 #if defined(__GLIBC__)
 // <cassert> declares it only in builds with assertions; this contract holds in every build.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" [[noreturn]] void __assert_fail(const char* expression, const char* file, unsigned line,
                                            const char* function) noexcept;
 #elif defined(__APPLE__)

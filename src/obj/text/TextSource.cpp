@@ -25,7 +25,7 @@ bool OBJTextSource::open(const std::string& path) {
 
 void OBJTextSource::fill() {
   char* const base = buffer_.data() + OBJDigitMap::kUnderread;
-  std::size_t held = static_cast<std::size_t>(end_ - begin_);
+  auto held = static_cast<std::size_t>(end_ - begin_);
   std::memmove(base, begin_, held);
   while (held < lookahead_ && !atFileEnd_) {
     const std::size_t got = std::fread(base + held, 1, blockBytes_, file_.get());

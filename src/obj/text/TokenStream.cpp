@@ -105,7 +105,7 @@ bool OBJTokenStream::extract(double& value) {
   }
   // "1e" and "1e+" are used up but are no numbers.
   if (!mantissa || (exponent && !exponentDigits)) return fail();
-  const double number = decimalNumber<double>(text_.substr(start, position_ - start));
+  const auto number = decimalNumber<double>(text_.substr(start, position_ - start));
   if (number > std::numeric_limits<double>::max() || number < std::numeric_limits<double>::lowest()) {
     return fail();
   }
