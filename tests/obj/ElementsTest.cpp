@@ -159,8 +159,6 @@ TEST(ElementList, KeepsOrderAcrossChunksAndCopies) {
 
 // The default ends the process with the fixed texts.
 TEST(AssertionDeathTest, EndsTheProcess) {
-  // A plain fork hangs under the 32-bit emulators; this style starts the program anew.
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   OBJVectorArray vectors(4);
   EXPECT_DEATH(vectors[0], "OBJVectorArray:61: operator\\[\\]: Assertion `0' failed");
   EXPECT_DEATH(
