@@ -80,11 +80,12 @@ class OBJBlockArray {
     ++count;
     return true;
   }
-  /// Counts `n` slots more, of those that `addBlock` has made, as stored.
+  /// Makes the first `n` slots, which are zero, stored elements. The next one goes behind them.
   void countStored(std::uint32_t n) {
-    count += n;
-    freeSlots_ = static_cast<std::uint32_t>(std::uint64_t{blocks.size()} * blockSize - count);
-    nextSlot_ = blocks.empty() ? nullptr : blocks.back() + (blockSize - freeSlots_);
+    count = n;
+    const std::uint32_t used = n % blockSize;
+    freeSlots_ = used == 0 ? 0 : blockSize - used;
+    nextSlot_ = used == 0 ? nullptr : blocks.back() + used;
   }
 
   /// The element at an index below `count`.

@@ -24,7 +24,9 @@ bool OBJLinkArray::reserve(std::uint32_t n) {
   if (count != 0) return false;
   const std::uint64_t wanted = (std::uint64_t{n} + blockSize - 1) / blockSize;
   for (std::uint64_t i = 0; i < wanted; ++i) {
-    if (!addBlock()) return false;
+    if (addBlock()) continue;
+    countStored(0);
+    return false;
   }
   countStored(n);
   return true;

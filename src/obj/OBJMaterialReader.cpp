@@ -81,6 +81,15 @@ class MaterialLines {
   double colour_[3] = {0.0, 0.0, 0.0};
 };
 
+/// False at the end of the file, and where it cannot be read further. Throws std::bad_alloc.
+bool nextLine(std::istream& file, std::string& line) {
+  try {
+    return static_cast<bool>(std::getline(file, line));
+  } catch (const std::ios::failure&) {
+    return false;
+  }
+}
+
 template <class Number>
 bool extractOrKeep(std::istream& stream, Number& target) {
   Number value{};
@@ -100,11 +109,13 @@ bool OBJModel::readMaterialFile(std::string path, std::vector<OBJMaterial*>& mat
     _errorMessage += "Materials file missing: " + path;
     return false;
   }
+  // Lets a failed allocation out, which a stream would otherwise show as the end of the file.
+  file.exceptions(std::ios::badbit);
   MaterialLines lines(getPath(path));
   OBJMaterial* current = nullptr;
   std::string line;
   std::string keyword;
-  for (std::size_t lineNumber = 1; std::getline(file, line); ++lineNumber) {
+  for (std::size_t lineNumber = 1; nextLine(file, line); ++lineNumber) {
     OBJTokenStream stream(line);
     if (!stream.extract(keyword) || keyword[0] == '#') continue;
     std::transform(keyword.begin(), keyword.end(), keyword.begin(), lowerCase);

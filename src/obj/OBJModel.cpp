@@ -43,15 +43,23 @@ void OBJModel::fileLastFace(std::int32_t materialIndex) {
   if (list < _materialFaces.size()) _materialFaces[list].addFace(_faces->count - 1);
 }
 
+// Both make room first, so that no failed allocation leaves one half of a pair behind.
+
 void OBJModel::addMaterial(const OBJMaterial& material) {
+  if (_materialFaces.size() == _materialFaces.capacity())
+    _materialFaces.reserve(2 * _materialFaces.size() + 1);
   _materials.push_back(material);
   _materialFaces.emplace_back();
 }
 
 OBJElementList& OBJModel::groupList(const std::string& name) {
-  const auto [position, inserted] = _groups.try_emplace(name);
-  if (inserted) _groupNames.push_back(name);
-  return position->second;
+  const auto found = _groups.find(name);
+  if (found != _groups.end()) return found->second;
+  if (_groupNames.size() == _groupNames.capacity()) _groupNames.reserve(2 * _groupNames.size() + 1);
+  std::string listed(name);
+  OBJElementList& list = _groups[name];
+  _groupNames.push_back(std::move(listed));
+  return list;
 }
 
 void OBJModel::addFaceToGroup(const std::string& name, std::uint32_t faceIndex) {

@@ -26,6 +26,7 @@ class OBJLineWriter {
   }
 
   void header(const std::string& text) { out_.text(text); }
+  void flush() { out_.flush(); }
 
   /// "v", "vt" or "vn" with three components, each followed by a space.
   void vector(std::string_view keyword, const OBJVector& vector) {
@@ -160,7 +161,12 @@ bool OBJModel::write(std::string path, bool byFaceOrder, const char* mtlName) {
   for (std::uint32_t i = 0; i < textures.count; ++i) out.vector("vt ", textures[i]);
   // Texture coordinates under the normals' keyword: files of this writer have always been so, and readers of
   // them recompute normals. Past the last texture coordinate this meets the array's own assertion.
-  for (std::uint32_t i = 0; i < _normals->count; ++i) out.vector("vn ", textures[i]);
+  const std::uint64_t slots = std::uint64_t{textures.blocks.size()} * textures.blockSize;
+  for (std::uint32_t i = 0; i < _normals->count; ++i) {
+    // The file then ends with the lines before.
+    if (i == slots) out.flush();
+    out.vector("vn ", textures[i]);
+  }
   if (byFaceOrder) {
     writeFaceOrder(*this, out);
   } else {

@@ -26,12 +26,12 @@ namespace {
 /// An index that no table has.
 constexpr std::uint32_t kNoIndex = UINT32_MAX;
 
-/// What all calls make of a number that carries an index: truncated toward zero, of the result the low 32
-/// bits, so that a number in (-1, 0) is 0 and one of -1 or less wraps round to a huge index. NaN and numbers
-/// past 64 bits give the largest index.
+/// What all calls make of a number that carries an index: truncated toward zero, so that a number in (-1, 0)
+/// is 0, and wrapped round to a huge index where it is -1 or less. NaN and whatever does not fit in 32 bits
+/// give the largest index: no number from far away addresses an element, or the whole model.
 std::uint32_t indexFromNumber(double number) {
-  constexpr double kTwoTo63 = 9223372036854775808.0;
-  if (!(number >= -kTwoTo63 && number < kTwoTo63)) return kNoIndex;
+  constexpr double kTwoTo32 = 4294967296.0;
+  if (!(number > -kTwoTo32 && number < kTwoTo32)) return kNoIndex;
   return static_cast<std::uint32_t>(static_cast<std::int64_t>(number));
 }
 
@@ -65,6 +65,15 @@ constexpr float status(bool success) {
   return success ? 0.0F : -1.0F;
 }
 
+/// An empty model; null when there is no memory for it.
+OBJModel* newModel() {
+  try {
+    return new OBJModel(true);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 /// `OBJModel::read` with an allocation failure as one more reason for a failed read.
 bool readModel(OBJModel& model, const char* path) {
   try {
@@ -86,7 +95,7 @@ KSMTH_CALL(LoadOBJFile) {
   freeModel();
   if (text == nullptr) return 0.0F;
   const float groups = guarded(-1.0F, [&] {
-    gOBJModel = new (std::nothrow) OBJModel(true);
+    gOBJModel = newModel();
     if (gOBJModel == nullptr) return 0.0F;
     if (readModel(*gOBJModel, text)) return static_cast<float>(groupCount());
     if (!gOBJModel->_errorMessage.empty()) answer(block1, gOBJModel->_errorMessage);

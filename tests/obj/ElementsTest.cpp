@@ -136,6 +136,8 @@ TEST(Links, ChainNodesOfTwelve) {
   EXPECT_EQ(array.count, 6U);
   EXPECT_EQ(array[5].size(), 0U);
   EXPECT_EQ(array.blocks.size(), 3U) << "the last block had a slot left";
+  array.push_back(gZeroLinks);
+  EXPECT_EQ(array.blocks.size(), 4U);
 }
 
 TEST(ElementList, KeepsOrderAcrossChunksAndCopies) {

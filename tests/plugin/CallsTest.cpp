@@ -122,6 +122,8 @@ TEST_F(CallsTest, Exports) {
       {ExportOBJGroup, 4, -1, nullptr},
       {ExportOBJGroup, -1, -1, nullptr},
       {ExportOBJGroup, std::nan(""), -1, nullptr},
+      {ExportOBJGroup, -4294967296.0, -1, nullptr},
+      {ExportOBJGroup, 4294967296.0, -1, nullptr},
       {ExportOBJSmoothGroup, 2, 0, "g 9\nf 1 2 3\nf 2 3 1\n"},
       {ExportOBJSmoothGroup, 0.5, -1, nullptr},
       {ExportOBJSmoothGroup, 0, -1, nullptr},

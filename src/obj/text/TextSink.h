@@ -24,6 +24,9 @@ class OBJTextSink {
 
   bool isOpen() const { return file_ != nullptr; }
 
+  /// Hands what has been written so far to the file.
+  void flush();
+
   void text(std::string_view text);
   void coordinate(float value) {
     reserve(kMaxNumberText);
@@ -48,8 +51,6 @@ class OBJTextSink {
   void reserve(std::size_t bytes) {
     if (static_cast<std::size_t>(buffer_.get() + kBufferBytes - position_) < bytes) flush();
   }
-  void flush();
-
   std::unique_ptr<std::FILE, Close> file_;
   std::unique_ptr<char[]> buffer_;
   char* position_;
