@@ -11,7 +11,8 @@ int sAllocationsLeft = -1;  ///< the one after these fails; negative: none does
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: compilers would take the halves of one pair for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (sAllocationsLeft == 0) throw std::bad_alloc();
   if (sAllocationsLeft > 0) --sAllocationsLeft;
   if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
@@ -23,10 +24,10 @@ void* operator new[](std::size_t size) {
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return sAllocationsLeft == 0 ? nullptr : std::malloc(size != 0 ? size : 1);
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
   std::free(memory);
 }
 void operator delete[](void* memory) noexcept {
