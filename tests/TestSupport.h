@@ -125,9 +125,6 @@ inline std::string describe(const WavefrontOBJ::OBJFace& face) {
   return text;
 }
 
-/// Everything that can be observed of a model, as text.
-std::string describe(const WavefrontOBJ::OBJModel& model);
-
 inline std::string describe(const WavefrontOBJ::OBJVectorArray& vectors) {
   std::string text;
   for (std::uint32_t i = 0; i < vectors.count; ++i) {
@@ -144,6 +141,7 @@ inline std::string describe(const WavefrontOBJ::OBJElementList& list) {
   return text;
 }
 
+/// Everything that can be observed of a model, as text.
 inline std::string describe(const WavefrontOBJ::OBJModel& model) {
   std::string text = "message " + model._errorMessage + "\nv " + describe(*model._vertices) + "\nvt " +
                      describe(*model._textureCoords) + "\nvn " + describe(*model._normals) + "\n";

@@ -89,11 +89,6 @@ inline bool fastScale(std::uint64_t mantissa, int exponent, float& value) {
   return true;
 }
 
-/// `magnitude` with its sign turned if `negative` is 1, not if it is 0.
-inline float withSign(float magnitude, std::uint32_t negative) {
-  return std::bit_cast<float>(std::bit_cast<std::uint32_t>(magnitude) ^ (negative << 31));
-}
-
 /// A decimal number, optionally with sign, point and exponent, that ends at a blank, line end or NUL.
 /// Answers the character behind it; null for anything else and for values that need more than `fastScale`.
 inline const char* fastFloat(const char* text, float& value) {
