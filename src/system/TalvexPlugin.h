@@ -1,0 +1,7 @@
+#pragma once
+
+/// The services that the support library takes from the platform, one header a subject.
+
+#include "system/Host.h"
+#include "system/Memory.h"
+#include "system/Strings.h"
