@@ -1,8 +1,14 @@
 #include "image/PixelFill.h"
 
-#include "image/PixelBytes.h"
+#include <bit>
+#include <cstring>
 
-void fillPixels(unsigned char* to, std::uint32_t value, std::size_t count) {
-  const std::uint32_t turned = pixelbytes::turned(value);
-  for (std::size_t i = 0; i < count; ++i) pixelbytes::storeTurned(to + 4 * i, turned);
+void fillPattern(unsigned char* to, std::uint64_t pattern, std::size_t bytes) {
+  if (pattern == std::rotl(pattern, 8)) {
+    std::memset(to, static_cast<int>(pattern & 0xFF), bytes);
+    return;
+  }
+  const std::size_t words = bytes / sizeof pattern;
+  for (std::size_t i = 0; i < words; ++i) pixelbytes::storeTurned(to + sizeof pattern * i, pattern);
+  std::memcpy(to + sizeof pattern * words, &pattern, bytes % sizeof pattern);
 }
