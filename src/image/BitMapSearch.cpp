@@ -2,9 +2,19 @@
 
 #include "image/BitMap.h"
 #include "image/LogicalPixels.h"
+#include "image/VectorClones.h"
 #include "image/WordKernels.h"
 
 namespace {
+
+KSMTH_VECTOR_CLONES
+std::int32_t leastOf(const unsigned char* pixels, std::size_t count, std::int32_t start) {
+  std::int32_t least = start;
+  for (std::size_t i = 0; i < count; ++i) {
+    least = std::min(least, static_cast<std::int32_t>(pixelbytes::load<std::uint32_t>(pixels + 4 * i)));
+  }
+  return least;
+}
 
 // The places where a height counts: wanted(color, x, y), with the colour map's value and the place in the
 // logical image, is asked for those that are below the least height so far.
@@ -31,12 +41,7 @@ std::int32_t leastHeight(const ABitMap& heights, std::int32_t start, const ABitM
 }  // namespace
 
 std::int32_t ABitMap::MinValue32(std::int32_t start) const {
-  const std::size_t count = StoredRows(*this, 4).count();
-  std::int32_t least = start;
-  for (std::size_t i = 0; i < count; ++i) {
-    least = std::min(least, static_cast<std::int32_t>(pixelbytes::load<std::uint32_t>(buffer + 4 * i)));
-  }
-  return least;
+  return leastOf(buffer, StoredRows(*this, 4).count(), start);
 }
 
 std::int32_t ABitMap::FullMinValue32ColorMap(std::int32_t start, const ABitMap& colorMap, const ABitMap* mask,
