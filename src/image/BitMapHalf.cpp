@@ -51,13 +51,13 @@ void extendSums(RowSums& sums, std::int64_t first, std::int64_t last, std::int64
 // Every second pixel of the sums and its neighbours weighted 1, 2, 1, divided by 16, without alpha.
 KSMTH_VECTOR_CLONES
 void sumColumns(unsigned char* to, const RowSums& sums, std::size_t pixels) {
-  constexpr std::uint32_t kEven = 0x00FF00FF;
   constexpr std::uint32_t kColors = pixelbytes::turned(std::uint32_t{0x00FFFFFF});
+  constexpr std::uint32_t kEven = 0x00FF00FF & kColors;
+  constexpr std::uint32_t kOdd = 0xFF00FF00 & kColors;
   for (std::size_t i = 0; i < pixels; ++i) {
     const std::uint32_t even = sums.even[2 * i] + 2 * sums.even[2 * i + 1] + sums.even[2 * i + 2];
     const std::uint32_t odd = sums.odd[2 * i] + 2 * sums.odd[2 * i + 1] + sums.odd[2 * i + 2];
-    const std::uint32_t pixel = ((even >> 4) & kEven) | ((odd << 4) & ~kEven);
-    pixelbytes::storeTurned(to + 4 * i, pixel & kColors);
+    pixelbytes::storeTurned(to + 4 * i, ((even >> 4) & kEven) | ((odd << 4) & kOdd));
   }
 }
 

@@ -35,6 +35,16 @@ void addTo(unsigned char* pixels, std::size_t count, std::uint32_t value) {
 }
 
 KSMTH_VECTOR_CLONES
+void darkenQuarter(unsigned char* pixels, std::size_t count) {
+  mapWords(pixels, count, [](std::uint32_t p) { return p - quarter(p); });
+}
+
+KSMTH_VECTOR_CLONES
+void replaceTurned(unsigned char* pixels, std::size_t count, std::uint32_t from, std::uint32_t to) {
+  mapWords(pixels, count, [from, to](std::uint32_t p) { return p == from ? to : p; });
+}
+
+KSMTH_VECTOR_CLONES
 void darkenAndAdd(unsigned char* pixels, std::size_t count, std::uint32_t add, std::uint32_t turnedSkip) {
   mapWords(pixels, count, [add, turnedSkip](std::uint32_t p) {
     return p == turnedSkip ? p : turned(turned(p - quarter(p)) + add);
@@ -52,6 +62,7 @@ void writeBelow(unsigned char* pixels, const unsigned char* others, std::size_t 
   });
 }
 
+KSMTH_VECTOR_CLONES
 void darken(unsigned char* pixels, std::size_t count) {
   mapWords(pixels, count, half);
 }
@@ -109,9 +120,7 @@ void ABitMap::Darken(std::int32_t x, std::int32_t y, std::int32_t w, std::int32_
 
 void ABitMap::DarkenQtr(std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h) {
   expectDepth32(*this);
-  forRowsOf(*this, {x, y, w, h}, [](unsigned char* pixels, std::size_t count) {
-    mapWords(pixels, count, [](std::uint32_t p) { return p - quarter(p); });
-  });
+  forRowsOf(*this, {x, y, w, h}, darkenQuarter);
 }
 
 void ABitMap::DarkenAndAdd(std::uint32_t add, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h,
@@ -127,7 +136,7 @@ void ABitMap::Switch(std::uint32_t from, std::uint32_t to, std::int32_t x, std::
   expectDepth32(*this);
   forRowsOf(*this, {x, y, w == 0 ? fullWidth : w, h == 0 ? fullHeight : h},
             [from = turned(from), to = turned(to)](unsigned char* pixels, std::size_t count) {
-              mapWords(pixels, count, [from, to](std::uint32_t p) { return p == from ? to : p; });
+              replaceTurned(pixels, count, from, to);
             });
 }
 
