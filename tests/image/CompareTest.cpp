@@ -213,6 +213,8 @@ TEST(BitMapCompare, LeastHeights) {
           1 + static_cast<std::int32_t>(below(random, 12)), 1 + static_cast<std::int32_t>(below(random, 12)),
           static_cast<std::int32_t>(below(random, 8)) - 4, static_cast<std::int32_t>(below(random, 8)) - 4};
       OwnedBitMap colors = randomBitMap(random, c, 32, 0x11);
+      // The greatest value that does not count.
+      for (std::int32_t i = 0; i < c.width * c.height; i += 3) put(colors, i, 0x00FFFFFF);
       Geometry m = kGeometries[below(random, std::size(kGeometries))];
       const OwnedBitMap mask = randomBitMap(random, m, 32);
       OwnedBitMap previous = randomBitMap(random, g, 32, 0x11);
