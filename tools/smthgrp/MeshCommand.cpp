@@ -74,17 +74,18 @@ std::string groupText(const Operation& operation, const Groups& groups) {
   return "group " + std::to_string(operation.index) + " " + quoted(groups.names[operation.index - 1], 60);
 }
 
-/// The mesh calls of one run, on one mesh.
+/// The mesh calls of one run, on one mesh that is imported from the current model. All must outlive this.
 class MeshSession {
  public:
-  MeshSession(PluginLibrary& library, const MeshRequest& request, const Groups& groups)
+  MeshSession(PluginLibrary& library, const MeshRequest& request, const Groups& groups,
+              const host::MeshDescription& description, host::HostMesh& mesh)
       : library_(library),
         path_(request.model),
         groups_(groups),
-        description_(importMesh(*library.model())),
-        mesh_(description_),
-        groupUse_(VertexUse::ofGroups(*library.model(), groups.names, description_)),
-        smoothingUse_(VertexUse::ofSmoothingGroups(*library.model(), groups.smoothing, description_)) {}
+        description_(description),
+        mesh_(mesh),
+        groupUse_(VertexUse::ofGroups(*library.model(), groups.names, description)),
+        smoothingUse_(VertexUse::ofSmoothingGroups(*library.model(), groups.smoothing, description)) {}
 
   const host::HostMesh& mesh() const { return mesh_; }
   const host::MeshDescription& description() const { return description_; }
@@ -126,8 +127,8 @@ class MeshSession {
   PluginLibrary& library_;
   const std::string& path_;
   const Groups& groups_;
-  host::MeshDescription description_;
-  host::HostMesh mesh_;
+  const host::MeshDescription& description_;
+  host::HostMesh& mesh_;
   VertexUse groupUse_;
   VertexUse smoothingUse_;
 };
@@ -221,7 +222,9 @@ void runMesh(PluginLibrary& library, const MeshRequest& request) {
   const std::vector<Operation> list = operations(request, groups);
   if (request.output) requireWritable(*request.output);
 
-  MeshSession session(library, request, groups);
+  const host::MeshDescription description = importMesh(*library.model());
+  host::HostMesh mesh(description);
+  MeshSession session(library, request, groups, description, mesh);
   std::vector<Outcome> outcomes;
   outcomes.reserve(list.size());
   for (const Operation& operation : list) outcomes.push_back(session.run(operation));
