@@ -40,8 +40,7 @@ class PluginLibrary {
   /// Names the file that the following calls work on.
   static void workOn(std::string_view file);
 
-  /// The current model, null for none: for what the calls cannot answer. Its functions are not linked in,
-  /// read its fields.
+  /// The current model, null for none: for what the calls cannot answer.
   const WavefrontOBJ::OBJModel* model() const { return *model_; }
 
   /// The count that the call answered: `field`, which holds the same, once the answer is too large for a
