@@ -1,6 +1,7 @@
 #include "obj/OBJModel.h"
 
 #include <algorithm>
+#include <new>
 #include <unordered_map>
 #include <utility>
 
@@ -77,7 +78,7 @@ OBJMaterial& OBJModel::getMaterial(std::string name) {
   return _materials.at(index == -1 ? _materials.size() : static_cast<std::size_t>(index));
 }
 
-bool OBJModel::LinkVertsToFaces() {
+bool OBJModel::LinkVertsToFaces() try {
   if (_links != nullptr) return true;
   auto links = std::make_unique<OBJLinkArray>(_vertices->blockSize);
   if (!links->reserve(_vertices->count)) return false;
@@ -96,6 +97,8 @@ bool OBJModel::LinkVertsToFaces() {
   });
   _links = std::move(links);
   return true;
+} catch (const std::bad_alloc&) {
+  return false;
 }
 
 std::int32_t OBJModel::GetVertToFaceCount(std::uint32_t vertex) const {

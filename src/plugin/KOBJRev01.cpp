@@ -8,6 +8,8 @@
 #include <string_view>
 
 #include "obj/OBJModel.h"
+#include "plugin/CallSupport.h"
+#include "plugin/HostNumber.h"
 
 using WavefrontOBJ::OBJModel;
 
@@ -23,18 +25,6 @@ void KOBJRev01::HelloWorld(const char* text) {
 
 namespace {
 
-/// An index that no table has.
-constexpr std::uint32_t kNoIndex = UINT32_MAX;
-
-/// What all calls make of a number that carries an index: truncated toward zero, so that a number in (-1, 0)
-/// is 0, and wrapped round to a huge index where it is -1 or less. NaN and whatever does not fit in 32 bits
-/// give the largest index: no number from far away addresses an element, or the whole model.
-std::uint32_t indexFromNumber(double number) {
-  constexpr double kTwoTo32 = 4294967296.0;
-  if (!(number > -kTwoTo32 && number < kTwoTo32)) return kNoIndex;
-  return static_cast<std::uint32_t>(static_cast<std::int64_t>(number));
-}
-
 void freeModel() {
   delete gOBJModel;
   gOBJModel = nullptr;
@@ -42,27 +32,6 @@ void freeModel() {
 
 std::uint32_t groupCount() {
   return static_cast<std::uint32_t>(gOBJModel->_groupNames.size());
-}
-
-/// Copies the text into the host's buffer, which has room for it.
-void answer(char* block1, std::string_view text) {
-  if (block1 == nullptr) return;
-  std::memcpy(block1, text.data(), text.size());
-  block1[text.size()] = '\0';
-}
-
-/// The work of a call with every exception turned into the call's failure.
-template <class Work>
-float guarded(float failure, Work work) {
-  try {
-    return work();
-  } catch (...) {
-    return failure;
-  }
-}
-
-constexpr float status(bool success) {
-  return success ? 0.0F : -1.0F;
 }
 
 /// An empty model; null when there is no memory for it.

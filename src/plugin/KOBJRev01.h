@@ -27,8 +27,9 @@ class KSMTH_API KOBJRev01Priv {
 // The plug-in calls, found by their plain names. Every call takes the same arguments and answers one float.
 //
 //   text        a path or a key word, NUL-terminated, may be null; key words are compared whole and as they
-//   are number      an index from 1 or nothing; see `indexFromNumber` in KOBJRev01.cpp for what becomes of it
-//   block1      receives text answers, NUL-terminated, without a limit: a path, a group name or an error text
+//   number      an index from 1, a value or nothing; HostNumber.h tells what becomes of numbers that do not
+//   fit block1      receives text answers, NUL-terminated, without a limit: a path, a group name or an error
+//   text
 //               must fit; may be null
 //   unused1..3  what the host puts there is not read
 //   hostData    the host's table of object pointers, read by the mesh calls alone
@@ -78,5 +79,43 @@ KSMTH_CALL(ExportOBJGroup);
 /// Writes smoothing group `number`, from 1, to the OBJ file `text`; a number between 0 and 1 writes the faces
 /// outside every smoothing group. Answers as `ExportOBJGroup`.
 KSMTH_CALL(ExportOBJSmoothGroup);
+
+// ---- the host's mesh, entry 4 of `hostData` -------------------------------------------------------------
+
+/// Key "groupCount" answers the number of the mesh's own groups; key "groupName" copies the name of group
+/// `number`, from 0 unlike all others, into `block1` and answers 0; keys "importScaleX", "importScaleY",
+/// "importScaleZ", "importOffsetX", "importOffsetY" and "importOffsetZ" answer that value. -1 without a mesh
+/// or a key, for any other key, and where the mesh does not have what was asked for.
+KSMTH_CALL(GetMesh3DInfo);
+
+/// Key "maskValue" makes the low 8 bits of `number` the value that masking writes; the import keys of
+/// `GetMesh3DInfo` store `number` there; both answer 0. Key "smoothAll" clears all crease bits and answers
+/// the number of faces. -1 without a mesh or a key, for any other key, and without face attributes to clear.
+KSMTH_CALL(SetMesh3DInfo);
+
+/// Applies group `number`, from 1, of the current model to the mesh: key "mask" writes the mask value to the
+/// vertices of its faces and answers the number of writes; key "crease" creases the edges on its border and
+/// answers how many pairs of an edge and a face beyond it there are. -1 without a model, a key, such a group
+/// or a mesh, and for a mesh without the attributes needed; -3 for a mesh of another vertex count.
+KSMTH_CALL(SetMesh3DFromOBJGroup);
+
+/// The same for the smoothing group `number`, from 1: its position in the table, not the number it carries.
+KSMTH_CALL(SetMesh3DFromOBJSmoothGroup);
+
+// ---- files and folders ----------------------------------------------------------------------------------
+
+/// Deletes the file `text`. Answers 0, or -1.
+KSMTH_CALL(FileDelete);
+
+/// Opens the folder `text` to list its entries. Answers 0, or -1. A folder still open is lost: close it
+/// first.
+KSMTH_CALL(OpenFolder);
+
+/// Copies the name of the next entry into `block1`, "." and "..", hidden files and folders included, in the
+/// platform's order, and answers 0. -3 after the last, -1 without an open folder, -2 for a null `block1`.
+KSMTH_CALL(GetFile);
+
+/// Closes the folder. Answers 0, or -1 when none is open.
+KSMTH_CALL(CloseFolder);
 
 }  // extern "C"

@@ -17,11 +17,11 @@ std::int32_t gMem_SkipNExtErrorMessage = 0;
 
 namespace {
 
-std::size_t blockSize(const void* block) {
+std::size_t blockSize(void* block) {
 #if defined(__APPLE__)
   return malloc_size(block);
 #else
-  return malloc_usable_size(const_cast<void*>(block));
+  return malloc_usable_size(block);
 #endif
 }
 
@@ -54,7 +54,7 @@ void MY_MEM_FREE(void* block) {
   std::free(block);
 }
 
-std::int32_t Sys_GetMemSize(const void* block) {
+std::int32_t Sys_GetMemSize(void* block) {
   if (block == nullptr) return 0;
   return static_cast<std::int32_t>(std::min<std::size_t>(blockSize(block), INT32_MAX));
 }

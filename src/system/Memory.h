@@ -25,7 +25,7 @@ KSMTH_API void* MY_MEM_MALLOC_CLEAR(int size, const char* tag);
 KSMTH_API void MY_MEM_FREE(void* block);
 
 /// Usable bytes of a block of `MY_MEM_MALLOC`, at least the size asked for; 0 for null.
-KSMTH_API std::int32_t Sys_GetMemSize(const void* block);
+KSMTH_API std::int32_t Sys_GetMemSize(void* block);
 /// Bytes of memory that the system has to give, at most 2^31 - 1. Both flags are ignored.
 KSMTH_API std::int32_t Sys_AvailableSystemMem(bool unused1, bool unused2);
 

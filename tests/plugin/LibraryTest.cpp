@@ -24,12 +24,18 @@ TEST(Library, IsFoundAndCalledByName) {
   EXPECT_EQ(call("ReplaceOBJVertices", path.c_str(), 0, block), 0.0F);
   EXPECT_EQ(call("ExportOBJGroup", folder.path("g.obj").c_str(), 1, block), 0.0F);
   EXPECT_EQ(call("ExportOBJSmoothGroup", folder.path("s.obj").c_str(), 1, block), 0.0F);
+  for (const char* name :
+       {"GetMesh3DInfo", "SetMesh3DInfo", "SetMesh3DFromOBJGroup", "SetMesh3DFromOBJSmoothGroup",
+        "FileDelete", "OpenFolder", "CloseFolder", "GetFile"}) {
+    EXPECT_EQ(call(name, nullptr, 1, block), -1.0F) << name;
+  }
   EXPECT_EQ(call("FreeOBJModel", nullptr, 0, block), 0.0F);
   EXPECT_NE(dlsym(library, "gOBJModel"), nullptr);
   EXPECT_NE(dlsym(library, "OBJSetAssertionHandler"), nullptr);
   // One name of each exported class, and none of the reader's workshop.
   EXPECT_NE(dlsym(library, "_ZN9KOBJRev0110HelloWorldEPKc"), nullptr);
   EXPECT_NE(dlsym(library, "_ZN12WavefrontOBJ8OBJModelC1Eb"), nullptr);
+  EXPECT_NE(dlsym(library, "_ZNK4AMem11IsAvailableEv"), nullptr);
   EXPECT_EQ(dlsym(library, "_ZN12WavefrontOBJ9OBJReader4readEv"), nullptr);
   dlclose(library);
 }

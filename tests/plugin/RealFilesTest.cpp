@@ -4,6 +4,7 @@
 
 #include "TestSupport.h"
 #include "plugin/KOBJRev01.h"
+#include "plugin/MeshComparison.h"
 
 namespace {
 
@@ -44,6 +45,8 @@ int exerciseFolder(const std::string& folderPath) {
     }
     EXPECT_EQ(counts.vertices, vertexLines);
     EXPECT_EQ(counts.faces, faceLines);
+
+    compareMeshCalls(*gOBJModel);
 
     const float smoothing = call(GetOBJInfo, "smoothGroupCount");
     std::vector<std::string> written;

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstring>
+#include <string_view>
+
+// What the plug-in calls have in common.
+
+/// Copies the text into the host's buffer, which has room for it. Nothing for a null buffer.
+inline void answer(char* block1, std::string_view text) {
+  if (block1 == nullptr) return;
+  std::memcpy(block1, text.data(), text.size());
+  block1[text.size()] = '\0';
+}
+
+/// The work of a call with every exception turned into the call's failure.
+template <class Work>
+float guarded(float failure, Work work) {
+  try {
+    return work();
+  } catch (...) {
+    return failure;
+  }
+}
+
+constexpr float status(bool success) {
+  return success ? 0.0F : -1.0F;
+}
