@@ -135,6 +135,10 @@ TEST_F(Files, RefusesWhatItCannotOpen) {
   }
   EXPECT_TRUE(folder_.has("inner") && folder_.has("pipe"));
   EXPECT_TRUE(std::filesystem::is_empty(folder_.path("inner/X.A")));
+  FileSpec record = {};
+  record.forkRefNum = -1;
+  EXPECT_EQ(MakeFileSpec(padded(kMaxPath).c_str(), false, &record, false), nullptr);
+  EXPECT_EQ(record.forkRefNum, -1);  // Nothing of the path got past its field.
   EXPECT_EQ(Sys_FileOpenOrCreate(nullptr, true, 0), nullptr);
   EXPECT_EQ(Sys_FileGetSize(nullptr), 0);
   EXPECT_EQ(Sys_FileSeek(nullptr, 0, false), -1);
