@@ -3,6 +3,7 @@
 
 #include "geometry/ByteSwap.h"
 #include "geometry/Point3D.h"
+#include "geometry/Trig.h"
 #include "system/Host.h"
 
 namespace {
@@ -163,9 +164,8 @@ void APoint3D::FClacReflectionVector(const APoint3D& n) {
   FClacReflectionVector(n, APoint3D(0, 0, fixed::kOne));
 }
 
-// Angles are computed in double precision: single-precision functions differ between platforms.
 std::int32_t APoint3D::HAngleFromNormal() const {
-  return fixed::fromReal(std::atan2(static_cast<double>(x), static_cast<double>(z)));
+  return fixed::fromReal(trig::angleOf(z, x));
 }
 
 void APoint3D::NormalFromHAngle(std::int32_t angle) {
@@ -173,10 +173,9 @@ void APoint3D::NormalFromHAngle(std::int32_t angle) {
 }
 
 void APoint3D::NormalFromOrientation(const APoint3D& orientation) {
-  const double elevation = fixed::toDouble(orientation.x);
-  const double heading = fixed::toDouble(orientation.y);
-  *this = fromReal(std::sin(heading) * std::cos(elevation), std::sin(elevation),
-                   std::cos(heading) * std::cos(elevation));
+  const trig::SineCosine elevation = trig::sineCosine(fixed::toDouble(orientation.x));
+  const trig::SineCosine heading = trig::sineCosine(fixed::toDouble(orientation.y));
+  *this = fromReal(heading.sine * elevation.cosine, elevation.sine, heading.cosine * elevation.cosine);
 }
 
 void APoint3D::RotateX(std::int32_t /*angle*/) {}

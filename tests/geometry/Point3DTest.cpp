@@ -347,8 +347,8 @@ TEST(FPoint3D, TurnsHaveOppositeSignsFlatAndInSpace) {
 TEST(FPoint3D, RefractsByTheLawOfSines) {
   const FPoint3D n(0, 0, 1);
   for (const float ratio : {0.7F, 1.0F, 1.33F, 2.4F}) {
-    for (double angle = 0; angle < 1.5; angle += 0.05) {
-      const double sine = std::sin(angle) / double{ratio};
+    for (long double angle = 0; angle < 1.5; angle += 0.05) {
+      const auto sine = static_cast<double>(std::sin(angle) / ratio);
       const FPoint3D v(static_cast<float>(std::sin(angle)), 0, static_cast<float>(std::cos(angle)));
       FPoint3D t;
       t.ClacRefractionVector(n, v, ratio);
@@ -360,7 +360,8 @@ TEST(FPoint3D, RefractsByTheLawOfSines) {
         // The same with the surface turned and the eye in front.
         FPoint3D turned;
         turned.ClacRefractionVector(FPoint3D(v.x, 0, v.z), ratio);
-        EXPECT_NEAR(turned.x, std::sin(std::asin(sine) - angle), 1e-5) << ratio << " " << angle;
+        const long double bend = std::asin(static_cast<long double>(sine)) - angle;
+        EXPECT_NEAR(turned.x, static_cast<double>(std::sin(bend)), 1e-5) << ratio << " " << angle;
         EXPECT_EQ(turned.y, 0.0F);
         FPoint3D own = v;
         own.ClacRefractionVector(n, own, ratio);

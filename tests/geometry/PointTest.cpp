@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include "geometry/GeometrySupport.h"
+#include "geometry/Trig.h"
 
 TEST(Point, AnglesRunFromXTowardsY) {
   const struct {
@@ -17,11 +18,25 @@ TEST(Point, AnglesRunFromXTowardsY) {
   for (int i = 0; i < 2000; ++i) {
     const std::int32_t x = anyRaw(random);
     const APoint p(x, anyRaw(random));
-    const double turns = std::atan2(static_cast<long double>(p.y), static_cast<long double>(p.x));
-    EXPECT_NEAR(p.Angle(), turns * 65536, 1.0) << p;
-    EXPECT_NEAR(p.FAngle(), turns, 3e-7) << p;
+    const long double turns = std::atan2(static_cast<long double>(p.y), static_cast<long double>(p.x));
+    EXPECT_EQ(p.Angle(), static_cast<std::int32_t>(turns * 65536)) << p;
+    EXPECT_EQ(p.FAngle(), static_cast<float>(turns)) << p;
     const double length = std::hypot(units(p.x), units(p.y));
     EXPECT_NEAR(p.FMagnitude(), length, length * 1e-6) << p;
+  }
+}
+
+TEST(Trig, IsRightToTheLastDigitsForEveryAngle) {
+  Random random(12);
+  for (int i = 0; i < 5000; ++i) {
+    const double angle = units(anyRaw(random));
+    const trig::SineCosine result = trig::sineCosine(angle);
+    EXPECT_NEAR(result.sine, static_cast<double>(std::sin(static_cast<long double>(angle))), 2e-14) << angle;
+    EXPECT_NEAR(result.cosine, static_cast<double>(std::cos(static_cast<long double>(angle))), 2e-14)
+        << angle;
+    const double x = units(anyRaw(random));
+    const long double turns = std::atan2(static_cast<long double>(angle), static_cast<long double>(x));
+    EXPECT_NEAR(trig::angleOf(x, angle), static_cast<double>(turns), 1e-15) << x << " " << angle;
   }
 }
 
