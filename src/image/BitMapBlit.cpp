@@ -90,7 +90,7 @@ KSMTH_VECTOR_CLONES
 void blendRow(unsigned char* to, const unsigned char* from, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
     AMRGB pixel = AMRGB::FromValue(pixelbytes::load<std::uint32_t>(to + 4 * i));
-    const std::uint32_t source = pixelbytes::load<std::uint32_t>(from + 4 * i);
+    const auto source = pixelbytes::load<std::uint32_t>(from + 4 * i);
     pixel.BlendRGBInRange(AMRGB::FromValue(source), static_cast<std::int32_t>(source & 0xFFFF));
     pixelbytes::store(to + 4 * i, pixel.Value());
   }

@@ -149,7 +149,7 @@ bool readChannel(const unsigned char* data, std::int64_t size, std::int64_t w, s
   constexpr std::int64_t kCodeBytes = 2;
   if (data == nullptr || size < kCodeBytes) return false;
   if (size == kCodeBytes) return true;
-  const std::uint16_t code = pixelbytes::load<std::uint16_t>(data);
+  const auto code = pixelbytes::load<std::uint16_t>(data);
   data += kCodeBytes;
   size -= kCodeBytes;
   if (code == 0) {

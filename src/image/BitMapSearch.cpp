@@ -31,7 +31,7 @@ std::int32_t leastHeight(const ABitMap& heights, std::int32_t start, const ABitM
     for (std::int64_t i = 0; i < part.w; ++i) {
       const auto height = static_cast<std::int32_t>(pixelbytes::load<std::uint32_t>(value + 4 * i));
       if (height >= least) continue;
-      const std::uint32_t c = pixelbytes::load<std::uint32_t>(color + 4 * i);
+      const auto c = pixelbytes::load<std::uint32_t>(color + 4 * i);
       if (c > 0xFFFFFF && wanted(c, part.x + i, y)) least = height;
     }
   }
