@@ -71,23 +71,37 @@ bool hasPattern(std::int32_t depth) {
   return depth == 8 || depth == 16 || depth == 32 || depth == 64;
 }
 
-// byte = op(byte, pattern byte) over a whole buffer.
-template <class Op>
-void combine(const ABitMap& map, std::uint64_t value, Op op) {
-  if (!hasPattern(map.depth)) return;
-  const std::uint64_t pattern = pixelPattern(value, map.depth);
-  unsigned char* const bytes = map.buffer;
-  const auto count = static_cast<std::size_t>(map.BufferBytes());
-  const std::size_t words = count / sizeof pattern;
+KSMTH_VECTOR_CLONES
+void andWords(unsigned char* bytes, std::size_t words, std::uint64_t pattern) {
   for (std::size_t i = 0; i < words; ++i) {
     unsigned char* const at = bytes + sizeof pattern * i;
-    pixelbytes::storeTurned<std::uint64_t>(at, op(pixelbytes::loadTurned<std::uint64_t>(at), pattern));
+    pixelbytes::storeTurned(at, pixelbytes::loadTurned<std::uint64_t>(at) & pattern);
   }
-  unsigned char rest[sizeof pattern];
-  std::memcpy(rest, &pattern, sizeof rest);
-  for (std::size_t i = sizeof pattern * words; i < count; ++i) {
-    bytes[i] = static_cast<unsigned char>(op(bytes[i], rest[i % sizeof rest]));
+}
+
+KSMTH_VECTOR_CLONES
+void orWords(unsigned char* bytes, std::size_t words, std::uint64_t pattern) {
+  for (std::size_t i = 0; i < words; ++i) {
+    unsigned char* const at = bytes + sizeof pattern * i;
+    pixelbytes::storeTurned(at, pixelbytes::loadTurned<std::uint64_t>(at) | pattern);
   }
+}
+
+// Combines a whole buffer with the pattern of `value`, by eight bytes and what is left at the end.
+void combine(const ABitMap& map, std::uint64_t value,
+             void (*words)(unsigned char*, std::size_t, std::uint64_t)) {
+  if (!hasPattern(map.depth)) return;
+  const std::uint64_t pattern = pixelPattern(value, map.depth);
+  const auto bytes = static_cast<std::size_t>(map.BufferBytes());
+  const std::size_t whole = bytes / sizeof pattern;
+  words(map.buffer, whole, pattern);
+  const std::size_t left = bytes % sizeof pattern;
+  if (left == 0) return;
+  unsigned char last[sizeof pattern] = {};
+  unsigned char* const end = map.buffer + sizeof pattern * whole;
+  std::memcpy(last, end, left);
+  words(last, 1, pattern);
+  std::memcpy(end, last, left);
 }
 
 // p = kernel(p, q), paired by index, of two 32-bit bitmaps.
@@ -162,11 +176,11 @@ void ABitMap::Paint(const FPoint3D& color) {
 }
 
 void ABitMap::Mask_And(std::uint64_t value) {
-  combine(*this, value, [](auto a, auto b) { return a & b; });
+  combine(*this, value, andWords);
 }
 
 void ABitMap::Mask_Or(std::uint64_t value) {
-  combine(*this, value, [](auto a, auto b) { return a | b; });
+  combine(*this, value, orWords);
 }
 
 void ABitMap::Mask_Add(std::uint32_t value) {
