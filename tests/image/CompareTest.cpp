@@ -200,7 +200,7 @@ TEST(BitMapCompare, AlphaWithColors) {
 
 TEST(BitMapCompare, LeastHeights) {
   Random random(16);
-  for (const Geometry& g : {Geometry{1, 1}, {13, 9}, {5, 40}}) {
+  for (const Geometry& g : {Geometry{1, 1}, {13, 9}, {5, 40}, {700, 3}}) {
     const OwnedBitMap heights = randomBitMap(random, g, 32);
     std::int32_t all = 5;
     for (std::int32_t i = 0; i < g.width * g.height; ++i) {
@@ -209,9 +209,11 @@ TEST(BitMapCompare, LeastHeights) {
     EXPECT_EQ(heights.MinValue32(5), all);
     EXPECT_EQ(heights.MinValue32(INT_MIN), INT_MIN);
     for (int round = 0; round < 40; ++round) {
-      Geometry c{
-          1 + static_cast<std::int32_t>(below(random, 12)), 1 + static_cast<std::int32_t>(below(random, 12)),
-          static_cast<std::int32_t>(below(random, 8)) - 4, static_cast<std::int32_t>(below(random, 8)) - 4};
+      const std::uint32_t widest = g.width > 100 ? 690 : 12;
+      Geometry c{1 + static_cast<std::int32_t>(below(random, widest)),
+                 1 + static_cast<std::int32_t>(below(random, 12)),
+                 static_cast<std::int32_t>(below(random, 8)) - 4,
+                 static_cast<std::int32_t>(below(random, 8)) - 4};
       OwnedBitMap colors = randomBitMap(random, c, 32, 0x11);
       // The greatest value that does not count.
       for (std::int32_t i = 0; i < c.width * c.height; i += 3) put(colors, i, 0x00FFFFFF);
