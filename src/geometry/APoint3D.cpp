@@ -12,10 +12,6 @@ std::int32_t dot(const APoint3D& a, const APoint3D& b) {
   return fixed::add(fixed::add(fixed::mul(a.x, b.x), fixed::mul(a.y, b.y)), fixed::mul(a.z, b.z));
 }
 
-float dot(const FPoint3D& a, const FPoint3D& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-
 double dotInDouble(const APoint3D& a, const APoint3D& b) {
   return fixed::toDouble(a.x) * fixed::toDouble(b.x) + fixed::toDouble(a.y) * fixed::toDouble(b.y) +
          fixed::toDouble(a.z) * fixed::toDouble(b.z);
@@ -34,7 +30,8 @@ APoint3D fromReal(double x, double y, double z) {
   return {fixed::fromReal(x), fixed::fromReal(y), fixed::fromReal(z)};
 }
 
-/// The raw value of a component of a vector of length 256.
+/// The raw value of a component of a vector of length 256. None of those gets near the limits: the break
+/// is part of the operation all the same.
 std::int32_t checkedL24(double component) {
   if (component <= -32767.0 || component >= 32767.0) Sys_BreakToDebugger();
   return fixed::fromReal(component);
@@ -57,11 +54,12 @@ float APoint3D::FMagnitude() const {
 }
 
 float APoint3D::FDot(const APoint3D& other) const {
-  return dot(FPoint3D(*this), FPoint3D(other));
+  return FPoint3D(*this).Dot(FPoint3D(other));
 }
 
 std::int32_t APoint3D::CosAngle(const APoint3D& other) const {
-  const double lengths = std::sqrt(dotInDouble(*this, *this)) * std::sqrt(dotInDouble(other, other));
+  // One root of the product: exact where the two vectors are the same.
+  const double lengths = std::sqrt(dotInDouble(*this, *this) * dotInDouble(other, other));
   if (lengths == 0.0) return 0;
   return fixed::fromReal(std::clamp(dotInDouble(*this, other) / lengths, -1.0, 1.0));
 }
@@ -108,7 +106,7 @@ void APoint3D::Normal(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3
 }
 
 void APoint3D::Normal(float x_, float y_, float z_) {
-  *this = fromReal(x_, y_, z_);
+  NormalOne(x_, y_, z_);
   Unified();
 }
 
@@ -127,13 +125,16 @@ void APoint3D::FNormal(const APoint3D& a, const APoint3D& b) {
 }
 
 void APoint3D::FNormal(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3) {
-  FNormal(*p2 - *p1, *p3 - *p2);
+  const FPoint3D middle(*p2);
+  *this = APoint3D(unified(cross(middle - FPoint3D(*p1), FPoint3D(*p3) - middle)));
 }
 
 void APoint3D::FNormal(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3, const APoint3D* p4) {
-  const FPoint3D first(*p2 - *p1);
-  const FPoint3D second(*p3 - *p2);
-  const FPoint3D third(*p4 - *p3);
+  const FPoint3D corner2(*p2);
+  const FPoint3D corner3(*p3);
+  const FPoint3D first = corner2 - FPoint3D(*p1);
+  const FPoint3D second = corner3 - corner2;
+  const FPoint3D third = FPoint3D(*p4) - corner3;
   *this = APoint3D(unified(cross(first, second) + cross(second, third)));
 }
 
@@ -157,7 +158,7 @@ void APoint3D::ClacReflectionVector(const APoint3D& n) {
 void APoint3D::FClacReflectionVector(const APoint3D& n, const APoint3D& d) {
   const FPoint3D normal(n);
   const FPoint3D direction(d);
-  *this = APoint3D(direction - (2.0F * dot(normal, direction)) * normal);
+  *this = APoint3D(direction - (2.0F * normal.Dot(direction)) * normal);
 }
 
 void APoint3D::FClacReflectionVector(const APoint3D& n) {

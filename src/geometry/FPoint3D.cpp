@@ -5,10 +5,6 @@
 
 namespace {
 
-float dot(const FPoint3D& a, const FPoint3D& b) {
-  return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-
 /// What `CCW` and `CW` compare with 0.
 float turn(const FPoint3D& p, const FPoint3D& a, const FPoint3D& b, bool flat) {
   if (flat) return (a.x - p.x) * (b.y - p.y) - (a.y - p.y) * (b.x - p.x);
@@ -21,14 +17,15 @@ FPoint3D::FPoint3D(const APoint3D& v)
     : x(fixed::toFloat(v.x)), y(fixed::toFloat(v.y)), z(fixed::toFloat(v.z)) {}
 
 void FPoint3D::Unified() {
-  const float sum = dot(*this, *this);
+  const float sum = Dot(*this);
   if (sum != 0.0F) *this *= 1.0F / std::sqrt(sum);
 }
 
 void FPoint3D::Normal(float x_, float y_, float z_) {
-  const FPoint3D given(x_, y_, z_);
-  *this = dot(given, given) == 0.0F ? FPoint3D() : given;
-  Unified();
+  // The squares of all floats fit into doubles.
+  const double length = std::sqrt(double{x_} * x_ + double{y_} * y_ + double{z_} * z_);
+  const auto component = [&](float c) { return length == 0.0 ? 0.0F : static_cast<float>(c / length); };
+  *this = FPoint3D(component(x_), component(y_), component(z_));
 }
 
 void FPoint3D::NormalOne(float x_, float y_, float z_) {
@@ -45,7 +42,7 @@ bool FPoint3D::CW(const FPoint3D& a, const FPoint3D& b, bool flat) const {
 
 void FPoint3D::ClacRefractionVector(const FPoint3D& n, const FPoint3D& v, float ratio) {
   const float r = 1.0F / ratio;
-  const float c = dot(n, v);
+  const float c = n.Dot(v);
   const float k = std::sqrt(1.0F - r * r * (1.0F - c * c));
   *this = (r * c - k) * n - r * v;
   Unified();

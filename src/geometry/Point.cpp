@@ -19,12 +19,6 @@ APoint APoint::FromWhole(std::int32_t x, std::int32_t y) {
   return {fixed::fromWhole(x), fixed::fromWhole(y)};
 }
 
-APoint& APoint::operator=(const ARect& rect) {
-  x = rect.left;
-  y = rect.top;
-  return *this;
-}
-
 void APoint::Pin(const ARect& rect) {
   x = pinned(x, rect.left, rect.right);
   y = pinned(y, rect.top, rect.bottom);

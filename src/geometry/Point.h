@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 
 #include "KSmthExport.h"
@@ -16,8 +17,11 @@ class KSMTH_API APoint {
   /// Of whole units, -32768 to 32767.
   static APoint FromWhole(std::int32_t x, std::int32_t y);
 
-  /// Becomes the top left corner of the rectangle.
-  APoint& operator=(const ARect& rect);
+  /// Becomes the top left corner of the rectangle. (A template, so that `point = {}` means a point.)
+  template <std::same_as<ARect> Rect>
+  APoint& operator=(const Rect& rect) {
+    return *this = APoint(rect.left, rect.top);
+  }
 
   /// Moves each coordinate that lies outside the rectangle to the nearest edge; the right and the bottom edge
   /// count as inside. Where the edges are the wrong way round, left and top win.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "KSmthExport.h"
 #include "geometry/Fixed.h"
@@ -16,9 +17,11 @@ class KSMTH_API FPoint3D {
   /// The components as floats, rounded to 24 bits.
   explicit FPoint3D(const APoint3D& v);
 
-  /// Normalises to length 1. Unchanged where the sum of the squared components is 0.
+  /// Normalises to length 1 in single precision, for lengths of 1e-18 to 1e19. Shorter vectors lose digits,
+  /// those whose squares add up to 0 (below about 3e-23) stay; longer ones, whose squares overflow, become 0.
   void Unified();
-  /// Becomes the direction (x, y, z), of length 1; the zero vector where the sum of their squares is 0.
+  /// Becomes the direction (x, y, z), of length 1, measured in double precision and so for every length; the
+  /// zero vector for three zeros. Not finite where one of them is not.
   void Normal(float x, float y, float z);
   /// The same: floats reach a length of 1 itself, so the two differ for `APoint3D` alone.
   void NormalOne(float x, float y, float z);
@@ -45,6 +48,9 @@ class KSMTH_API FPoint3D {
   /// The packed colour of this (red, green, blue), as `PackRGB` does it.
   std::uint32_t ToRGB() const;
 
+  /// Dot product with `other`.
+  float Dot(const FPoint3D& other) const { return x * other.x + y * other.y + z * other.z; }
+
   FPoint3D& operator+=(const FPoint3D& other);
   FPoint3D& operator-=(const FPoint3D& other);
   FPoint3D& operator*=(float factor);
@@ -68,7 +74,7 @@ static_assert(sizeof(FPoint3D) == 12);
 /// Operations without prefix compute in fixed point: products are fixed products, sums and differences wrap
 /// round. Those that begin with F convert the components to float, compute in single precision and store
 /// times 65536, truncated towards zero and held in range (`fixed::fromReal`). Arguments may be the vector
-/// itself.
+/// itself; pointers must be valid.
 class KSMTH_API APoint3D {
  public:
   constexpr APoint3D() = default;
@@ -80,29 +86,35 @@ class KSMTH_API APoint3D {
   static APoint3D FromWhole(std::int32_t x, std::int32_t y, std::int32_t z);
 
   /// Length as 16.16: single-precision square root of the sum of the fixed products x*x + y*y + z*z,
-  /// truncated. Right for lengths below 181; beyond that the sum wraps round, and a negative one gives 0.
+  /// truncated. Short vectors lose digits, as each product does: the length of components below 1/256 of a
+  /// unit is 0. From a length of 181 on the sum wraps round and tells nothing; a negative one gives 0.
   std::int32_t Magnitude() const;
   /// Length as a float, right for every vector.
   float FMagnitude() const;
   /// Dot product with `other`, as a float.
   float FDot(const APoint3D& other) const;
-  /// Cosine of the angle to `other` as 16.16, -1 to 1, computed in double precision; 0 where either is the
-  /// zero vector.
+  /// Cosine of the angle to `other` as 16.16, -1 to 1, computed in double precision and truncated towards
+  /// zero; 0 where either is the zero vector.
   std::int32_t CosAngle(const APoint3D& other) const;
 
   /// this = a x b.
   void Cross(const APoint3D& a, const APoint3D& b);
+  /// The same in float.
   void FCross(const APoint3D& a, const APoint3D& b);
 
-  /// Normalises in fixed point and answers the factor used: 2^32 / (`Magnitude` + 1), truncated and held in
-  /// 32 bits. A magnitude of 0 leaves the vector and answers 0. The 1 keeps the result just short of a length
-  /// of 1 (65535 or a little less), so that products of unit vectors never overflow; the host relies on it.
+  /// Normalises in fixed point and answers the factor used: 2^32 / (`Magnitude` + 1), truncated. A magnitude
+  /// of 0 leaves the vector and answers 0.
+  ///
+  /// The length comes out near 1. The 1 in the divisor biases it below for vectors of a unit and more (the
+  /// unit vector gives 65535), so that products of unit vectors never overflow; the host relies on it.
+  /// Shorter vectors lose digits in `Magnitude` and may come out longer than 1. Lengths of 181 and more wrap
+  /// round there: they give any length, or the vector is left as it is. `FUnified` has no such limits.
   std::int32_t Unified();
   /// Normalises to length 1; the zero vector stays.
   void FUnified();
   /// Normalises to length 256 in double precision, so that raw components come near 2^24; the zero vector
-  /// stays. Breaks to the debugger before a component that scales to 32767 units or more either way is
-  /// stored.
+  /// stays. A component that scaled to 32767 units or more either way would break to the debugger before it
+  /// is stored.
   void FUnifiedL24();
 
   /// this = a x b, then `Unified`.
@@ -110,25 +122,33 @@ class KSMTH_API APoint3D {
   /// Normal of the triangle, towards the side from which the points run counter-clockwise:
   /// (p2 - p1) x (p3 - p2), then `Unified`.
   void Normal(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3);
-  /// Becomes the vector (x, y, z), given in units, then `Unified`: just short of a length of 1.
+  /// `NormalOne`, then `Unified`: just short of a length of 1.
   void Normal(float x, float y, float z);
-  /// Becomes the direction (x, y, z) at length 1, normalised in single precision before it is stored; the
-  /// zero vector where the sum of their squares is 0.
+  /// The same for numbers of any type: a plain 0 could otherwise be a pointer too.
+  template <class X, class Y, class Z>
+  requires(std::is_arithmetic_v<X>&& std::is_arithmetic_v<Y>&& std::is_arithmetic_v<Z>) void Normal(X x_,
+                                                                                                    Y y_,
+                                                                                                    Z z_) {
+    Normal(static_cast<float>(x_), static_cast<float>(y_), static_cast<float>(z_));
+  }
+  /// Becomes the direction (x, y, z) at length 1, as `FPoint3D::NormalOne` finds it, for every length; the
+  /// zero vector for three zeros.
   void NormalOne(float x, float y, float z);
   /// (p2 - p1) x (p3 - p2) as it is.
   void Normal_Ununified(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3);
 
   /// a x b in float, normalised to length 1; the zero vector where its squared length is 0.
   void FNormal(const APoint3D& a, const APoint3D& b);
-  /// Normal of the triangle, as `Normal`; the zero vector where it has no area. Edges are taken in fixed
-  /// point.
+  /// Normal of the triangle, as `Normal`, at length 1; the zero vector where it has no area. The edges are
+  /// taken in float too: they do not wrap round, and far-out points that differ by less than a float shows
+  /// count as one.
   void FNormal(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3);
   /// Normal of the quadrilateral, at length 1: (p2 - p1) x (p3 - p2) + (p3 - p2) x (p4 - p3); the zero vector
-  /// where the sum is 0. Edges are taken in fixed point.
+  /// where the sum is 0. Edges as for the triangle.
   void FNormal(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3, const APoint3D* p4);
   /// a x b in float as it is, which is `FCross`.
   void FNormal_Ununified(const APoint3D& a, const APoint3D& b);
-  /// (p2 - p1) x (p3 - p2) as it is: edges in fixed point, crossed in float.
+  /// (p2 - p1) x (p3 - p2) as it is: here the edges are taken in fixed point, and crossed in float.
   void FNormal_Ununified(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3);
 
   /// Reflects the direction `d` at the plane with the unit normal `n`: this = d - 2 (n . d) n. (The name is
@@ -136,6 +156,7 @@ class KSMTH_API APoint3D {
   void ClacReflectionVector(const APoint3D& n, const APoint3D& d);
   /// For d = (0, 0, 1): (-2 n.z n.x, -2 n.z n.y, 1 - 2 n.z^2).
   void ClacReflectionVector(const APoint3D& n);
+  /// The two in float.
   void FClacReflectionVector(const APoint3D& n, const APoint3D& d);
   void FClacReflectionVector(const APoint3D& n);
 

@@ -96,8 +96,7 @@ void ARect::Floor() {
   bottom = fixed::floor(bottom);
 }
 
-void ARect::Align(const ARect& reference, std::uint32_t flags, std::int32_t margin) {
-  const ARect ref = reference;
+void ARect::Align(const ARect& ref, std::uint32_t flags, std::int32_t margin) {
   const APoint size = Size();
   if ((flags & kAlignCenter) != 0) {
     if ((flags & (kAlignTop | kAlignBottom)) != 0) {
@@ -130,8 +129,7 @@ void ARect::Align(const ARect& reference, std::uint32_t flags, std::int32_t marg
   }
 }
 
-void ARect::AlignOutside(const ARect& reference, std::uint32_t flags, std::int32_t margin) {
-  const ARect ref = reference;
+void ARect::AlignOutside(const ARect& ref, std::uint32_t flags, std::int32_t margin) {
   const APoint size = Size();
   if ((flags & kAlignCenter) != 0) {
     if ((flags & (kAlignTop | kAlignBottom)) != 0) {

@@ -36,34 +36,38 @@ class KSMTH_API ARect {
   APoint Size() const;
   /// True where right is not above left, or bottom not above top.
   bool IsEmpty() const;
-  /// True where the two share an area: strictly, touching edges do not count.
+  /// Each of the two begins before the other ends, both ways: right > other.left, left < other.right,
+  /// bottom > other.top and top < other.bottom. Touching edges do not count; an empty rectangle that lies
+  /// within the other does.
   bool Overlaps(const ARect& other) const;
-  /// True where no edge lies outside the other's.
+  /// No edge lies outside the other's: left >= other.left, right <= other.right, top >= other.top and
+  /// bottom <= other.bottom, whether empty or not.
   bool IsInside(const ARect& other) const;
 
   /// Rounds every edge towards minus infinity to a whole unit.
   void Floor();
 
-  /// Places this rectangle inside `reference`: centred, and then against at most one horizontal and one
+  /// Places this rectangle inside `ref`: centred, and then against at most one horizontal and one
   /// vertical edge (top goes before bottom and right before left where both are asked for).
   ///
   /// `kAlignCenter` alone centres both ways; together with top or bottom it centres horizontally, otherwise
   /// with left or right vertically. A centred place is rounded down to whole units: the position with
   /// `kAlignCenter` alone, the way moved otherwise.
   ///
-  /// `margin`, in whole units, holds the aligned edge off the reference's. Only that edge gives way, the
+  /// `margin`, in whole units, holds the aligned edge off that of `ref`. Only that edge gives way, the
   /// opposite one stays where margin 0 puts it, so the rectangle shrinks: the host's layouts are made for it.
-  void Align(const ARect& reference, std::uint32_t flags, std::int32_t margin);
+  void Align(const ARect& ref, std::uint32_t flags, std::int32_t margin);
 
-  /// Places this rectangle against the outside of `reference`, `margin` whole units away, size kept:
+  /// Places this rectangle against the outside of `ref`, `margin` whole units away, size kept:
   /// `kAlignTop` above it, else `kAlignBottom` below; `kAlignRight` to its right, else `kAlignLeft` to its
   /// left. `kAlignCenter` centres it along that edge, as in `Align`; without an edge it breaks to the
   /// debugger and moves nothing.
-  void AlignOutside(const ARect& reference, std::uint32_t flags, std::int32_t margin);
+  void AlignOutside(const ARect& ref, std::uint32_t flags, std::int32_t margin);
 
   /// Shrinks to the largest rectangle inside whose edges are multiples of `step` whole units: left and top up
   /// (`AVar::SnapGrow`), right and bottom down (`AVar::SnapShrink`). One smaller than the grid may come out
-  /// with edges the wrong way round, so empty.
+  /// with edges the wrong way round, so empty. A multiple beyond the ends of the range wraps round. A `step`
+  /// below 1 breaks to the debugger, once per edge, and changes nothing.
   void AlignToGrid(std::int32_t step);
 
   /// Becomes `r` as seen when the frame `from` is laid onto the frame `to`. Frames of equal size: moved.
@@ -83,12 +87,14 @@ class KSMTH_API ARect {
 
   /// Cuts `cut` out of `source` and answers how many pieces that leaves, 0 to 4: below, above, to the right
   /// and to the left, in that order. `out` is one slot and ends up with the last piece found, unchanged where
-  /// there is none; callers loop over it, so it is no array. Where the two do not overlap, `out` is `source`
-  /// and the answer 1. `out` may be either of the others.
+  /// there is none; callers loop over it, so it is no array. Where the two do not overlap (see `Overlaps`: an
+  /// empty `cut` within `source` does), `out` is `source` and the answer 1. `out` may be either of the
+  /// others.
   static std::int32_t RemoveRect(const ARect& cut, const ARect& source, ARect& out);
 
   /// Clips the areas of a copy from `source` on one surface to `destination` on another: first to the
-  /// source's bounds, then to the destination's, what is taken off one being taken off the other. Edges that
+  /// source's bounds, then to the destination's, what is taken off one being taken off the other. Which edge
+  /// lies outside is decided without wrapping; sizes and moved edges wrap round as everywhere. Edges that
   /// come out the wrong way round collapse to nothing at left or top. Areas of different size break to the
   /// debugger, before (which leaves out the clipping) and after. The answer, the destination's height,
   /// carries no meaning.

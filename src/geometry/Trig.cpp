@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "system/Truncate.h"
+
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
@@ -31,7 +33,7 @@ double arcTangent(double t) {
 
 trig::SineCosine trig::sineCosine(double angle) {
   const double quarters = angle * (2.0 / kPi);
-  const auto quarter = static_cast<std::int32_t>(quarters + (quarters < 0 ? -0.5 : 0.5));
+  const std::int32_t quarter = truncateToInt32(quarters + (quarters < 0 ? -0.5 : 0.5));
   const double rest = angle - quarter * kHalfPiHigh - quarter * kHalfPiLow;
   const double square = rest * rest;
   const double s = alternating(rest, square, 9, [](int k) { return 2.0 * k * (2 * k + 1); });

@@ -8,7 +8,8 @@
 // single precision, so that colours agree on every platform.
 
 /// Hue (0 to 1: red, yellow, green, cyan, blue, magenta and back to red), saturation and lightness of a
-/// colour. Hue and saturation are 0 for a grey and for black. The pointers must be valid.
+/// colour. Hue and saturation are 0 for a grey and for any colour of lightness 0 or less, black among them.
+/// The pointers must be valid.
 KSMTH_API void RGB_to_HSL(float r, float g, float b, float* h, float* s, float* l);
 
 /// The colour of a hue, saturation and lightness; hue 1 is hue 0. The pointers must be valid.

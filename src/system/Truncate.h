@@ -1,6 +1,10 @@
 #pragma once
 
+#include <cfloat>
 #include <cstdint>
+
+// Wider intermediate results (x87) would round twice, and colours and normals would differ by platform.
+static_assert(FLT_EVAL_METHOD == 0);
 
 /// The integer part of `value` as 32 bits, the same on every platform: truncated towards zero; a value out of
 /// range gives the nearest end of the range, a NaN gives 0. Every conversion from a real number to a 32-bit

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <bit>
+#include <cmath>
 #include <cstdint>
 #include <ostream>
 #include <vector>
@@ -78,6 +80,36 @@ inline std::int32_t referenceProduct(std::int32_t a, std::int32_t b) {
 
 inline double units(std::int32_t raw) {
   return raw / 65536.0;
+}
+
+/// A float whose every operation is done in double precision and rounded once, which is what single precision
+/// means: two digits more than twice as many leave no room for a second rounding to differ.
+struct Single {
+  Single(double v) : value(static_cast<float>(v)) {}
+  friend Single operator+(Single a, Single b) { return a.value + b.value; }
+  friend Single operator-(Single a, Single b) { return a.value - b.value; }
+  friend Single operator*(Single a, Single b) { return a.value * b.value; }
+  friend Single operator/(Single a, Single b) { return a.value / b.value; }
+  friend auto operator<=>(Single a, Single b) { return a.value <=> b.value; }
+  friend bool operator==(Single a, Single b) { return a.value == b.value; }
+  double value;
+};
+
+struct SingleVector {
+  Single x, y, z;
+};
+
+inline Single root(Single a) {
+  return std::sqrt(a.value);
+}
+
+/// The same bits, the sign of zeros among them.
+inline bool sameBits(float actual, Single expected) {
+  return std::bit_cast<std::uint32_t>(actual) ==
+         std::bit_cast<std::uint32_t>(static_cast<float>(expected.value));
+}
+inline bool sameBits(const FPoint3D& actual, const SingleVector& expected) {
+  return sameBits(actual.x, expected.x) && sameBits(actual.y, expected.y) && sameBits(actual.z, expected.z);
 }
 
 inline std::ostream& operator<<(std::ostream& out, const ARect& r) {

@@ -68,6 +68,35 @@ APoint3D whole(std::int32_t x, std::int32_t y, std::int32_t z) {
   return APoint3D::FromWhole(x, y, z);
 }
 
+SingleVector single(const APoint3D& v) {
+  return {units(v.x), units(v.y), units(v.z)};
+}
+SingleVector operator-(const SingleVector& a, const SingleVector& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+SingleVector operator+(const SingleVector& a, const SingleVector& b) {
+  return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+SingleVector operator*(Single a, const SingleVector& v) {
+  return {a * v.x, a * v.y, a * v.z};
+}
+Single dot(const SingleVector& a, const SingleVector& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+SingleVector cross(const SingleVector& a, const SingleVector& b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+SingleVector unified(const SingleVector& v) {
+  const Single sum = dot(v, v);
+  return sum == 0 ? v : Single(1) / root(sum) * v;
+}
+APoint3D stored(const SingleVector& v) {
+  const auto raw = [](Single a) {
+    return static_cast<std::int32_t>(std::clamp(a.value * 65536, -2147483648.0, 2147483647.0));
+  };
+  return {raw(v.x), raw(v.y), raw(v.z)};
+}
+
 }  // namespace
 
 TEST(Point3D, FixedPointIsExactToTheBit) {
@@ -119,14 +148,6 @@ TEST(Point3D, FixedPointIsExactToTheBit) {
     EXPECT_EQ(other, v);
     other.Normal(&origin, &p2, &p3);
     EXPECT_EQ(other, v);
-    // The float ones, which only have to come through here.
-    v.FCross(a, b);
-    v.FNormal(a, b);
-    v.FNormal(&origin, &p2, &p3, &origin);
-    v.FClacReflectionVector(a, b);
-    v = a;
-    v.FUnifiedL24();
-    v.NormalFromOrientation(b);
   }
 }
 
@@ -199,83 +220,121 @@ TEST(Point3D, SwapsWholeVectorsOfABuffer) {
   }
 }
 
-TEST(Point3D, FloatOperationsFollowRealArithmetic) {
+TEST(Point3D, FloatOperationsRoundOncePerStep) {
   Random random(21);
+  for (int i = 0; i < 20000 && !HasFailure(); ++i) {
+    const APoint3D p[] = {i == 0 ? APoint3D(1, 0, 0) : anyVector(random), anyVector(random),
+                          anyVector(random), anyVector(random)};
+    SCOPED_TRACE(testing::Message() << p[0] << p[1] << p[2] << p[3]);
+    const SingleVector a = single(p[0]);
+    const SingleVector b = single(p[1]);
+    EXPECT_TRUE(sameBits(p[0].FMagnitude(), root(dot(a, a))));
+    EXPECT_TRUE(sameBits(p[0].FDot(p[1]), dot(a, b)));
+    APoint3D v = p[0];
+    v.FUnified();
+    EXPECT_EQ(v, stored(unified(a)));
+    v.FCross(p[0], p[1]);
+    EXPECT_EQ(v, stored(cross(a, b)));
+    v.FNormal_Ununified(p[0], p[1]);
+    EXPECT_EQ(v, stored(cross(a, b)));
+    v.FNormal(p[0], p[1]);
+    EXPECT_EQ(v, stored(unified(cross(a, b))));
+    v.FNormal_Ununified(&p[0], &p[1], &p[2]);
+    EXPECT_EQ(v, stored(cross(single(p[1] - p[0]), single(p[2] - p[1])))) << "edges in fixed point";
+
+    const SingleVector first = b - a;
+    const SingleVector second = single(p[2]) - b;
+    const SingleVector third = single(p[3]) - single(p[2]);
+    v.FNormal(&p[0], &p[1], &p[2]);
+    EXPECT_EQ(v, stored(unified(cross(first, second))));
+    v.FNormal(&p[0], &p[1], &p[2], &p[3]);
+    EXPECT_EQ(v, stored(unified(cross(first, second) + cross(second, third))));
+
+    v.FClacReflectionVector(p[0], p[1]);
+    EXPECT_EQ(v, stored(b - Single(2) * dot(a, b) * a));
+    v.FClacReflectionVector(p[0]);
+    EXPECT_EQ(v, stored({Single(-2) * a.z * a.x, Single(-2) * a.z * a.y, Single(1) - Single(2) * a.z * a.z}));
+
+    // A float vector of any length that its squares bear.
+    const int exponent = static_cast<int>(below(random, 100)) - 50;
+    const SingleVector s = Single(std::ldexp(1.0, exponent)) * a;
+    FPoint3D f(static_cast<float>(s.x.value), static_cast<float>(s.y.value), static_cast<float>(s.z.value));
+    f.Unified();
+    EXPECT_TRUE(sameBits(f, unified(s))) << exponent;
+  }
+}
+
+TEST(Point3D, FloatNormalsTakeTheirEdgesInFloat) {
+  // Edges of 60,000 units would wrap round in fixed point and turn the triangle over.
+  const APoint3D wide[] = {whole(-30000, 0, 0), whole(30000, 0, 0), whole(30000, 1, 0), whole(-30000, 1, 0)};
+  APoint3D v;
+  v.FNormal(&wide[0], &wide[1], &wide[2]);
+  EXPECT_EQ(v, whole(0, 0, 1));
+  v.FNormal(&wide[0], &wide[1], &wide[2], &wide[3]);
+  EXPECT_EQ(v, whole(0, 0, 1));
+  v.FNormal_Ununified(&wide[0], &wide[1], &wide[2]);
+  EXPECT_EQ(v, whole(0, 0, -5536));
+  // At 16384 units a float counts in steps of 1/512: these corners are one to it.
+  const std::int32_t far = 0x40000000;
+  const APoint3D near[] = {{far, far, 0}, {far + 63, far, 0}, {far + 63, far + 63, 0}, {far, far + 63, 0}};
+  v.FNormal(&near[0], &near[1], &near[2]);
+  EXPECT_EQ(v, APoint3D());
+  v.FNormal(&near[0], &near[1], &near[2], &near[3]);
+  EXPECT_EQ(v, APoint3D());
+}
+
+TEST(Point3D, DirectionsFollowRealArithmetic) {
+  Random random(24);
   for (int i = 0; i < 5000 && !HasFailure(); ++i) {
     const APoint3D p1 = vectorWithin(random, 50);
     const APoint3D p2 = vectorWithin(random, 50);
-    const APoint3D p3 = vectorWithin(random, 50);
-    const APoint3D p4 = vectorWithin(random, 50);
-    SCOPED_TRACE(testing::Message() << p1 << p2 << p3 << p4);
+    SCOPED_TRACE(testing::Message() << p1 << p2);
     const Exact a = exact(p1);
     const Exact b = exact(p2);
-    const double scale = length(a) * length(b);
-    EXPECT_NEAR(p1.FMagnitude(), length(a), length(a) * 1e-6);
-    EXPECT_NEAR(p1.FDot(p2), dot(a, b), scale * 1e-6);
-    EXPECT_NEAR(p1.CosAngle(p2), dot(a, b) / scale * 65536, 1.0);
-    APoint3D v;
-    v.FCross(p1, p2);
-    expectNear(v, cross(a, b), scale * 1e-6 * 65536 + 1);
-    APoint3D same;
-    same.FNormal_Ununified(p1, p2);
-    EXPECT_EQ(same, v);
-
-    v = p1;
-    v.FUnified();
-    expectNear(v, scaled(a, 1 / length(a)), 1.1);
-    v = p1;
+    EXPECT_NEAR(p1.CosAngle(p2), dot(a, b) / (length(a) * length(b)) * 65536, 1.0);
+    EXPECT_EQ(p1.CosAngle(p1), 65536);
+    EXPECT_EQ(p1.CosAngle(-p1), -65536);
+    APoint3D v = p1;
     v.FUnifiedL24();
     expectNear(v, scaled(a, 256 / length(a)), 1.001);
     v = p1;
     v.Unified();
     expectNear(v, scaled(a, 1 / length(a)), 70.0);
     EXPECT_LE(length(exact(v)), 1.0001);
-
-    const Exact first = minus(b, a);
-    const Exact second = minus(exact(p3), b);
-    const Exact third = minus(exact(p4), exact(p3));
-    const Exact triangle = cross(first, second);
-    v.FNormal_Ununified(&p1, &p2, &p3);
-    expectNear(v, triangle, length(first) * length(second) * 1e-6 * 65536 + 1);
-    // Thin triangles lose digits to their area; they tell nothing.
-    if (length(triangle) > 0.05 * length(first) * length(second)) {
-      v.FNormal(&p1, &p2, &p3);
-      expectNear(v, scaled(triangle, 1 / length(triangle)), 3.0);
-      APoint3D edges;
-      edges.FNormal(p2 - p1, p3 - p2);
-      EXPECT_EQ(v, edges);
-    }
-    const Exact other = cross(second, third);
-    const Exact sum = {triangle.x + other.x, triangle.y + other.y, triangle.z + other.z};
-    if (length(sum) > 0.05 * (length(triangle) + length(other)) && length(sum) > 100) {
-      v.FNormal(&p1, &p2, &p3, &p4);
-      expectNear(v, scaled(sum, 1 / length(sum)), 10.0);
-    }
-
     APoint3D n = p1;
     n.FUnified();
-    const Exact normal = exact(n);
     v.ClacReflectionVector(n, p2);
-    expectNear(v, minus(b, scaled(normal, 2 * dot(normal, b))), 16.0);
-    v.FClacReflectionVector(n, p2);
-    expectNear(v, minus(b, scaled(normal, 2 * dot(normal, b))), 16.0);
-    v.FClacReflectionVector(n);
-    expectNear(v, minus({0, 0, 1}, scaled(normal, 2 * normal.z)), 1.5);
+    expectNear(v, minus(b, scaled(exact(n), 2 * dot(exact(n), b))), 16.0);
+  }
+  EXPECT_EQ(whole(1, 2, 3).CosAngle(APoint3D()), 0);
+  EXPECT_EQ(whole(1, 2, 3).CosAngle(whole(-2, -4, -6)), -65536);
 
-    const FPoint3D f(p1);
-    v.NormalOne(f.x, f.y, f.z);
-    expectNear(v, scaled(a, 1 / length(a)), 1.1);
-    v.Normal(f.x, f.y, f.z);
-    same = p1;
-    same.Unified();
-    EXPECT_EQ(v, same);
-    EXPECT_EQ(APoint3D(f), p1) << "50 units fit into 24 bits";
+  for (const float size : {1e-44F, 1e-25F, 1e-3F, 1.0F, 200.0F, 1e5F, 1e30F, 4e37F}) {
+    SCOPED_TRACE(size);
+    APoint3D v;
+    v.NormalOne(size, 0, 0);
+    EXPECT_EQ(v, whole(1, 0, 0));
+    v.Normal(0, -size, 0);
+    EXPECT_EQ(v, APoint3D(0, -65535, 0)) << "a hair short";
+    // The smallest size is 7 of the smallest float.
+    const Exact direction = {2.0 / 7, 3.0 / 7, -6.0 / 7};
+    v.NormalOne(size / 7 * 2, size / 7 * 3, size / 7 * -6);
+    expectNear(v, direction, 1.1);
+    v.Normal(size / 7 * 2, size / 7 * 3, size / 7 * -6);
+    expectNear(v, direction, 3.0);
+    FPoint3D f;
+    f.NormalOne(size / 7 * 2, size / 7 * 3, size / 7 * -6);
+    EXPECT_NEAR(f.x, direction.x, 1e-7);
+    EXPECT_NEAR(f.z, direction.z, 1e-7);
   }
   APoint3D v(1, 2, 3);
   v.NormalOne(0, 0, 0);
   EXPECT_EQ(v, APoint3D());
-  EXPECT_EQ(whole(1, 2, 3).CosAngle(v), 0);
-  EXPECT_EQ(whole(1, 2, 3).CosAngle(whole(-2, -4, -6)), -65536);
+  v = APoint3D(1, 2, 3);
+  v.Normal(0, 0, 0);
+  EXPECT_EQ(v, APoint3D());
+  v.Normal(0, 0, 2.0);
+  EXPECT_EQ(v, APoint3D(0, 0, 65535));
 }
 
 TEST(Point3D, HeadingsAndOrientationsPointWhereTheyShould) {
@@ -332,7 +391,7 @@ TEST(FPoint3D, TurnsHaveOppositeSignsFlatAndInSpace) {
     const FPoint3D a = vector();
     const FPoint3D b = vector();
     const double flat = (double{a.x} - p.x) * (double{b.y} - p.y) - (double{a.y} - p.y) * (double{b.x} - p.x);
-    const double triple = dot({p.x, p.y, p.z}, cross({a.x, a.y, a.z}, {b.x, b.y, b.z}));
+    const double triple = dot(Exact{p.x, p.y, p.z}, cross(Exact{a.x, a.y, a.z}, Exact{b.x, b.y, b.z}));
     if (std::abs(flat) > 0.1) {
       EXPECT_EQ(p.CCW(a, b, true), flat > 0) << p << a << b;
       EXPECT_EQ(p.CW(a, b, true), flat < 0) << p << a << b;
@@ -380,16 +439,18 @@ TEST(FPoint3D, ArithmeticAndLength) {
   EXPECT_EQ(2.0F * v - v * 3.0F, -v);
   v *= 0.5F;
   EXPECT_EQ(v, FPoint3D(0.5F, -1, 1));
+  v = FPoint3D(1e-25F, 0, 0);
   v.Unified();
-  EXPECT_NEAR(v.x, 1.0 / 3, 1e-7);
-  EXPECT_NEAR(v.y, -2.0 / 3, 1e-7);
+  EXPECT_EQ(v.x, 1e-25F) << "its square is 0";
+  v = FPoint3D(1e20F, 0, 0);
+  v.Unified();
+  EXPECT_EQ(v, FPoint3D()) << "its square overflows";
   FPoint3D zero;
   zero.Unified();
   EXPECT_EQ(zero, FPoint3D());
   zero.Normal(0, 3, 4);
-  EXPECT_NEAR(zero.y, 0.6, 1e-7);
+  EXPECT_EQ(zero, FPoint3D(0, 0.6F, 0.8F));
   zero.NormalOne(0, 0, 0);
   EXPECT_EQ(zero, FPoint3D());
-  EXPECT_EQ(FPoint3D(APoint3D(0x8000, -0x10000, 0x28000)), FPoint3D(0.5F, -1, 2.5F));
   EXPECT_EQ(APoint3D(FPoint3D(1e30F, -1e30F, 1.0F / 65536)), APoint3D(INT32_MAX, INT32_MIN, 1));
 }

@@ -56,6 +56,8 @@ TEST(Point, PinsToTheRectangleAndTakesItsCorner) {
   EXPECT_EQ(p, APoint(10, 10)) << "left and top win";
   p = rect;
   EXPECT_EQ(p, APoint::FromWhole(-10, 5));
+  p = {};
+  EXPECT_EQ(p, APoint()) << "a point, no rectangle";
 }
 
 TEST(Point, SumsWrapRound) {

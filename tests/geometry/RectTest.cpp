@@ -135,6 +135,9 @@ TEST(Rect, PlacementsFollowRealArithmetic) {
     ARect self = rect;
     self.Align(self, flags, margin);
     EXPECT_EQ(self, referencePlacement(rect, rect, flags, margin, false)) << rect << flags << " " << margin;
+    self = rect;
+    self.AlignOutside(self, flags, margin);
+    EXPECT_EQ(self, referencePlacement(rect, rect, flags, margin, true)) << rect << flags << " " << margin;
   }
 }
 
@@ -154,12 +157,20 @@ TEST(Rect, AlignToGridIsTheLargestInside) {
 }
 
 TEST(Rect, MapsOneFrameOntoTheOther) {
-  ARect r = whole(10, 10, 20, 20);
-  r.MapRect(r, whole(0, 0, 100, 100), whole(0, 0, 200, 200));
-  EXPECT_EQ(r, whole(20, 20, 40, 40));
-  r = whole(10, 10, 20, 20);
-  r.MapRect(r, whole(0, 0, 100, 100), whole(50, 50, 150, 150));
-  EXPECT_EQ(r, whole(60, 60, 70, 70));
+  ARect r;
+  const struct {
+    ARect rect, from, to, expected;
+  } cases[] = {
+      {whole(10, 10, 20, 20), whole(0, 0, 100, 100), whole(0, 0, 200, 200), whole(20, 20, 40, 40)},
+      {whole(10, 10, 20, 20), whole(0, 0, 100, 100), whole(50, 50, 150, 150), whole(60, 60, 70, 70)},
+      {whole(10, 20, 30, 40), whole(0, 0, 100, 100), whole(7, 9, 207, 59), whole(27, 19, 67, 29)},
+      {whole(-5, 8, 20, 12), whole(5, 4, 9, 20), whole(0, 0, 8, 16), whole(-20, 4, 30, 8)},
+  };
+  for (const auto& c : cases) {
+    r = c.rect;
+    r.MapRect(r, c.from, c.to);
+    EXPECT_EQ(r, c.expected) << c.rect << c.from << c.to;
+  }
   for (const ARect& empty : {ARect(), whole(5, 0, 5, 9), whole(0, 9, 5, 8)}) {
     r = whole(1, 2, 3, 4);
     EXPECT_EQ(breaksOf([&] { r.MapRect(r, empty, whole(0, 0, 1, 1)); }), 1);
@@ -179,16 +190,18 @@ TEST(Rect, MapsOneFrameOntoTheOther) {
     const ARect moved = from + APoint(to.left, to.top);
     mapped.MapRect(rect, from, moved);
     EXPECT_EQ(mapped, rect + APoint(to.left, to.top)) << from;
-    const ARect small(from.left + rect.left % 0x10000, from.top + rect.top % 0x10000, from.right,
-                      from.bottom);
-    mapped.MapRect(small, from, to);
-    const auto exact = [](std::int32_t edge, std::int32_t own, double fromSize, double toSize,
-                          std::int32_t target) {
-      return target + (static_cast<double>(edge) - own) * toSize / fromSize;
+    // Each edge from its own counterpart, by the quotient of its own axis.
+    const auto along = [](std::int32_t edge, std::int32_t own, std::int32_t target, double fromSize,
+                          double toSize) {
+      const auto quotient = static_cast<std::int32_t>(toSize * 65536 / fromSize);
+      return low32(std::int64_t{target} + referenceProduct(edge - own, quotient));
     };
-    // The quotient is up to 1/65536 too small, for a step of at most one unit; the product is rounded down.
-    EXPECT_NEAR(mapped.left, exact(small.left, from.left, from.Width(), to.Width(), to.left), 2.0);
-    EXPECT_NEAR(mapped.top, exact(small.top, from.top, from.Height(), to.Height(), to.top), 2.0);
+    mapped.MapRect(rect, from, to);
+    EXPECT_EQ(mapped, ARect(along(rect.left, from.left, to.left, from.Width(), to.Width()),
+                            along(rect.top, from.top, to.top, from.Height(), to.Height()),
+                            along(rect.right, from.right, to.right, from.Width(), to.Width()),
+                            along(rect.bottom, from.bottom, to.bottom, from.Height(), to.Height())))
+        << rect << from << to;
   }
 }
 
@@ -327,6 +340,12 @@ TEST(Rect, ClipsACopyToBothSurfaces) {
   EXPECT_EQ(source, whole(0, 0, 10, 10));
   EXPECT_EQ(target, whole(60, 50, 70, 60));
 
+  // How far an edge lies outside is not to wrap round.
+  source = target = ARect(INT32_MIN, 0, 10, 10);
+  EXPECT_EQ(breaksOf([&] { ARect::ClipRects(source, ARect(1, 0, 99, 99), target, ARect(0, 0, 99, 99)); }), 0);
+  EXPECT_EQ(source, ARect(1, 0, 10, 10));
+  EXPECT_EQ(target, source);
+
   // Against a copy cell by cell.
   Random random(9);
   const auto at = [&] { return static_cast<std::int32_t>(below(random, 30)) - 10; };
@@ -384,6 +403,7 @@ TEST(Rect, AccessorsAndEdgeArithmetic) {
   EXPECT_TRUE(whole(0, 5, 5, 4).IsEmpty());
   EXPECT_FALSE(whole(0, 0, 5, 5).Overlaps(whole(5, 0, 9, 5)));
   EXPECT_TRUE(whole(0, 0, 5, 5).Overlaps(whole(4, 4, 9, 9)));
+  EXPECT_TRUE(whole(2, 2, 2, 2).Overlaps(whole(0, 0, 5, 5))) << "empty, and yet within";
   EXPECT_TRUE(whole(0, 0, 5, 5).IsInside(whole(0, 0, 5, 5)));
   EXPECT_FALSE(whole(0, 0, 5, 6).IsInside(whole(0, 0, 5, 5)));
 }
@@ -426,7 +446,6 @@ TEST(Rect, HoldsItsPropertiesAtTheEndsOfTheRange) {
     r = rect;
     r.AlignOutside(ref, below(random, 64), number);
     EXPECT_EQ(r.Size(), rect.Size());
-    r.AlignToGrid(number);
     r = rect;
     const std::int32_t factor = r.ResizeToFit(APoint(ref.left, ref.top), true);
     EXPECT_EQ(r.right, referenceProduct(rect.right, factor) & ~0xFFFF);
