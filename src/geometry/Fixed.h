@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "system/Truncate.h"
 
@@ -10,6 +11,10 @@
 /// from -32768 up to just below 32768. Results that do not fit keep their low 32 bits, never anything
 /// undefined: raw values wrap round as the host's do.
 namespace fixed {
+
+/// Any built-in number.
+template <class T>
+concept Number = std::is_arithmetic_v<T>;
 
 inline constexpr std::int32_t kOne = 0x10000;
 inline constexpr std::int32_t kFractionMask = kOne - 1;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <type_traits>
 
 #include "KSmthExport.h"
 #include "geometry/Fixed.h"
@@ -124,11 +123,9 @@ class KSMTH_API APoint3D {
   void Normal(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3);
   /// `NormalOne`, then `Unified`: just short of a length of 1.
   void Normal(float x, float y, float z);
-  /// The same for numbers of any type: a plain 0 could otherwise be a pointer too.
-  template <class X, class Y, class Z>
-  requires(std::is_arithmetic_v<X>&& std::is_arithmetic_v<Y>&& std::is_arithmetic_v<Z>) void Normal(X x_,
-                                                                                                    Y y_,
-                                                                                                    Z z_) {
+  /// The same for numbers of any type, taken as floats: a plain 0 could otherwise be a pointer too.
+  template <fixed::Number X, fixed::Number Y, fixed::Number Z>
+  void Normal(X x_, Y y_, Z z_) {
     Normal(static_cast<float>(x_), static_cast<float>(y_), static_cast<float>(z_));
   }
   /// Becomes the direction (x, y, z) at length 1, as `FPoint3D::NormalOne` finds it, for every length; the

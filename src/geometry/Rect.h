@@ -47,8 +47,8 @@ class KSMTH_API ARect {
   /// Rounds every edge towards minus infinity to a whole unit.
   void Floor();
 
-  /// Places this rectangle inside `ref`: centred, and then against at most one horizontal and one
-  /// vertical edge (top goes before bottom and right before left where both are asked for).
+  /// Places this rectangle inside `ref`: centred, and then against at most one horizontal and one vertical
+  /// edge (top goes before bottom and right before left where both are asked for).
   ///
   /// `kAlignCenter` alone centres both ways; together with top or bottom it centres horizontally, otherwise
   /// with left or right vertically. A centred place is rounded down to whole units: the position with
