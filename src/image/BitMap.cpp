@@ -1,0 +1,87 @@
+#include "image/BitMap.h"
+
+#include "image/BitMapRegion.h"
+#include "image/PixelBytes.h"
+#include "system/Memory.h"
+
+namespace {
+
+std::int32_t difference(std::int32_t a, std::int32_t b) {
+  return static_cast<std::int32_t>(std::int64_t{a} - b);
+}
+
+// The start of the element of `size` bytes that stands for (x, y); null where there is none.
+const unsigned char* storedElement(const ABitMap& map, std::int32_t x, std::int32_t y, std::int32_t size) {
+  if (y < map.top || y >= std::int64_t{map.fullHeight} - map.bottom) return nullptr;
+  if (x < map.left || x >= std::int64_t{map.fullWidth} - map.right) return nullptr;
+  const std::int64_t dx = std::int64_t{x} - map.left;
+  const std::int64_t dy = std::int64_t{y} - map.top;
+  if (dx >= map.width || dy >= map.height) return nullptr;
+  const std::int64_t index = dy * map.width + dx;
+  return index < map.BufferBytes() / size ? map.buffer + index * size : nullptr;
+}
+
+}  // namespace
+
+std::int32_t ABitMap::BufferBytes() const {
+  return buffer == nullptr ? 0 : std::max(imageBytes(width, height, depth), 0);
+}
+
+unsigned char* ABitMap::Allocate(std::int32_t w, std::int32_t h, std::int32_t d) {
+  if (buffer != nullptr && w == fullWidth && h == fullHeight) return buffer;
+  Free();
+  width = fullWidth = w;
+  height = fullHeight = h;
+  depth = d;
+  buffer = static_cast<unsigned char*>(MY_MEM_MALLOC(imageBytes(w, h, d), "ABitMap::Allocate"));
+  return buffer;
+}
+
+unsigned char* ABitMap::AllocateCropped(std::int32_t fullW, std::int32_t fullH, std::int32_t t,
+                                        std::int32_t l, std::int32_t b, std::int32_t r, std::int32_t d) {
+  height = difference(b, t);
+  width = difference(r, l);
+  left = l;
+  right = difference(fullW, r);
+  top = t;
+  bottom = difference(fullH, b);
+  fullWidth = fullW;
+  fullHeight = fullH;
+  depth = d;
+  Free();
+  if (width > 0 && height > 0) {
+    buffer = static_cast<unsigned char*>(
+        MY_MEM_MALLOC(imageBytes(width, height, depth), "ABitMap::AllocateCropped"));
+  }
+  return buffer;
+}
+
+void ABitMap::Free() {
+  MY_MEM_FREE(buffer);
+  buffer = nullptr;
+}
+
+void ABitMap::FreeAndClear() {
+  Free();
+  fullWidth = 0;
+  fullHeight = 0;
+  depth = 0;
+}
+
+void ABitMap::Reset() {
+  *this = ABitMap{};
+}
+
+void ABitMap::ClearBuffer() {
+  Sys_MemZero(buffer, BufferBytes());
+}
+
+std::int32_t ABitMap::ReadValue8(std::int32_t x, std::int32_t y) const {
+  const unsigned char* element = storedElement(*this, x, y, 1);
+  return element != nullptr ? *element : static_cast<std::int32_t>(fillValue & 0xFF);
+}
+
+std::uint32_t ABitMap::ReadValue32(std::int32_t x, std::int32_t y) const {
+  const unsigned char* element = storedElement(*this, x, y, 4);
+  return element != nullptr ? pixelbytes::load<std::uint32_t>(element) : fillValue;
+}

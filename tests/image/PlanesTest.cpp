@@ -1,0 +1,173 @@
+#include <algorithm>
+
+#include "ImageSupport.h"
+
+namespace {
+
+const std::int32_t kChannelByte[] = {1, 2, 3, 0};
+
+/// What a plane writer writes, in a block with a guard on either side.
+template <class Write>
+Bytes written(std::size_t room, Write write) {
+  Bytes block(room + 32, 0xA5);
+  const unsigned char* end = write(block.data() + 16);
+  const auto size = static_cast<std::size_t>(end - block.data() - 16);
+  EXPECT_LE(size, room);
+  EXPECT_EQ(Bytes(block.begin(), block.begin() + 16), Bytes(16, 0xA5));
+  EXPECT_EQ(Bytes(block.begin() + 16 + static_cast<std::ptrdiff_t>(size), block.end()),
+            Bytes(room + 16 - size, 0xA5));
+  return {block.begin() + 16, block.begin() + 16 + static_cast<std::ptrdiff_t>(size)};
+}
+
+/// A plane by the definition; `value` maps a stored pixel's index to a byte. The gap stays 0xA5.
+template <class Value>
+Bytes plane(const ABitMap& map, bool padded, unsigned char fill, std::size_t gap, Value value) {
+  Bytes bytes;
+  const std::int32_t x0 = padded ? 0 : map.left;
+  const std::int32_t y0 = padded ? 0 : map.top;
+  for (std::int32_t y = y0; y < (padded ? map.fullHeight : y0 + map.height); ++y) {
+    for (std::int32_t x = x0; x < (padded ? map.fullWidth : x0 + map.width); ++x) {
+      const std::int32_t dx = x - map.left;
+      const std::int32_t dy = y - map.top;
+      const bool stored = dx >= 0 && dy >= 0 && dx < map.width && dy < map.height;
+      bytes.push_back(stored ? value(static_cast<std::size_t>(dy * map.width + dx)) : fill);
+    }
+    if (y >= map.top && y < map.top + map.height) bytes.insert(bytes.end(), gap, 0xA5);
+  }
+  return bytes;
+}
+
+TEST(BitMapPlanes, HaveTheirLayout) {
+  Random random(4);
+  for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
+    for (const Geometry& g : kGeometries) {
+      const OwnedBitMap map = randomBitMap(random, g, depth);
+      SCOPED_TRACE(describe(map));
+      const std::int32_t bytesPerPixel = depth / 8;
+      const Bytes pixels = map.bytes();
+      const auto channel = [&](std::int32_t c) {
+        return [&pixels, c](std::size_t i) -> unsigned char {
+          const std::size_t at = 4 * i + static_cast<std::size_t>(kChannelByte[c]);
+          return at < pixels.size() ? pixels[at] : 0;
+        };
+      };
+      for (const bool withAlpha : {false, true}) {
+        for (const bool oneWord : {false, true}) {
+          Bytes expected;
+          const bool taken = bytesPerPixel > 3 || (bytesPerPixel == 3 && !withAlpha);
+          for (std::int32_t c = 0; taken && c < (withAlpha ? 4 : 3); ++c) {
+            if (c == 0 || !oneWord) expected.insert(expected.end(), 2, 0);
+            const Bytes one = plane(map, false, 0, 0, channel(c));
+            expected.insert(expected.end(), one.begin(), one.end());
+          }
+          EXPECT_EQ(
+              written(4000, [&](unsigned char* p) { return map.WriteRGBToBuffer(p, 9, withAlpha, oneWord); }),
+              expected);
+        }
+      }
+      for (const bool padded : {false, true}) {
+        for (const bool wordFirst : {false, true}) {
+          Bytes expected = plane(map, padded, 7, 0, [&](std::size_t i) { return pixels[i]; });
+          if (wordFirst) expected.insert(expected.begin(), 2, 0);
+          if (depth != 8) expected.clear();
+          EXPECT_EQ(
+              written(2000, [&](unsigned char* p) { return map.Write8ToBuffer(p, 7, padded, wordFirst); }),
+              expected);
+        }
+        for (const long threshold : {-2147483647L - 1, -5L, 0L, 0x12345678L, 2147483647L}) {
+          Bytes expected = plane(map, padded, 7, 0, [&](std::size_t i) -> unsigned char {
+            return depth >= 32 && static_cast<std::int32_t>(word(&pixels[4 * i])) < threshold ? 255 : 0;
+          });
+          expected.insert(expected.begin(), 2, 0);
+          if (depth < 32) expected.clear();
+          EXPECT_EQ(
+              written(2000,
+                      [&](unsigned char* p) { return map.WriteAlphaToBuffer(p, threshold, 7, 8, padded); }),
+              expected);
+        }
+      }
+      EXPECT_EQ(written(100, [&](unsigned char* p) { return map.WriteAlphaToBuffer(p, 5, 7, 16, true); }),
+                Bytes(depth < 32 ? 0 : 2, 0));
+      for (std::int32_t c = -1; c < 5; ++c) {
+        for (const std::int32_t gap : {0, 3}) {
+          const bool taken = c >= 0 && c < 4 && (depth == 32 || (depth == 24 && c != 3));
+          Bytes expected;
+          if (taken) expected = plane(map, true, 0, static_cast<std::size_t>(gap), channel(c));
+          EXPECT_EQ(
+              written(3000, [&](unsigned char* p) { return map.WriteOneRGBAOffsetToBuffer(p, 9, c, gap); }),
+              expected);
+        }
+      }
+    }
+  }
+}
+
+struct ChannelCase {
+  const char* name;
+  Bytes data;
+  std::int32_t status;
+  Bytes plane;  ///< of 3 x 2 pixels that were 0xEE
+};
+
+const ChannelCase kChannelCases[] = {
+    {"no data", {0, 9}, 0, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"nothing at all", {}, -1, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"half a code", {0}, -1, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"raw", {0, 0, 1, 2, 3, 4, 5, 6}, 0, {1, 2, 3, 4, 5, 6}},
+    {"raw, one short", {0, 0, 1, 2, 3, 4, 5}, -1, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"raw, one long", {0, 0, 1, 2, 3, 4, 5, 6, 7}, -1, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"no row counts", {0, 1, 0, 0, 0}, -1, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"row counts alone", {0, 1, 0, 0, 0, 0}, 0, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"runs", {0, 1, 9, 9, 9, 9, 2, 1, 2, 3, 254, 7}, 0, {1, 2, 3, 7, 7, 7}},
+    {"0 is one byte", {0, 1, 0, 0, 0, 0, 0, 5, 0, 6, 253, 7}, 0, {5, 6, 7, 7, 7, 7}},
+    {"fewer than the plane", {0, 1, 0, 0, 0, 0, 255, 5}, 0, {5, 5, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"128 repeats past the plane", {0, 1, 0, 0, 0, 0, 1, 8, 9, 128, 5}, 0, {8, 9, 5, 5, 5, 5}},
+    {"literals past the plane", {0, 1, 0, 0, 0, 0, 6, 1, 2, 3, 4, 5, 6, 7, 1, 8, 8}, 0, {1, 2, 3, 4, 5, 6}},
+    {"literals past the data", {0, 1, 0, 0, 0, 0, 255, 5, 3, 1, 2, 3}, -1, {5, 5, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"a header at the end", {0, 1, 0, 0, 0, 0, 255, 5, 255}, -1, {5, 5, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"unknown code", {0, 2, 1, 2, 3, 4, 5, 6}, -1, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+    {"big-endian code", {1, 0, 1, 2, 3, 4, 5, 6}, -1, {0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}},
+};
+
+TEST(BitMapPlanes, ChannelsAreRead) {
+  for (const ChannelCase& c : kChannelCases) {
+    SCOPED_TRACE(c.name);
+    // A block of its own size, for the sanitizer to see a byte too far.
+    const Bytes data(c.data);
+    const auto size = static_cast<std::int32_t>(data.size());
+    for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
+      for (std::int32_t channel = -1; channel < 5; ++channel) {
+        OwnedBitMap map;
+        map.AllocateCropped(9, 9, 1, 2, 3, 5, depth);
+        std::memset(map.buffer, 0xEE, static_cast<std::size_t>(map.BufferBytes()));
+        Bytes expected = map.bytes();
+        const std::int32_t stride = depth / 8;
+        const bool taken = channel >= 0 && channel < 4 && kChannelByte[channel] < stride;
+        for (std::int32_t i = 0; taken && i < 6; ++i) {
+          expected[static_cast<std::size_t>(i * stride + kChannelByte[channel])] =
+              c.plane[static_cast<std::size_t>(i)];
+        }
+        EXPECT_EQ(map.ReadRGBAChannelFromBuffer(data.data(), size, channel),
+                  taken || size == 2 ? c.status : -1);
+        EXPECT_EQ(map.bytes(), expected) << depth << " " << channel;
+      }
+    }
+    OwnedBitMap alpha;
+    alpha.fillValue = 0x112233;
+    EXPECT_EQ(alpha.ReadAlphaFromBuffer(data.data(), size, 9, 9, 1, 2, 3, 5), c.status);
+    EXPECT_EQ(describe(alpha), "3x2x8 l2 t1 r4 b6");
+    Bytes expected = c.plane;
+    std::replace(expected.begin(), expected.end(), 0xEE, 0);
+    EXPECT_EQ(alpha.bytes(), c.status == 0 ? expected : Bytes());
+    EXPECT_EQ(alpha.ReadValue8(0, 0), 0x33);
+  }
+  OwnedBitMap none;
+  const unsigned char raw[] = {0, 0, 1};
+  EXPECT_EQ(none.ReadRGBAChannelFromBuffer(raw, 3, 0), -1);
+  EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 2, 5, 5, 3, 3, 3, 3), 0);
+  EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 5, 5, 3, 3, 3, 3), -1);
+  EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 1, 1, -1, -1, 0, 0), 0);
+  EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 1, 1, 0, 0, 65536, 65536), -1);
+}
+
+}  // namespace
