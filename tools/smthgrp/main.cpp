@@ -12,6 +12,7 @@
 #include "smthgrp/Commands.h"
 #include "smthgrp/Failure.h"
 #include "smthgrp/PluginLibrary.h"
+#include "smthgrp/PsdCommands.h"
 #include "smthgrp/TerminalText.h"
 
 namespace {
@@ -29,6 +30,7 @@ struct Request {
   smthgrp::ReplaceRequest replace;
   smthgrp::CallRequest call;
   std::function<void(PluginLibrary&)> run;
+  std::function<void()> runAlone;  ///< of a command that needs no plug-in
 };
 
 constexpr const char* kMainFooter = R"(Examples:
@@ -166,6 +168,7 @@ void describe(CLI::App& app, Request& request) {
   addSplit(app, request);
   addReplace(app, request);
   addCall(app, request);
+  smthgrp::addPsd(app, request.runAlone);
 }
 
 bool isNegativeNumber(const std::string& word) {
@@ -200,7 +203,7 @@ int reportFailure(const std::string& message, int status) {
   return status;
 }
 
-void run(const Request& request) {
+void runOnPlugin(const Request& request) {
   if (!request.version && !request.run) {
     throw Failure("a command is needed; smthgrp --help lists them", smthgrp::kUsageError);
   }
@@ -209,6 +212,14 @@ void run(const Request& request) {
     std::printf("KSmthGrpImpt %g\n", static_cast<double>(library.call("Version").value));
   } else {
     request.run(library);
+  }
+}
+
+void run(const Request& request) {
+  if (request.runAlone && !request.version) {
+    request.runAlone();
+  } else {
+    runOnPlugin(request);
   }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) throw smthgrp::systemFailure("standard output");
 }
