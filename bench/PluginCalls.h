@@ -27,4 +27,8 @@ inline float exportSmoothingGroup(const std::string& path, double group) {
   return ExportOBJSmoothGroup(path.c_str(), group, nullptr, 0, 0, 0, nullptr);
 }
 
+inline float markGroup(const char* key, double group, void* hostData) {
+  return SetMesh3DFromOBJGroup(key, group, nullptr, 0, 0, 0, hostData);
+}
+
 }  // namespace bench

@@ -65,6 +65,38 @@ void printScaling(const Results& results) {
       "sheet.\n");
 }
 
+/// One row of the mesh table: ns per face or corner, the target, and the slower fan over the sheet.
+void printMeshRow(const Results& results, const char* label, const std::string& call, bool perCorner,
+                  double target) {
+  std::printf("  %-34s", label);
+  std::optional<double> sheet;
+  std::optional<double> slowest;
+  for (const NamedMeshModel& model : kMeshModels) {
+    const auto result = results.find(call + "/" + model.name);
+    std::optional<double> ns;
+    if (result) ns = result->nsPerFace / (perCorner ? model.corners : 1);
+    std::printf(" %15s", text("%.2f ns", ns).c_str());
+    if (model.model == MeshModel::sheet) {
+      sheet = ns;
+    } else if (ns) {
+      slowest = std::max(slowest.value_or(0.0), *ns);
+    }
+  }
+  std::optional<double> ratio;
+  if (sheet && slowest) ratio = *slowest / *sheet;
+  std::printf(" %8.0f ns %12s\n", target, text("%.2f x", ratio).c_str());
+}
+
+void printMesh(const Results& results) {
+  std::printf("\nMarking a host's mesh\n  %-34s", "");
+  for (const NamedMeshModel& model : kMeshModels) std::printf(" %15s", model.name);
+  std::printf(" %11s %12s\n", "target", "fan/sheet");
+  printMeshRow(results, "mask, per corner of the group", "mesh_mask", true, 5);
+  printMeshRow(results, "first crease, per face of the model", "mesh_first_crease", false, 150);
+  printMeshRow(results, "later crease, per face of the group", "mesh_later_crease", false, 60);
+  std::printf("  Targets are for the sheet; a fan may take 3 times as long per face.\n");
+}
+
 void printMemory(const std::string& program, const std::string& model) {
   std::printf("\nMemory of the loaded sheet, in a process of its own\n");
   std::fflush(stdout);
@@ -90,6 +122,7 @@ void printSummary(const Results& results, SheetFiles& files, const std::string& 
   std::printf("Writing the whole model\n");
   printComparison(results, "export", {"plugin", "stream", "stream_endl"});
   printScaling(results);
+  printMesh(results);
   printMemory(memoryProgram, sheet.path);
 }
 

@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
     bench::addLoadBenches(files, results);
     bench::addExportBenches(files, results);
     bench::addScalingBenches(files, results);
+    bench::addMeshBenches(files, results);
     if (benchmark::RunSpecifiedBenchmarks() == 0) return 1;
     // They may only have been listed.
     if (results.empty()) return 0;

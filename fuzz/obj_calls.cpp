@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "EveryPart.h"
+#include "MeshChecks.h"
 #include "ModelChecks.h"
 #include "PluginCalls.h"
 #include "Require.h"
@@ -284,6 +285,7 @@ void runOne(const Files& files, std::string_view input) {
     require(replaceVertices(files.obj) == 0.0F, "the vertices of the same file fit");
     exportWhole(files.exported);
   }
+  if (chosen(3) && load(files.obj, direct, ending)) requireMarksAsReference();
   freeModel();
 }
 

@@ -5,13 +5,9 @@
 
 #include "geometry/Fixed.h"
 #include "geometry/Rect.h"
+#include "geometry/Trig.h"
 
 namespace {
-
-// Computed in double precision: single-precision arcus functions differ between platforms.
-double angle(const APoint& p) {
-  return std::atan2(static_cast<double>(p.y), static_cast<double>(p.x));
-}
 
 std::int32_t pinned(std::int32_t value, std::int32_t low, std::int32_t high) {
   return std::max(std::min(value, high), low);
@@ -35,11 +31,11 @@ void APoint::Pin(const ARect& rect) {
 }
 
 std::int32_t APoint::Angle() const {
-  return fixed::fromReal(angle(*this));
+  return fixed::fromReal(trig::angleOf(x, y));
 }
 
 float APoint::FAngle() const {
-  return static_cast<float>(angle(*this));
+  return static_cast<float>(trig::angleOf(x, y));
 }
 
 float APoint::FMagnitude() const {

@@ -226,6 +226,7 @@ std::int32_t ARect::RemoveRect(const ARect& cut, const ARect& source, ARect& out
     piece({rest.left, rest.top, c.left, rest.bottom});
     rest.left = c.left;
   }
+  // So it is, whatever the edges were: each has just been held to the cut's.
   if (!rest.IsInside(c)) Sys_BreakToDebugger();
   return count;
 }

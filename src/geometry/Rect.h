@@ -84,8 +84,7 @@ class KSMTH_API ARect {
   /// Cuts `cut` out of `source` and answers how many pieces that leaves, 0 to 4: below, above, to the right
   /// and to the left, in that order. `out` is one slot and ends up with the last piece found, unchanged where
   /// there is none; callers loop over it, so it is no array. Where the two do not overlap, `out` is `source`
-  /// and the answer 1. Breaks to the debugger where the edges of `cut` are so far the wrong way round that
-  /// what is left of the source is not inside it.
+  /// and the answer 1. `out` may be either of the others.
   static std::int32_t RemoveRect(const ARect& cut, const ARect& source, ARect& out);
 
   /// Clips the areas of a copy from `source` on one surface to `destination` on another: first to the

@@ -34,8 +34,7 @@ class BorderCrease {
     Corner corners[OBJFace::kMaxVertexCount];
     bool anyBorder = false;
     for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
-      corners[i] = cornerAt(face.vertexIndex[i]);
-      anyBorder = anyBorder || corners[i].atBorder;
+      anyBorder |= lookAt(face.vertexIndex[i], corners[i]);
     }
     if (!anyBorder) return;
     std::uint32_t bits = 0;
@@ -61,16 +60,21 @@ class BorderCrease {
     bool atBorder;          ///< false if no face outside the set uses the vertex
   };
 
-  Corner cornerAt(std::uint32_t vertex) const {
-    Corner corner{vertex, nullptr, false};
-    if (vertex >= model_._links->count) return corner;
-    corner.links = &std::as_const(*model_._links)[vertex];
-    // A pole's list is not searched for each of its faces.
-    corner.atBorder = corner.links->next != nullptr;
-    for (std::uint32_t i = 0; i < corner.links->count; ++i) {
-      corner.atBorder = corner.atBorder || members_.lacks(corner.links->faces[i]);
+  /// Fills in the corner and answers its `atBorder`. In place: a corner written field by field and then
+  /// copied as a whole would wait for its own stores.
+  bool lookAt(std::uint32_t vertex, Corner& corner) const {
+    corner.vertex = vertex;
+    corner.links = nullptr;
+    bool atBorder = false;
+    if (vertex < model_._links->count) {
+      const OBJLinks& links = std::as_const(*model_._links)[vertex];
+      corner.links = &links;
+      // A pole's list is not searched for each of its faces.
+      atBorder = links.next != nullptr;
+      for (std::uint32_t i = 0; i < links.count; ++i) atBorder |= members_.lacks(links.faces[i]);
     }
-    return corner;
+    corner.atBorder = atBorder;
+    return atBorder;
   }
 
   /// Number of entries in a's list that are outside the set and also in b's list. The shorter list is walked;

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "system/PathNames.h"
-#include "system/PosixFile.h"
+#include "system/PlatformFile.h"
 #include "system/Strings.h"
 
 std::int32_t _openFilesCount = 0;
@@ -42,11 +42,11 @@ FileSpec* Sys_FileOpen(const char* path, bool write) {
   if (path == nullptr) return nullptr;
   FileSpec* const file = MakeFileSpec(withoutPathPrefix(path), true, nullptr, true);
   if (file == nullptr) return nullptr;
-  const int descriptor = posix::openFile(file->ref.path, write);
+  const int descriptor = platform::openFile(file->ref.path, write);
   if (descriptor < 0) return nullptr;
-  const std::int64_t size = posix::size(descriptor);
+  const std::int64_t size = platform::size(descriptor);
   if (size < 0 || size > INT32_MAX) {
-    posix::closeFile(descriptor);
+    platform::closeFile(descriptor);
     return nullptr;
   }
   file->forkRefNum = descriptor;
@@ -61,27 +61,27 @@ FileSpec* Sys_FileOpenOrCreate(const char* path, bool write, std::int32_t /*file
   // Whole, where Sys_FileOpen will look for it: folder, name and extension as ExtructFileNameComponents parts
   // them would lose names with a comma or with a dash behind the dot.
   const char* const bare = withoutPathPrefix(path);
-  if (!hasFolder(bare) || !posix::createFile(withoutPathPrefix(bare))) return nullptr;
+  if (!hasFolder(bare) || !platform::createFile(withoutPathPrefix(bare))) return nullptr;
   return Sys_FileOpen(path, true);
 }
 
 void Sys_FileClose(FileSpec* file, bool setEndOfFile) {
   if (!isOpen(file)) return;
   if (setEndOfFile) Sys_SetEndOfFile(file);
-  const posix::Closed closed = posix::closeFile(file->forkRefNum);
-  if (closed == posix::Closed::kNotOpen) return;
-  if (closed == posix::Closed::kWithLoss) gIncompleteSaveCount = 1;
+  const platform::Closed closed = platform::closeFile(file->forkRefNum);
+  if (closed == platform::Closed::kNotOpen) return;
+  if (closed == platform::Closed::kWithLoss) gIncompleteSaveCount = 1;
   file->forkRefNum = 0;
   file->isOpen = 0;
   --_openFilesCount;
 }
 
 std::int32_t Sys_FileRead(FileSpec* file, void* buffer, std::int32_t count) {
-  return isOpen(file) ? posix::readBytes(file->forkRefNum, buffer, count) : 0;
+  return isOpen(file) ? platform::readBytes(file->forkRefNum, buffer, count) : 0;
 }
 
 std::int32_t Sys_FileWrite(FileSpec* file, const void* buffer, std::int32_t count) {
-  const std::int32_t written = isOpen(file) ? posix::writeBytes(file->forkRefNum, buffer, count) : 0;
+  const std::int32_t written = isOpen(file) ? platform::writeBytes(file->forkRefNum, buffer, count) : 0;
   if (written != count) gIncompleteSaveCount = 1;
   return written;
 }
@@ -95,7 +95,7 @@ std::int32_t Sys_FileReadReverse(FileSpec* file, void* buffer, std::int32_t coun
 std::int32_t Sys_FileWriteReverse(FileSpec* file, void* buffer, std::int32_t count) {
   if (!isOpen(file)) return 0;
   reverse(buffer, count);
-  const std::int32_t written = posix::writeBytes(file->forkRefNum, buffer, count);
+  const std::int32_t written = platform::writeBytes(file->forkRefNum, buffer, count);
   reverse(buffer, count);
   return written;
 }
@@ -108,29 +108,29 @@ std::int32_t Sys_FileSeek(FileSpec* file, std::int32_t offset, bool relative) {
   const auto answer = static_cast<std::int32_t>(target);
   if (target == position) return answer;
   const int descriptor = file->forkRefNum;
-  const std::int64_t size = posix::size(descriptor);
-  if (target > size && !posix::setSize(descriptor, target)) {
+  const std::int64_t size = platform::size(descriptor);
+  if (target > size && !platform::setSize(descriptor, target)) {
     // At the end, so that a reader who skips past it reads nothing more.
-    posix::setPosition(descriptor, std::clamp<std::int64_t>(size, 0, INT32_MAX));
+    platform::setPosition(descriptor, std::clamp<std::int64_t>(size, 0, INT32_MAX));
     return -1;
   }
-  return posix::setPosition(descriptor, target) ? answer : -1;
+  return platform::setPosition(descriptor, target) ? answer : -1;
 }
 
 std::int32_t Sys_FileGetPos(FileSpec* file) {
-  const std::int64_t position = isOpen(file) ? posix::position(file->forkRefNum) : -1;
+  const std::int64_t position = isOpen(file) ? platform::position(file->forkRefNum) : -1;
   return position <= INT32_MAX ? static_cast<std::int32_t>(position) : -1;
 }
 
 std::int32_t Sys_FileGetSize(FileSpec* file) {
   if (!isOpen(file)) return 0;
-  const std::int64_t size = posix::size(file->forkRefNum);
+  const std::int64_t size = platform::size(file->forkRefNum);
   return size <= INT32_MAX ? static_cast<std::int32_t>(size) : -1;
 }
 
 void Sys_SetEndOfFile(FileSpec* file) {
   const std::int32_t position = Sys_FileGetPos(file);
-  if (position >= 0) posix::setSize(file->forkRefNum, position);
+  if (position >= 0) platform::setSize(file->forkRefNum, position);
 }
 
 bool Sys_FileAvialable(const char* path, bool write) {
@@ -144,8 +144,8 @@ int Sys_FileDelete(const char* path) {
   FileSpec file = {};
   if (path == nullptr || MakeFileSpec(withoutPathPrefix(path), true, &file, false) == nullptr) return 0;
   // Without the pool and its limit of size: neither a full pool nor a long file stands in the way.
-  const int descriptor = posix::openFile(file.ref.path, false);
+  const int descriptor = platform::openFile(file.ref.path, false);
   if (descriptor < 0) return 0;
-  posix::closeFile(descriptor);
+  platform::closeFile(descriptor);
   return ::unlink(file.ref.path) == 0 ? 0 : -1;
 }

@@ -47,10 +47,13 @@ struct KSMTH_API FileSpec {
   FSSpec* GetFSSpec();
 };
 
+// The library's users know these two by the underscore.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 /// The pool.
 KSMTH_API extern FileSpec _fileSpec[kMaxOpenFiles];
 /// Files opened and not yet closed.
 KSMTH_API extern std::int32_t _openFilesCount;
+// NOLINTEND(bugprone-reserved-identifier)
 /// 1 once a `Sys_FileWrite` has written less than it was asked to, or a close has met data that the disk
 /// would not take. Cleared by every `Sys_FileOpen` and by the calls that begin with one.
 KSMTH_API extern std::int32_t gIncompleteSaveCount;

@@ -2,6 +2,7 @@
 
 /// The services that the support library takes from the platform, one header a subject.
 
+#include "system/Colour.h"
 #include "system/Files.h"
 #include "system/Host.h"
 #include "system/Memory.h"

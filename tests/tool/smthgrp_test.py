@@ -2,6 +2,7 @@
 
 import json
 import os
+import struct
 import subprocess
 import sys
 import tempfile
@@ -11,6 +12,70 @@ TOOL, EXAMPLES = map(os.path.abspath, sys.argv[1:3])
 ROBOT = os.path.join(EXAMPLES, "robot.obj")
 POSE = os.path.join(EXAMPLES, "robot_pose.obj")
 TRIANGLE = "v 0 0 0\nv 1 0 0\nv 0 1 0\n"
+
+
+def read_ply(path):
+    """The elements of a binary little-endian PLY file, each a list of dicts, and its bytes left over."""
+    with open(path, "rb") as file:
+        header, data = file.read().split(b"end_header\n", 1)
+    types = {"float": "f", "uchar": "B", "int": "i"}
+    elements, position = {}, 0
+    lines = header.decode().splitlines()
+    assert lines[:2] == ["ply", "format binary_little_endian 1.0"], lines[:2]
+    layout = []
+    for words in (line.split() for line in lines[2:]):
+        if words[0] == "element":
+            layout.append((words[1], int(words[2]), []))
+        elif words[0] == "property":
+            layout[-1][2].append(words[1:])
+
+    def take(kind, count=1):
+        nonlocal position
+        values = struct.unpack_from(f"<{count}{types[kind]}", data, position)
+        position += struct.calcsize(f"<{count}{types[kind]}")
+        return values
+
+    for name, count, properties in layout:
+        elements[name] = [{p[-1]: take(p[2], take(p[1])[0]) if p[0] == "list" else take(p[0])[0] for p in properties}
+                          for _ in range(count)]
+    return elements, len(data) - position
+
+
+def read_groups(path):
+    """The faces of an OBJ file, as vertex indices from 0, and the faces of each group and smoothing group."""
+    faces, groups, smoothing, names, number = [], {}, {}, [], 0
+    with open(path) as file:
+        for words in (line.split() for line in file if line.strip()):
+            if words[0] == "g":
+                names = words[1:]
+            elif words[0] == "s":
+                number = int(words[1]) if words[1].isdigit() else 0
+            elif words[0] == "f":
+                for name in names:
+                    groups.setdefault(name, set()).add(len(faces))
+                smoothing.setdefault(number, set()).add(len(faces))
+                faces.append([int(corner.split("/")[0]) - 1 for corner in words[1:]])
+    return faces, groups, smoothing
+
+
+def edges_of(face):
+    return [tuple(sorted((face[k], face[(k + 1) % len(face)]))) for k in range(len(face))]
+
+
+def border(faces, members):
+    """The edges with bits of the members that a face outside has as well, and how often one has."""
+    users = {}
+    for index, face in enumerate(faces):
+        for edge in edges_of(face):
+            users.setdefault(edge, []).append(index)
+    edges, count = set(), 0
+    for index in members:
+        for k, edge in enumerate(edges_of(faces[index])):
+            outside = sum(user not in members for user in users[edge])
+            count += outside
+            if outside and k < 4:
+                edges.add(edge)
+    return edges, count
 
 
 def vertex_lines(path):
@@ -114,6 +179,56 @@ class ToolTest(unittest.TestCase):
                          'LoadOBJFile -> 11\nGetOBJGroupInfo -> 0  "eyes"\nGetOBJInfo -> 0\nFreeOBJModel -> 0\n')
         self.assertIn("line 2", self.fail_with(2, "call", "--script", self.write("s.txt", "#\nNoSuch\n")))
 
+    def test_mesh_is_marked(self):
+        faces, groups, smoothing = read_groups(ROBOT)
+        self.assertEqual(len(groups), 11)
+        for name, members in groups.items():
+            out = self.path("m.ply")
+            answer = json.loads(self.succeed("mesh", ROBOT, "--mask", name, "--crease", name, "--json", "-o", out))
+            vertices = {v for f in members for v in faces[f]}
+            others = {v for n, m in groups.items() if n != name for f in m for v in faces[f]}
+            edges, count = border(faces, members)
+            mask, crease = answer["calls"]
+            self.assertEqual(mask["answer"], sum(len(faces[f]) for f in members), name)
+            self.assertEqual((mask["verticesMasked"], mask["verticesShared"]),
+                             (len(vertices), len(vertices & others)), name)
+            self.assertEqual((crease["answer"], crease["edgesCreased"]), (count, len(edges)), name)
+            ply, left = read_ply(out)
+            self.assertEqual(left, 0)
+            self.assertEqual({i for i, v in enumerate(ply["vertex"]) if v["mask"] == 255}, vertices)
+            self.assertEqual({v["mask"] for v in ply["vertex"]}, {0, 255})
+            self.assertEqual([list(f["vertex_indices"]) for f in ply["face"]], faces)
+            self.assertEqual({(e["vertex1"], e["vertex2"]) for e in ply["edge"]}, edges)
+            for ours, theirs in zip(ply["vertex"], vertex_lines(ROBOT), strict=True):
+                self.assertEqual([ours["x"], ours["y"], ours["z"]], list(struct.unpack("3f", struct.pack("3f", *theirs))))
+        out = self.path("m.obj")
+        text = self.succeed("mesh", ROBOT, "--crease-all-smoothing", "--mask-smoothing", "3", "-o", out)
+        edges = set().union(*(border(faces, m)[0] for n, m in smoothing.items() if n != 0))
+        self.assertIn(f"{out}: 522 vertices, 452 faces, {len(edges)} creased edges\n", text)
+        with open(out) as file:
+            lines = [line.split() for line in file]
+        self.assertEqual({(int(w[1]) - 1, int(w[2]) - 1) for w in lines if w[0] == "l"}, edges)
+        masked = {v for f in smoothing[3] for v in faces[f]}
+        colors = [w[4:] for w in lines if w[0] == "v"]
+        self.assertEqual({i for i, c in enumerate(colors) if c != colors[0]},
+                         masked if 0 not in masked else set(range(522)) - masked)
+        self.assertEqual(len(vertex_lines(out)), 522)
+
+    def test_mesh_marks_come_in_order(self):
+        model = self.write("m.obj", TRIANGLE + "v 1 1 0\ng a\nf 1 2 3\ng b\nf 2 4 3\ng n\nf 1\n")
+        for arguments, masks in ((["--mask", "a"], [255, 255, 255, 0]),
+                                 (["--mask", "a", "--mask-value", "7"], [7, 7, 7, 0]),
+                                 (["--mask", "a", "--mask-value", "7", "--mask", "b", "--mask-value", "9", "--mask", "3"],
+                                  [9, 7, 7, 7]),
+                                 (["--mask", "b", "--mask", "a", "--mask-value", "1", "--mask", "b",
+                                   "--mask-value", "0", "--mask", "3"], [0, 1, 1, 1])):
+            self.succeed("mesh", model, *arguments, "-o", self.path("m.ply"))
+            ply, _ = read_ply(self.path("m.ply"))
+            self.assertEqual([v["mask"] for v in ply["vertex"]], masks, arguments)
+            self.assertEqual(len(ply["face"]), 2, "a face of one corner is no polygon")
+        self.assertIn("crease group 2 \"b\": 1 neighbour beyond its border, 1 edge creased, 2 vertices shared",
+                      self.succeed("mesh", "--crease", "b", model))
+
     def test_data_that_cannot_be_served(self):
         corners = "".join(f"v {i} 0 0\n" for i in range(89)) + "f " + " ".join(str(i + 1) for i in range(89)) + "\n"
         normals = TRIANGLE + "vn 0 0 1\ng a\nf 1//1 2//1 3//1\n"
@@ -131,6 +246,10 @@ class ToolTest(unittest.TestCase):
                 (["export", ROBOT, "-o", "."], ["directory"]),
                 (["export", ROBOT, "-o", "/nonexistent/dir/o.obj"], ["/nonexistent/dir/o.obj", "No such file"]),
                 (["export", ROBOT, "-o", "/dev/full"], ["/dev/full", "No space"]),
+                (["mesh", ROBOT, "--mask", "head", "--crease", "haed", "-o", out], ["haed", '"head"']),
+                (["mesh", ROBOT, "--crease-smoothing", "0", "-o", out], ["smoothing group 0", "1, 2, 3"]),
+                (["mesh", ROBOT, "--mask", "1", "-o", "/dev/full"], ["/dev/full", "No space"]),
+                (["mesh", ROBOT, "--mask", "1", "-o", "/nonexistent/m.ply"], ["/nonexistent/m.ply", "No such file"]),
                 (["export", self.write("n.obj", normals), "-o", out], ["n.obj", "split", "--group"]),
                 (["info", ROBOT, "--library", "/nope.so"], ["/nope.so"])):
             message = self.fail_with(1, *arguments)
@@ -141,9 +260,11 @@ class ToolTest(unittest.TestCase):
 
     def test_usage(self):
         for arguments in ([], ["bogus"], ["info"], ["export", ROBOT], ["export", ROBOT, "-o", "x", "-s", "abc"],
-                          ["export", ROBOT, "-o", "x", "-s", "1", "-g", "head"], ["call", "version"]):
+                          ["export", ROBOT, "-o", "x", "-s", "1", "-g", "head"], ["mesh", ROBOT],
+                          ["mesh", ROBOT, "--mask-value", "3"], ["mesh", ROBOT, "--mask", "1", "--mask-value", "256"],
+                          ["mesh", ROBOT, "--mask", "1", "-o", "x.stl"], ["call", "version"]):
             self.fail_with(2, *arguments)
-        for command in ([], ["info"], ["export"], ["split"], ["replace"], ["call"]):
+        for command in ([], ["info"], ["export"], ["split"], ["replace"], ["mesh"], ["call"]):
             self.assertIn("smthgrp", self.succeed(*command, "--help"))
 
 

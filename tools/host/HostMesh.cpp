@@ -121,6 +121,14 @@ std::uint8_t HostMesh::creases(std::uint32_t face) const {
   return faceAttributes()[face * kFaceAttributeBytes + kMarkByte];
 }
 
+void HostMesh::setMask(std::uint32_t vertex, std::uint8_t value) {
+  vertexAttributes()[vertex * kVertexAttributeBytes + kMarkByte] = value;
+}
+
+void HostMesh::setCreases(std::uint32_t face, std::uint8_t bits) {
+  faceAttributes()[face * kFaceAttributeBytes + kMarkByte] = bits;
+}
+
 std::uint32_t HostMesh::word(const void* record, std::size_t offset) const {
   std::uint32_t value = 0;
   std::memcpy(&value, static_cast<const std::uint8_t*>(record) + offset, sizeof value);

@@ -75,6 +75,9 @@ class HostMesh {
   /// The crease byte of a face: two bits for each of its first four edges, from the lowest up.
   std::uint8_t creases(std::uint32_t face) const;
 
+  void setMask(std::uint32_t vertex, std::uint8_t value);
+  void setCreases(std::uint32_t face, std::uint8_t bits);
+
   /// Eight bytes for each vertex, of which byte 2 is the mask.
   std::uint8_t* vertexAttributes() const { return data(Array::kVertexAttributes); }
   /// Four bytes for each face, of which byte 2 has the creases.

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "smthgrp/PluginLibrary.h"
 
@@ -37,6 +38,25 @@ struct SplitRequest {
   std::string folder;
 };
 void runSplit(PluginLibrary& library, const SplitRequest& request);
+
+/// One mark for the host's mesh, or the value of the masks behind it.
+struct MeshStep {
+  enum class Kind { maskValue, mask, crease };
+  enum class Of { group, smoothingGroup, everySmoothingGroup };
+
+  Kind kind = Kind::mask;
+  Of of = Of::group;
+  std::string group{};       ///< name or index
+  std::uint32_t number = 0;  ///< of the smoothing group, or the mask value
+};
+
+struct MeshRequest {
+  std::string model;
+  std::optional<std::string> output;
+  std::vector<MeshStep> steps;  ///< in the order of the command line
+  bool json = false;
+};
+void runMesh(PluginLibrary& library, const MeshRequest& request);
 
 struct CallRequest {
   std::optional<std::string> name;

@@ -61,26 +61,12 @@ void exportGroup(PluginLibrary& library, const ExportRequest& request) {
   announce(request.output, *written);
 }
 
-std::string listed(const std::vector<std::uint32_t>& numbers) {
-  constexpr std::size_t kMost = 12;
-  std::string text;
-  for (std::size_t i = 0; i < std::min(numbers.size(), kMost); ++i) {
-    text += (i == 0 ? "" : ", ") + std::to_string(numbers[i]);
-  }
-  return numbers.size() > kMost ? text + ", ..." : text;
-}
-
 void exportSmoothingGroup(PluginLibrary& library, const ExportRequest& request) {
   const std::uint32_t number = *request.smoothingGroup;
   const std::vector<std::uint32_t> numbers = smoothingGroups(library);
-  const auto found = std::find(numbers.begin(), numbers.end(), number);
-  double index = kOutsideSmoothingGroups;
-  if (found != numbers.end()) {
-    index = static_cast<double>(found - numbers.begin() + 1);
-  } else if (number != 0) {
-    throw Failure(request.model + ": no smoothing group " + std::to_string(number) +
-                  (numbers.empty() ? ", the model has none" : ", the model has " + listed(numbers)));
-  }
+  const bool outside = number == 0 && std::find(numbers.begin(), numbers.end(), 0U) == numbers.end();
+  const double index = outside ? kOutsideSmoothingGroups
+                               : static_cast<double>(chooseSmoothingGroup(numbers, number, request.model));
   const auto written = exportTo(library, "ExportOBJSmoothGroup", index, request.output);
   if (!written) {
     const std::string what = number == 0 ? "there are no faces outside the smoothing groups"

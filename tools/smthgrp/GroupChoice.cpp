@@ -44,6 +44,15 @@ std::string joined(const std::vector<std::string>& names) {
   return text;
 }
 
+std::string listed(const std::vector<std::uint32_t>& numbers) {
+  constexpr std::size_t kMost = 12;
+  std::string text;
+  for (std::size_t i = 0; i < std::min(numbers.size(), kMost); ++i) {
+    text += (i == 0 ? "" : ", ") + std::to_string(numbers[i]);
+  }
+  return numbers.size() > kMost ? text + ", ..." : text;
+}
+
 }  // namespace
 
 std::vector<std::string> similarNames(const std::vector<std::string>& names, std::string_view wanted,
@@ -88,6 +97,14 @@ std::size_t chooseGroup(const std::vector<std::string>& names, std::string_view 
   const std::vector<std::string> similar = similarNames(names, wanted, 3);
   if (!similar.empty()) message += "; did you mean " + joined(similar) + "?";
   throw Failure(message);
+}
+
+std::size_t chooseSmoothingGroup(const std::vector<std::uint32_t>& numbers, std::uint32_t wanted,
+                                 const std::string& modelPath) {
+  const auto found = std::find(numbers.begin(), numbers.end(), wanted);
+  if (found != numbers.end()) return static_cast<std::size_t>(found - numbers.begin()) + 1;
+  throw Failure(modelPath + ": no smoothing group " + std::to_string(wanted) +
+                (numbers.empty() ? ", the model has none" : ", the model has " + listed(numbers)));
 }
 
 }  // namespace smthgrp

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +12,10 @@ namespace smthgrp {
 /// of this index. Throws a Failure that names similar groups when there is none.
 std::size_t chooseGroup(const std::vector<std::string>& names, std::string_view wanted,
                         const std::string& modelPath);
+
+/// Index from 1 of the smoothing group that carries this number. Throws a Failure when there is none.
+std::size_t chooseSmoothingGroup(const std::vector<std::uint32_t>& numbers, std::uint32_t wanted,
+                                 const std::string& modelPath);
 
 /// Up to `most` names that are like `wanted`, the likest first.
 std::vector<std::string> similarNames(const std::vector<std::string>& names, std::string_view wanted,

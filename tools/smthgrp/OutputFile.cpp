@@ -9,7 +9,6 @@
 #include <charconv>
 #include <filesystem>
 #include <memory>
-#include <string_view>
 
 #include "smthgrp/Failure.h"
 
@@ -86,15 +85,17 @@ WrittenFile checkComplete(int file, const std::string& path) {
   return written;
 }
 
+void writeAll(int target, std::string_view text, const std::string& path) {
+  while (!text.empty()) {
+    const ssize_t put = write(target, text.data(), text.size());
+    if (put < 0 && errno == EINTR) continue;
+    if (put < 0) throw systemFailure(path);
+    text.remove_prefix(static_cast<std::size_t>(put));
+  }
+}
+
 void copyInto(int target, int source, const std::string& path) {
-  readThrough(source, path, [&](std::string_view text) {
-    while (!text.empty()) {
-      const ssize_t put = write(target, text.data(), text.size());
-      if (put < 0 && errno == EINTR) continue;
-      if (put < 0) throw systemFailure(path);
-      text.remove_prefix(static_cast<std::size_t>(put));
-    }
-  });
+  readThrough(source, path, [&](std::string_view text) { writeAll(target, text, path); });
 }
 
 bool isStandardOutput(const struct stat& status) {
@@ -149,6 +150,26 @@ std::optional<WrittenFile> exportTo(PluginLibrary& library, const char* name, do
   WrittenFile written = checkComplete(file, path);
   written.announce = !exists || !isStandardOutput(status);
   return written;
+}
+
+bool isStandardOutput(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && isStandardOutput(status);
+}
+
+void writeFile(const std::string& path, std::string_view content) {
+  requireWritable(path);
+  struct stat status {};
+  const bool exists = stat(path.c_str(), &status) == 0;
+  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+  if (file < 0) throw systemFailure(path);
+  try {
+    writeAll(file, content, path);
+  } catch (const Failure&) {
+    std::error_code ignored;
+    if (!exists) std::filesystem::remove(std::filesystem::canonical(path, ignored), ignored);
+    throw;
+  }
 }
 
 }  // namespace smthgrp

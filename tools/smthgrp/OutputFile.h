@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "smthgrp/PluginLibrary.h"
 
@@ -22,5 +23,12 @@ void requireWritable(const std::string& path);
 /// the file cannot be written.
 std::optional<WrittenFile> exportTo(PluginLibrary& library, const char* name, double number,
                                     const std::string& path);
+
+/// True if standard output goes to the file at `path`.
+bool isStandardOutput(const std::string& path);
+
+/// Writes `content` to the file at `path`, which may be a device or a pipe. Throws a Failure when not all of
+/// it arrives; a file that was not there before is then removed again.
+void writeFile(const std::string& path, std::string_view content);
 
 }  // namespace smthgrp

@@ -1,6 +1,5 @@
 #include "smthgrp/PluginLibrary.h"
 
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <sys/sysinfo.h>
 
@@ -18,12 +17,10 @@
 namespace smthgrp {
 namespace {
 
-using Call = decltype(&Version);
-
 /// The header's declarations are only looked at, never called: all calls must be of one type.
 template <class Type>
 constexpr const char* callName(const char* name) {
-  static_assert(std::is_same_v<Type, Call>);
+  static_assert(std::is_same_v<Type, decltype(&Version)>);
   return name;
 }
 #define SMTHGRP_CALL(name) callName<decltype(&(name))>(#name)
@@ -35,7 +32,15 @@ constexpr const char* kCalls[] = {SMTHGRP_CALL(Version),
                                   SMTHGRP_CALL(GetOBJGroupInfo),
                                   SMTHGRP_CALL(GetOBJSmoothGroupInfo),
                                   SMTHGRP_CALL(ExportOBJGroup),
-                                  SMTHGRP_CALL(ExportOBJSmoothGroup)};
+                                  SMTHGRP_CALL(ExportOBJSmoothGroup),
+                                  SMTHGRP_CALL(GetMesh3DInfo),
+                                  SMTHGRP_CALL(SetMesh3DInfo),
+                                  SMTHGRP_CALL(SetMesh3DFromOBJGroup),
+                                  SMTHGRP_CALL(SetMesh3DFromOBJSmoothGroup),
+                                  SMTHGRP_CALL(FileDelete),
+                                  SMTHGRP_CALL(OpenFolder),
+                                  SMTHGRP_CALL(GetFile),
+                                  SMTHGRP_CALL(CloseFolder)};
 #undef SMTHGRP_CALL
 
 /// Static because the library's assertion handler is a plain function.
@@ -76,20 +81,17 @@ void endAtLimit(const char* function, const char* file, int /*line*/, const char
 
 }  // namespace
 
-PluginLibrary::PluginLibrary(const std::string& file)
-    // A name without a slash would be looked for in the system's library folders.
-    : file_(file.find('/') == std::string::npos ? "./" + file : file),
-      handle_(dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-  if (handle_ == nullptr) throw Failure(std::string("cannot load the library: ") + dlerror());
-  model_ = static_cast<WavefrontOBJ::OBJModel**>(symbol("gOBJModel"));
+PluginLibrary::PluginLibrary(const std::string& file) : plugin_(file) {
+  model_ = static_cast<WavefrontOBJ::OBJModel**>(plugin_.symbol("gOBJModel"));
   const auto setHandler =
-      reinterpret_cast<decltype(&OBJSetAssertionHandler)>(symbol("OBJSetAssertionHandler"));
+      reinterpret_cast<decltype(&OBJSetAssertionHandler)>(plugin_.symbol("OBJSetAssertionHandler"));
   setHandler(endAtLimit);
+  freeModel_ = reinterpret_cast<Call>(plugin_.symbol("FreeOBJModel"));
   text_ = makeTextBuffer();
 }
 
 PluginLibrary::~PluginLibrary() {
-  reinterpret_cast<Call>(dlsym(handle_, "FreeOBJModel"))(nullptr, 0.0, nullptr, 0, 0, 0, nullptr);
+  freeModel_(nullptr, 0.0, nullptr, 0, 0, 0, nullptr);
 }
 
 std::string PluginLibrary::defaultFile() {
@@ -108,10 +110,11 @@ std::string PluginLibrary::callNames(const char* separator) {
   return names;
 }
 
-PluginLibrary::Answer PluginLibrary::call(std::string_view name, const char* text, double number) {
-  const auto function = reinterpret_cast<Call>(symbol(std::string(name).c_str()));
+PluginLibrary::Answer PluginLibrary::call(std::string_view name, const char* text, double number,
+                                          void* hostData) {
+  const auto function = reinterpret_cast<Call>(plugin_.symbol(std::string(name).c_str()));
   *text_ = '\0';
-  const float value = function(text, number, text_.get(), 0, 0, 0, nullptr);
+  const float value = function(text, number, text_.get(), 0, 0, 0, hostData);
   return {value, text_.get()};
 }
 
@@ -142,12 +145,6 @@ std::unique_ptr<char, PluginLibrary::Unmap> PluginLibrary::makeTextBuffer() {
 
 void PluginLibrary::Unmap::operator()(char* memory) const {
   munmap(memory, bytes);
-}
-
-void* PluginLibrary::symbol(const char* name) const {
-  void* const found = dlsym(handle_, name);
-  if (found == nullptr) throw Failure(file_ + ": not the plug-in, it has no " + name);
-  return found;
 }
 
 }  // namespace smthgrp

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/Plugin.h"
 #include "obj/OBJModel.h"
 #include "plugin/KOBJRev01.h"
 
@@ -33,13 +34,13 @@ class PluginLibrary {
   static std::string callNames(const char* separator);
 
   /// Makes one call. Where it fails an assertion of the library, the process ends with a sentence that names
-  /// the file being worked on.
-  Answer call(std::string_view name, const char* text = nullptr, double number = 0.0);
+  /// the file being worked on. `hostData` is the host's table of object pointers, null for a host without.
+  Answer call(std::string_view name, const char* text = nullptr, double number = 0.0,
+              void* hostData = nullptr);
   /// Names the file that the following calls work on.
   static void workOn(std::string_view file);
 
-  /// The current model, null for none: for what the calls cannot answer. Its functions are not linked in,
-  /// read its fields.
+  /// The current model, null for none: for what the calls cannot answer.
   const WavefrontOBJ::OBJModel* model() const { return *model_; }
 
   /// The count that the call answered: `field`, which holds the same, once the answer is too large for a
@@ -47,16 +48,17 @@ class PluginLibrary {
   static std::uint32_t exactCount(float answer, std::uint32_t field);
 
  private:
+  using Call = decltype(&Version);
+
   struct Unmap {
     std::size_t bytes;
     void operator()(char* memory) const;
   };
 
   static std::unique_ptr<char, Unmap> makeTextBuffer();
-  void* symbol(const char* name) const;
 
-  std::string file_;
-  void* handle_;
+  host::Plugin plugin_;
+  Call freeModel_ = nullptr;
   WavefrontOBJ::OBJModel** model_ = nullptr;
   std::unique_ptr<char, Unmap> text_;
 };

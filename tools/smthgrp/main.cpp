@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +29,7 @@ struct Request {
   smthgrp::ExportRequest exportModel;
   smthgrp::SplitRequest split;
   smthgrp::ReplaceRequest replace;
+  smthgrp::MeshRequest mesh;
   smthgrp::CallRequest call;
   std::function<void(PluginLibrary&)> run;
   std::function<void()> runAlone;  ///< of a command that needs no plug-in
@@ -38,6 +40,7 @@ constexpr const char* kMainFooter = R"(Examples:
   smthgrp export robot.obj -o head.obj --group head
   smthgrp split robot.obj -o parts
   smthgrp replace robot.obj robot_pose.obj -o posed.obj
+  smthgrp mesh robot.obj --mask head --crease 2 -o marked.ply
 
 Exit status: 0 done; 1 a file cannot be read or written, or does not have what was asked for; 2 wrong usage.
 smthgrp COMMAND --help tells more about a command.)";
@@ -65,6 +68,19 @@ constexpr const char* kReplaceFooter = R"(Example:
   smthgrp replace robot.obj robot_pose.obj -o posed.obj
 
 Both models must have the same number of vertices.)";
+
+constexpr const char* kMeshFooter = R"(Examples:
+  smthgrp mesh robot.obj --mask head
+  smthgrp mesh robot.obj --mask head --mask-value 128 --mask eyes -o masked.ply
+  smthgrp mesh robot.obj --crease-all-smoothing -o creased.obj
+  smthgrp mesh robot.obj --crease 2 --crease-smoothing 3 --json | jq '.calls[].edgesCreased'
+
+The mesh is the stand-in host's, imported with the vertices and faces of the model. Marks may be given several
+times and are made in the order of the command line. A --mask-value holds for the masks behind it, the first
+one for those before it as well.
+
+A PLY file has the masks as a vertex property "mask" and as colours, and the creased edges as its edge element
+with a property "crease" of 1. An OBJ file has the masks as vertex colours and the creased edges as l lines.)";
 
 constexpr const char* kCallFooter = R"(Examples:
   smthgrp call Version
@@ -133,6 +149,65 @@ void addReplace(CLI::App& app, Request& request) {
   });
 }
 
+/// The options are taken in the order of the command line, whatever their kind.
+void addMeshSteps(CLI::App& command, std::vector<smthgrp::MeshStep>& steps) {
+  using Step = smthgrp::MeshStep;
+  const auto addGroup = [&](const char* name, Step::Kind kind, const char* description) {
+    const auto add = [&steps, kind](const std::string& group) {
+      steps.push_back({kind, Step::Of::group, group});
+    };
+    command.add_option_function<std::string>(name, add, description)
+        ->type_name("NAME|INDEX")
+        ->trigger_on_parse();
+  };
+  const auto addSmoothing = [&](const char* name, Step::Kind kind, const char* description) {
+    const auto add = [&steps, kind](const std::uint32_t& number) {
+      steps.push_back({kind, Step::Of::smoothingGroup, {}, number});
+    };
+    command.add_option_function<std::uint32_t>(name, add, description)
+        ->type_name("NUMBER")
+        ->trigger_on_parse();
+  };
+  addGroup("--mask", Step::Kind::mask, "Mask the vertices of a group");
+  addSmoothing("--mask-smoothing", Step::Kind::mask, "Mask the vertices of a smoothing group, by its number");
+  const auto addValue = [&steps](const std::uint32_t& value) {
+    steps.push_back({Step::Kind::maskValue, Step::Of::group, {}, value});
+  };
+  command.add_option_function<std::uint32_t>("--mask-value", addValue, "Value of the masks, by default 255")
+      ->check(CLI::Range(0, 255))
+      ->type_name("0..255")
+      ->trigger_on_parse();
+  addGroup("--crease", Step::Kind::crease, "Crease the border of a group");
+  addSmoothing("--crease-smoothing", Step::Kind::crease,
+               "Crease the border of a smoothing group, by its number");
+  const auto addAll = [&steps](std::int64_t /*times*/) {
+    steps.push_back({Step::Kind::crease, Step::Of::everySmoothingGroup});
+  };
+  command.add_flag_function("--crease-all-smoothing", addAll, "Crease the borders of all smoothing groups")
+      ->trigger_on_parse();
+}
+
+void addMesh(CLI::App& app, Request& request) {
+  CLI::App* command = app.add_subcommand("mesh", "Mask and crease a host's mesh by groups of the model");
+  smthgrp::MeshRequest& target = request.mesh;
+  command->add_option("MODEL", target.model, "OBJ file to read")->required()->type_name("");
+  addMeshSteps(*command, target.steps);
+  const auto setOutput = [&target](const std::string& output) { target.output = output; };
+  command->add_option_function<std::string>("-o,--output", setOutput, "PLY or OBJ file to write the mesh to")
+      ->type_name("FILE");
+  command->add_flag("--json", target.json, "Print JSON");
+  command->footer(kMeshFooter);
+  command->callback([&request] {
+    const auto& steps = request.mesh.steps;
+    if (std::all_of(steps.begin(), steps.end(), [](const smthgrp::MeshStep& step) {
+          return step.kind == smthgrp::MeshStep::Kind::maskValue;
+        })) {
+      throw CLI::ValidationError("nothing to mask or crease");
+    }
+    request.run = [&request](PluginLibrary& library) { smthgrp::runMesh(library, request.mesh); };
+  });
+}
+
 void addCall(CLI::App& app, Request& request) {
   CLI::App* command = app.add_subcommand("call", "Make plug-in calls by hand");
   smthgrp::CallRequest& target = request.call;
@@ -167,6 +242,7 @@ void describe(CLI::App& app, Request& request) {
   addExport(app, request);
   addSplit(app, request);
   addReplace(app, request);
+  addMesh(app, request);
   addCall(app, request);
   smthgrp::addPsd(app, request.runAlone);
 }

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 /// Files by descriptor: the calls of the platform with interruptions and partial transfers taken care of.
-namespace posix {
+namespace platform {
 
 /// A descriptor of a file or a device, not inherited by other programs; -1 where there is none to have. Does
 /// not wait for the other end of a pipe.
@@ -31,4 +31,4 @@ bool setPosition(int descriptor, std::int64_t position);
 std::int32_t readBytes(int descriptor, void* buffer, std::int32_t count);
 std::int32_t writeBytes(int descriptor, const void* buffer, std::int32_t count);
 
-}  // namespace posix
+}  // namespace platform

@@ -1,4 +1,4 @@
-#include "system/PosixFile.h"
+#include "system/PlatformFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstddef>
 
-namespace posix {
+namespace platform {
 
 namespace {
 
@@ -100,4 +100,4 @@ std::int32_t writeBytes(int descriptor, const void* buffer, std::int32_t count) 
   return transfer(descriptor, static_cast<const std::byte*>(buffer), count, ::write);
 }
 
-}  // namespace posix
+}  // namespace platform

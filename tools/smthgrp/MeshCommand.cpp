@@ -1,0 +1,255 @@
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/HostMesh.h"
+#include "smthgrp/Commands.h"
+#include "smthgrp/Failure.h"
+#include "smthgrp/GroupChoice.h"
+#include "smthgrp/MeshFile.h"
+#include "smthgrp/MeshImport.h"
+#include "smthgrp/MeshMarks.h"
+#include "smthgrp/ModelFile.h"
+#include "smthgrp/OutputFile.h"
+#include "smthgrp/TerminalText.h"
+
+namespace smthgrp {
+namespace {
+
+using Kind = MeshStep::Kind;
+using Of = MeshStep::Of;
+
+/// In full. The library's own value starts at 0, which marks nothing.
+constexpr std::uint8_t kDefaultMaskValue = 255;
+
+/// One call to make on one group.
+struct Operation {
+  Kind kind;
+  bool smoothing;      ///< a smoothing group's
+  std::size_t index;   ///< from 1
+  std::uint8_t value;  ///< of a mask
+};
+
+/// What became of it.
+struct Outcome {
+  float answer = 0.0F;
+  std::uint64_t masked = 0;   ///< vertices
+  std::uint64_t creased = 0;  ///< edges
+  std::uint64_t shared = 0;   ///< vertices of the group that other groups of its kind use as well
+};
+
+/// What the steps of the command line are taken from.
+struct Groups {
+  std::vector<std::string> names;
+  std::vector<std::uint32_t> smoothing;
+};
+
+std::vector<Operation> operations(const MeshRequest& request, const Groups& groups) {
+  const auto isValue = [](const MeshStep& step) { return step.kind == Kind::maskValue; };
+  const auto firstValue = std::find_if(request.steps.begin(), request.steps.end(), isValue);
+  std::uint8_t value =
+      firstValue == request.steps.end() ? kDefaultMaskValue : static_cast<std::uint8_t>(firstValue->number);
+  std::vector<Operation> list;
+  for (const MeshStep& step : request.steps) {
+    if (isValue(step)) {
+      value = static_cast<std::uint8_t>(step.number);
+    } else if (step.of == Of::group) {
+      list.push_back({step.kind, false, chooseGroup(groups.names, step.group, request.model), value});
+    } else if (step.of == Of::smoothingGroup) {
+      const std::size_t index = chooseSmoothingGroup(groups.smoothing, step.number, request.model);
+      list.push_back({step.kind, true, index, value});
+    } else {
+      for (std::size_t i = 1; i <= groups.smoothing.size(); ++i) list.push_back({step.kind, true, i, value});
+    }
+  }
+  return list;
+}
+
+std::string groupText(const Operation& operation, const Groups& groups) {
+  if (operation.smoothing) return "smoothing group " + std::to_string(groups.smoothing[operation.index - 1]);
+  return "group " + std::to_string(operation.index) + " " + quoted(groups.names[operation.index - 1], 60);
+}
+
+/// The mesh calls of one run, on one mesh that is imported from the current model. All must outlive this.
+class MeshSession {
+ public:
+  MeshSession(PluginLibrary& library, const MeshRequest& request, const Groups& groups,
+              const host::MeshDescription& description, host::HostMesh& mesh)
+      : library_(library),
+        path_(request.model),
+        groups_(groups),
+        description_(description),
+        mesh_(mesh),
+        groupUse_(VertexUse::ofGroups(*library.model(), groups.names, description)),
+        smoothingUse_(VertexUse::ofSmoothingGroups(*library.model(), groups.smoothing, description)) {}
+
+  const host::HostMesh& mesh() const { return mesh_; }
+  const host::MeshDescription& description() const { return description_; }
+
+  Outcome run(const Operation& operation) {
+    Outcome outcome;
+    outcome.shared = (operation.smoothing ? smoothingUse_ : groupUse_).shared(operation.index);
+    if (operation.kind == Kind::mask) {
+      const MasksAside aside(mesh_, operation.value);
+      if (library_.call("SetMesh3DInfo", "maskValue", operation.value, mesh_.hostData()).value != 0.0F) {
+        throw Failure(path_ + ": the library did not take the mask value");
+      }
+      outcome.answer = mark(operation, "mask");
+      outcome.masked = aside.written();
+    } else {
+      const CreasesAside aside(mesh_);
+      outcome.answer = mark(operation, "crease");
+      outcome.creased = creasedEdges(mesh_, description_).size();
+    }
+    return outcome;
+  }
+
+ private:
+  float mark(const Operation& operation, const char* key) {
+    const char* const call = operation.smoothing ? "SetMesh3DFromOBJSmoothGroup" : "SetMesh3DFromOBJGroup";
+    const float answer =
+        library_.call(call, key, static_cast<double>(operation.index), mesh_.hostData()).value;
+    if (answer < 0.0F) {
+      throw Failure(path_ + ": the library could not " + key + " " + groupText(operation, groups_) +
+                    ", it answered " + std::to_string(static_cast<int>(answer)));
+    }
+    if (!mesh_.onlyMarksChanged()) {
+      throw Failure(path_ + ": to " + key + " " + groupText(operation, groups_) +
+                    " the library changed more of the mesh than its marks");
+    }
+    return answer;
+  }
+
+  PluginLibrary& library_;
+  const std::string& path_;
+  const Groups& groups_;
+  const host::MeshDescription& description_;
+  host::HostMesh& mesh_;
+  VertexUse groupUse_;
+  VertexUse smoothingUse_;
+};
+
+using FileMaker = MeshFile (*)(const host::HostMesh&, const host::MeshDescription&);
+
+/// By the extension; devices and pipes have none.
+FileMaker fileMaker(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  if (extension == ".obj") return &objFile;
+  if (extension == ".ply" || extension.empty()) return &plyFile;
+  throw Failure(path + ": a marked mesh is written as .ply or .obj", kUsageError);
+}
+
+void printText(std::FILE* to, const MeshSession& session, const MeshRequest& request, const Groups& groups,
+               const std::vector<Operation>& list, const std::vector<Outcome>& outcomes) {
+  std::fprintf(to, "%s: %s, %s\n", printable(request.model).c_str(),
+               counted(session.mesh().vertexCount(), "vertex", "vertices").c_str(),
+               counted(session.mesh().faceCount(), "face").c_str());
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const Operation& operation = list[i];
+    const Outcome& outcome = outcomes[i];
+    const auto answer = static_cast<std::size_t>(outcome.answer);
+    const std::string group = groupText(operation, groups);
+    const char* const others = operation.smoothing ? "smoothing groups" : "groups";
+    if (operation.kind == Kind::mask) {
+      std::fprintf(to, "mask %s: %s, %s masked with %u, %llu of them shared with other %s\n", group.c_str(),
+                   counted(answer, "write").c_str(), counted(outcome.masked, "vertex", "vertices").c_str(),
+                   unsigned{operation.value}, static_cast<unsigned long long>(outcome.shared), others);
+    } else {
+      std::fprintf(to, "crease %s: %s beyond its border, %s creased, %llu vertices shared with other %s\n",
+                   group.c_str(), counted(answer, "neighbour").c_str(),
+                   counted(outcome.creased, "edge").c_str(), static_cast<unsigned long long>(outcome.shared),
+                   others);
+    }
+  }
+}
+
+void printJson(std::FILE* to, const MeshSession& session, const MeshRequest& request, const Groups& groups,
+               const std::vector<Operation>& list, const std::vector<Outcome>& outcomes) {
+  using Json = nlohmann::ordered_json;
+  Json document = {
+      {"file", request.model},
+      {"counts", {{"vertices", session.mesh().vertexCount()}, {"faces", session.mesh().faceCount()}}}};
+  Json& calls = document["calls"] = Json::array();
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const Operation& operation = list[i];
+    const Outcome& outcome = outcomes[i];
+    const bool mask = operation.kind == Kind::mask;
+    Json call = {{"call", operation.smoothing ? "SetMesh3DFromOBJSmoothGroup" : "SetMesh3DFromOBJGroup"},
+                 {"key", mask ? "mask" : "crease"},
+                 {"index", operation.index}};
+    if (operation.smoothing) {
+      call["smoothingGroup"] = groups.smoothing[operation.index - 1];
+    } else {
+      call["group"] = groups.names[operation.index - 1];
+    }
+    if (mask) call["maskValue"] = operation.value;
+    call["answer"] = static_cast<std::uint64_t>(outcome.answer);
+    call[mask ? "verticesMasked" : "edgesCreased"] = mask ? outcome.masked : outcome.creased;
+    call["verticesShared"] = outcome.shared;
+    calls.push_back(std::move(call));
+  }
+  document["mesh"] = {{"verticesMasked", maskedVertices(session.mesh())},
+                      {"edgesCreased", creasedEdges(session.mesh(), session.description()).size()}};
+  if (request.output) document["output"] = *request.output;
+  // Names are bytes of the file in whatever encoding.
+  std::fprintf(to, "%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+}
+
+void noteLongFaces(const MeshSession& session, const std::vector<Operation>& list) {
+  const auto creases = [](const Operation& operation) { return operation.kind == Kind::crease; };
+  if (std::none_of(list.begin(), list.end(), creases)) return;
+  const auto isLong = [](const std::vector<std::uint32_t>& face) { return face.size() > 4; };
+  const auto& faces = session.description().faces;
+  const auto count = static_cast<std::size_t>(std::count_if(faces.begin(), faces.end(), isLong));
+  if (count == 0) return;
+  std::fprintf(stderr,
+               "smthgrp: note: %s with more than four corners, of which a host creases the first four edges "
+               "only\n",
+               counted(count, "face").c_str());
+}
+
+}  // namespace
+
+void runMesh(PluginLibrary& library, const MeshRequest& request) {
+  const FileMaker makeFile = request.output ? fileMaker(*request.output) : nullptr;
+  loadModel(library, request.model);
+  const Groups groups{groupNames(library), smoothingGroups(library)};
+  const std::vector<Operation> list = operations(request, groups);
+  if (request.output) requireWritable(*request.output);
+
+  const host::MeshDescription description = importMesh(*library.model());
+  host::HostMesh mesh(description);
+  MeshSession session(library, request, groups, description, mesh);
+  std::vector<Outcome> outcomes;
+  outcomes.reserve(list.size());
+  for (const Operation& operation : list) outcomes.push_back(session.run(operation));
+
+  // A mesh on standard output is all that goes there.
+  std::FILE* const to = request.output && isStandardOutput(*request.output) ? stderr : stdout;
+  MeshFile file;
+  if (request.output) {
+    file = makeFile(session.mesh(), session.description());
+    writeFile(*request.output, file.content);
+  }
+  (request.json ? printJson : printText)(to, session, request, groups, list, outcomes);
+  noteLongFaces(session, list);
+  if (!request.output) return;
+  const std::size_t leftOut = session.mesh().faceCount() - file.faces;
+  if (leftOut > 0) {
+    std::fprintf(stderr, "smthgrp: note: %s: without %s that %s no polygon\n",
+                 printable(*request.output).c_str(), counted(leftOut, "face").c_str(),
+                 leftOut == 1 ? "is" : "are");
+  }
+  if (!request.json) {
+    std::fprintf(to, "%s: %s, %s, %s\n", printable(*request.output).c_str(),
+                 counted(session.mesh().vertexCount(), "vertex", "vertices").c_str(),
+                 counted(file.faces, "face").c_str(), counted(file.edges, "creased edge").c_str());
+  }
+}
+
+}  // namespace smthgrp
