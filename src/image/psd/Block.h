@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
+#include "image/psd/LargePages.h"
 #include "system/Memory.h"
 
 namespace psd {
@@ -13,7 +15,9 @@ class Block {
   explicit Block(void* block) : data_(static_cast<unsigned char*>(block)) {}
   /// Null where there is no memory, and for more bytes than an `int` counts.
   Block(std::int64_t size, const char* tag)
-      : Block(size > INT32_MAX ? nullptr : MY_MEM_MALLOC(static_cast<int>(size), tag)) {}
+      : Block(size > INT32_MAX ? nullptr : MY_MEM_MALLOC(static_cast<int>(size), tag)) {
+    if (data_ != nullptr) preferLargePages(data_, static_cast<std::size_t>(size));
+  }
   Block(const Block&) = delete;
   Block& operator=(const Block&) = delete;
   ~Block() { MY_MEM_FREE(data_); }

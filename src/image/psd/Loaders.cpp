@@ -5,6 +5,7 @@
 #include "image/PSDFile.h"
 #include "image/psd/Block.h"
 #include "image/psd/Cursor.h"
+#include "image/psd/LargePages.h"
 #include "image/psd/PackBits.h"
 #include "image/psd/Planes.h"
 #include "image/psd/Sections.h"
@@ -55,8 +56,10 @@ class Picture {
     if (document.width > INT32_MAX || document.height > INT32_MAX || document.pixels() > kMostPixels) {
       return false;
     }
-    return map_.Allocate(static_cast<std::int32_t>(document.width),
-                         static_cast<std::int32_t>(document.height), 32) != nullptr;
+    unsigned char* const buffer = map_.Allocate(static_cast<std::int32_t>(document.width),
+                                                static_cast<std::int32_t>(document.height), 32);
+    psd::preferLargePages(buffer, static_cast<std::size_t>(map_.BufferBytes()));
+    return buffer != nullptr;
   }
   ABitMap& map() { return map_; }
 
