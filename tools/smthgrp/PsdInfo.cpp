@@ -21,7 +21,7 @@ std::string blendName(const char (&key)[4]) {
       {"hLit", "hard light"},   {"vLit", "vivid light"},  {"lLit", "linear light"}, {"pLit", "pin light"},
       {"hMix", "hard mix"},     {"diff", "difference"},   {"smud", "exclusion"},    {"hue ", "hue"},
       {"sat ", "saturation"},   {"colr", "colour"},       {"lum ", "luminosity"},   {"pass", "pass through"}};
-  const std::string text(key, sizeof key);
+  std::string text(key, sizeof key);
   for (const auto& mode : kModes) {
     if (text == mode.key) return mode.name;
   }
@@ -37,14 +37,9 @@ std::vector<std::string> flagNames(std::uint8_t flags) {
   return names;
 }
 
-std::string channelName(std::int16_t id) {
-  static constexpr const char* kNames[] = {"outer mask", "mask", "transparency", "0", "1", "2", "3"};
-  return id >= -3 && id <= 3 ? kNames[id + 3] : std::to_string(id);
-}
-
-std::string joined(const std::vector<std::string>& words, const char* none) {
+std::string joined(const std::vector<std::string>& words, const char* between, const char* none) {
   std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  for (const std::string& word : words) text += (text.empty() ? "" : between) + word;
   return text.empty() ? none : text;
 }
 
@@ -94,21 +89,22 @@ void printJson(const std::string& path, const PsdDocument& document) {
   std::printf("%s\n", out.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
+/// Channels by their ids: 0 up are colours, -1 is the transparency, -2 and -3 are masks.
 void printLayers(const PsdDocument& document) {
   if (document.layers.empty()) return;
   std::printf("\nLayers, the lowest first\n");
-  std::printf("  index  %11s  %11s  %-12s  opacity  %-22s  %-8s  name\n", "size", "left, top", "blend mode",
+  std::printf("  index  %11s  %11s  %-12s  opacity  %-22s  %-10s  name\n", "size", "left, top", "blend mode",
               "flags", "channels");
   for (std::size_t i = 0; i < document.layers.size(); ++i) {
     const PsdDocument::Layer& layer = document.layers[i];
     const PSDLayerRecord& record = layer.record;
     std::vector<std::string> channels;
-    for (const PsdDocument::Channel& channel : layer.channels) channels.push_back(channelName(channel.id));
+    for (const PsdDocument::Channel& channel : layer.channels) channels.push_back(std::to_string(channel.id));
     const std::string size = std::to_string(layer.width()) + "x" + std::to_string(layer.height());
     const std::string place = std::to_string(record.left) + ", " + std::to_string(record.top);
-    std::printf("  %5zu  %11s  %11s  %-12s  %6.0f%%  %-22s  %-8s  %s\n", i + 1, size.c_str(), place.c_str(),
+    std::printf("  %5zu  %11s  %11s  %-12s  %6.0f%%  %-22s  %-10s  %s\n", i + 1, size.c_str(), place.c_str(),
                 printable(blendName(record.blendKey)).c_str(), record.opacity / 2.55,
-                joined(flagNames(record.flags), "-").c_str(), std::to_string(channels.size()).c_str(),
+                joined(flagNames(record.flags), ", ", "-").c_str(), joined(channels, " ", "-").c_str(),
                 printable(layer.name).c_str());
   }
 }

@@ -152,6 +152,7 @@ unsigned char* ABitMap::SaveBMap_WritePlaneToBuffer(unsigned char* to, std::int3
                                                     std::int32_t /*flag*/) const {
   if (channel < 0 || channel > 3 || (bits != 8 && bits != 16)) Sys_BreakToDebugger();
   const auto size = static_cast<std::size_t>(psd::planeBytes(*this, bits));
+  // A size as a position from address 0. NOLINTNEXTLINE(performance-no-int-to-ptr)
   if (to == nullptr) return reinterpret_cast<unsigned char*>(size);
   const std::int32_t offset = channel & 3;
   if (bits == 8) {

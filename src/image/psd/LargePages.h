@@ -15,11 +15,12 @@ namespace psd {
 inline void preferLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
   constexpr std::uintptr_t kLargePage = std::uintptr_t{2} << 20;
-  const auto start = (reinterpret_cast<std::uintptr_t>(block) + kLargePage - 1) & ~(kLargePage - 1);
-  const auto end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(kLargePage - 1);
+  const auto address = reinterpret_cast<std::uintptr_t>(block);
+  const std::uintptr_t before = (kLargePage - address % kLargePage) % kLargePage;
   // Small blocks share their pages with others.
-  if (block == nullptr || end <= start) return;
-  static_cast<void>(madvise(reinterpret_cast<void*>(start), end - start, MADV_HUGEPAGE));
+  if (block == nullptr || size < before + kLargePage) return;
+  const std::size_t whole = (size - before) / kLargePage * kLargePage;
+  static_cast<void>(madvise(static_cast<unsigned char*>(block) + before, whole, MADV_HUGEPAGE));
 #endif
 }
 

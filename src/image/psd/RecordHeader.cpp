@@ -1,12 +1,11 @@
 #include <algorithm>
-#include <cmath>
-#include <cstring>
 #include <string_view>
 
 #include "image/PSDFile.h"
 #include "image/psd/Cursor.h"
 #include "image/psd/Resources.h"
 #include "system/Host.h"
+#include "system/Truncate.h"
 
 PSDHeader gPSDHeader = {};
 
@@ -36,11 +35,8 @@ std::int64_t groupsBytes(std::int32_t layerCount) {
   return std::int64_t{2} * std::max(layerCount, 0);
 }
 
-/// 16.16; the nearest that there is for what it cannot hold.
 std::uint32_t fixedResolution(double pixelsPerInch) {
-  const double fixed = pixelsPerInch * 65536 + 0.5;
-  if (!(fixed > 0)) return 0;
-  return fixed >= UINT32_MAX ? UINT32_MAX : static_cast<std::uint32_t>(fixed);
+  return static_cast<std::uint32_t>(truncateToInt32(pixelsPerInch * 65536 + 0.5));
 }
 
 }  // namespace

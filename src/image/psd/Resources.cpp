@@ -2,6 +2,7 @@
 
 #include "image/psd/Bytes.h"
 #include "image/psd/Thumbnail.h"
+#include "system/Truncate.h"
 
 namespace psd {
 namespace {
@@ -21,7 +22,7 @@ constexpr auto block(std::uint32_t id, const char (&name)[NameSize], const Bytes
 }
 
 constexpr std::uint32_t fixed(double value) {
-  return static_cast<std::uint32_t>(value * 65536 + 0.5);
+  return static_cast<std::uint32_t>(truncateToInt32(value * 65536 + 0.5));
 }
 
 constexpr auto resolution() {

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <functional>
 
 #include "image/psd/PsdBytes.h"
@@ -92,7 +93,9 @@ TEST(PsdRecords, ResourceSection) {
                 n + 1 == size && list.size() % 2 != 0 ? static_cast<int>(names.size()) : 0);
     }
   }
-  for (const double odd : {-1.0, 1e300, std::nan("")}) resources(0, 0, 0, {}, odd);
+  for (const auto& [odd, fixed] : {std::pair{1e300, 0x7FFFFFFFU}, {std::nan(""), 0U}}) {
+    EXPECT_EQ(numberAt(resourceData(resources(0, 0, 0, {}, odd), 1005), 0, 4), fixed);
+  }
 }
 
 TEST(PsdRecords, LayersAreWrittenAndParsedBack) {
