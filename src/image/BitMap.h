@@ -6,6 +6,10 @@
 #include "KSmthExport.h"
 
 struct ABMap;
+class APoint;
+class APoint3D;
+class ARect;
+class FPoint3D;
 
 /// An image of one depth, of which only a rectangle may be stored.
 ///
@@ -203,9 +207,199 @@ class KSMTH_API ABitMap {
   std::int32_t ReadAlphaFromBuffer(const unsigned char* data, std::int32_t size, std::int32_t fullW,
                                    std::int32_t fullH, std::int32_t t, std::int32_t l, std::int32_t b,
                                    std::int32_t r);
+
+  // Fills and arithmetic on rectangles of 32-bit pixels (BitMapPaint.cpp)
+  //
+  // x, y, w, h: position in the logical image and size, of which the part outside the image (and, of a
+  // cropped bitmap, outside the stored rectangle) is left out; any values may be given. "Channels" are the
+  // three low-order bytes of a pixel.
+
+  /// Sets every pixel to `value`.
+  void Paint(std::uint32_t value, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h);
+  /// Adds `value` to every pixel as one number, which wraps round: channels carry into one another.
+  void Mask_Add(std::uint32_t value, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h);
+  /// Halves the channels, rounded down, and clears the high-order byte.
+  void Darken(std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h);
+  /// Takes a quarter, rounded down, off each channel; the high-order byte stays.
+  void DarkenQtr(std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h);
+  /// `DarkenQtr` and then `Mask_Add` of `add` for every pixel that is not `skip`.
+  void DarkenAndAdd(std::uint32_t add, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h,
+                    std::uint32_t skip);
+  /// Turns pixels of the value `from` into `to`. A `w` of 0 stands for `fullWidth`, an `h` of 0 for
+  /// `fullHeight`.
+  void Switch(std::uint32_t from, std::uint32_t to, std::int32_t x, std::int32_t y, std::int32_t w,
+              std::int32_t h);
+
+  // The same on whole images (BitMapPaint.cpp): all stored pixels, and no other.
+
+  /// Zeroes the buffer.
+  void PaintZero();
+  /// Sets every pixel to the low bits of `value`, as many as a pixel has. Depths 8, 16, 32 and 64; others are
+  /// left unchanged, here and by the masks.
+  void Paint(std::uint64_t value);
+  /// Sets every pixel to an opaque colour, components 0 to 1 (others are brought into range), rounded to the
+  /// nearest: alpha or M are full. Depths 32 and 64; a debugging stop and no effect at others.
+  void Paint(const FPoint3D& color);
+  /// Combines every pixel with the low bits of `value`, as for `Paint`.
+  void Mask_And(std::uint64_t value);
+  void Mask_Or(std::uint64_t value);
+  /// As on rectangles; 32-bit.
+  void Mask_Add(std::uint32_t value);
+  void Darken();
+  /// Replaces the low-order byte of each 32-bit pixel by 255 minus itself; no effect at other depths.
+  void InvertAlphaRGBA();
+  /// Three quarters of this image plus one quarter of `other`, each channel rounded down by itself; the
+  /// high-order byte stays. Pixels are paired by their index in the buffers, as far as both reach. 32-bit.
+  void BlendQtrIntensiy(const ABitMap& other);
+  /// One sixteenth of this image plus fifteen sixteenths of `other`, whose high-order byte is taken. The name
+  /// says something else; the host's pictures are made for these weights. Otherwise as `BlendQtrIntensiy`.
+  void Blend3QtrIntensiy(const ABitMap& other);
+  /// Sets the low-order byte of each stored pixel to 255 where the pixel of `source` at the same index, as a
+  /// signed 32-bit value, is less than `threshold`, else to 0. Answers 1; 0 for less than 32 bits per pixel,
+  /// a missing buffer, and full sizes (after a debugging stop) or margins that differ.
+  std::int32_t WriteAlphaToMaterial(const ABitMap& source, std::int32_t threshold);
+  /// Turns the image upside down, its top and bottom margins with it. Depths 32 and 64; a debugging stop and
+  /// no effect at others.
+  void FlipVert();
+
+  // Contrast (BitMapNormalize.cpp). Depths 8 and 16: the values; 32 and 64: red, green and blue, all with one
+  // measure, alpha and M untouched. A debugging stop and no effect at other depths.
+
+  /// Stretches the stored values linearly, so that the least becomes 0 and the greatest the greatest
+  /// possible, rounded to the nearest. An image of one value stays as it is.
+  void Normalize();
+  /// Stretches a shade, in which half (128, or 32768) is flat ground, about that half: the value that is
+  /// farthest from it ends up 127 (32767) away, the others in proportion, rounded towards the half.
+  void NormalizeCavityShade();
+
+  // Copying (BitMapBlit.cpp)
+  //
+  // Positions are those of the logical images. What falls outside the source's or the destination's image or
+  // stored rectangle is left out. A destination of another depth is written as if it had the source's,
+  // as far as its buffer goes. Of 16.16 rectangles and points the integer parts count.
+
+  /// Copies the whole image to the destination, its top left corner to (x, y). Depths 32 and 64; at others
+  /// the message "Incorrect bitmap format" and no copy. The destination may be this bitmap.
+  void BltTo(ABitMap& destination, std::int32_t x, std::int32_t y) const;
+  /// Copies the part `sourceRect`, its top left corner to `at`; otherwise the same.
+  void BltTo(ABitMap& destination, const ARect& sourceRect, const APoint& at) const;
+  /// Copies as much of the image, from its top left corner, as the rectangle `window` of the destination
+  /// takes; otherwise the same.
+  void BltToWindow(ABitMap& destination, const ARect& window) const;
+  /// Copies the pixels whose high-order byte is not 0. 32-bit.
+  void BltTransparentTo(ABitMap& destination, std::int32_t x, std::int32_t y) const;
+  /// Moves each destination pixel towards the source pixel (`AMRGB::BlendRGB`), by the source pixel's own low
+  /// 16 bits, so that bright green and blue cover: the host's overlays are drawn for it. 32-bit.
+  void BltToAutoOpacity(ABitMap& destination, const ARect& sourceRect, const APoint& at) const;
+  /// The whole image, top left corner to top left corner.
+  void BltToAutoOpacity(ABitMap& destination) const;
+  /// The rectangle form with the rows of `sourceRect` from its last to its first.
+  void BltToAutoOpacity_FlipV(ABitMap& destination, const ARect& sourceRect, const APoint& at) const;
+
+  // Sizes (BitMapCrop.cpp). The buffer stays where it is and keeps its size.
+
+  /// Trims a bitmap with negative margins to the logical image; these margins become 0. All depths.
+  void CropOversized();
+  /// Gives up columns on the left and on the right of the stored rectangle of which no pixel's low-order byte
+  /// exceeds `threshold`; the margins grow, the logical image keeps its size. Answers the columns given up:
+  /// 0, and nothing changes, where that were all of them, and at other depths than 32.
+  std::int32_t CropRGBASides(std::int32_t threshold);
+  /// The first stored column with a pixel whose low-order byte is not 0; `width` without any. 0 at other
+  /// depths than 32.
+  std::int32_t GetLeftCropRGBA() const;
+  /// Stored columns behind the last such one. The first column never counts: `width` - 1 without any.
+  std::int32_t GetRightCropRGBA() const;
+  /// Makes the image `n` columns wide. Margins are given up first, a column on the left and one on the right
+  /// in turn. If that is not enough, 32-bit stored columns are dropped, evenly spread: of `width` columns,
+  /// column i stays where floor((i + 1) n / width) passes floor(i n / width). Such a bitmap that is still
+  /// cropped (it has negative margins) breaks to the debugger and loses them. Nothing for an `n` below 1 or
+  /// not below `fullWidth`.
+  void DownsizeWidth(std::int32_t n);
+  /// The same for rows.
+  void DownsizeHeight(std::int32_t n);
+
+  // Comparisons (BitMapCompare.cpp): 1 or 0.
+
+  /// Whether depth, sizes, margins and stored pixels agree, and, with a margin, the low 24 bits of the fill
+  /// values. Both need a buffer. `colorOnly` leaves the high-order byte of 32-bit pixels out; it means
+  /// nothing at depth 8, and at others is a debugging stop and 0.
+  std::int32_t IsEqual(const ABitMap& other, bool colorOnly) const;
+  /// Whether the logical images agree, however each is cropped: depths, full sizes and all values. Depths 8
+  /// and 32; a debugging stop and 0 at others. Both need a buffer.
+  std::int32_t IsEqualToFullSize(const ABitMap& other) const;
+  /// Whether the images are to count as changed: (fullHeight - 1) x (fullWidth - 1) or more pixels differ. So
+  /// nearly every pixel must, which keeps the host from storing images again for a touch. Also 1 where full
+  /// sizes differ (a debugging stop) or a buffer is missing. 32-bit.
+  std::int32_t FullChanged(const ABitMap& other) const;
+  /// Whether a stored pixel that is not opaque (high-order byte below 255) has another colour (low 24 bits)
+  /// than the pixel of `reference` at its place in the logical image. `reference` counts only with a buffer,
+  /// the same full size, depth 32, and top, left and right margins not larger than this bitmap's; its fill
+  /// value stands for pixels that it does not store. Otherwise colours are held against this bitmap's own
+  /// fill value. 0 at other depths than 32.
+  std::int32_t HasAlphaWithColors(const ABitMap& reference) const;
+  /// Whether the images agree but for small shifts. In the image less its last 12 columns and rows, each
+  /// pixel must be the same in both, or the images must agree somewhere near: 1 to 11 columns to the right,
+  /// or 1 to 10 steps down to the right, or 0 to 9 steps down to the left from 11 columns to the right. 0 for
+  /// differing full sizes, a missing buffer, and images below 12 columns or rows. 32-bit.
+  std::int32_t Compare(const ABitMap& other) const;
+
+  // Searches in 32-bit values (BitMapSearch.cpp)
+
+  /// The least of `start` and all stored pixels as signed values.
+  std::int32_t MinValue32(std::int32_t start) const;
+  /// The least of `start` and the heights, signed, that this uncropped bitmap has where `colorMap` stores a
+  /// pixel with a high-order byte other than 0. With a `mask`, which may be null, only those where its value
+  /// (`ReadValue32`, unsigned) is at least `minMask`. `start` where this is cropped or a buffer is missing.
+  std::int32_t FullMinValue32ColorMap(std::int32_t start, const ABitMap& colorMap, const ABitMap* mask,
+                                      std::uint32_t minMask) const;
+  /// The same without a mask, where in addition the low 24 bits of `colorMap` and `previous` differ.
+  std::int32_t FullMinValue32ColorMapDiffers(std::int32_t start, const ABitMap& colorMap,
+                                             const ABitMap& previous) const;
+
+  // Sampling (BitMapSample.cpp)
+  //
+  // Positions are 16.16, in pixels of the logical image. Any may be given: the `_Wrap` routines fold a
+  // position once by the image's size and hold it at the nearest pixel where that is not enough. A bitmap one
+  // pixel wide or high gives that pixel. Pixels that a cropped bitmap does not store have its fill value's
+  // low bits; without a buffer all do. Products have 64 bits, shifts round towards minus infinity.
+
+  /// Bilinear value of signed 32-bit pixels. Before the first pixel's position it is the first pixel, from
+  /// the last one's on what lies 0xFFFF / 0x10000 of the way between the last two.
+  std::int32_t InterpolateZData_Safe(std::int32_t x, std::int32_t y) const;
+  /// Bilinear value of unsigned 16-bit pixels; the last column and row blend with the first.
+  std::int32_t InterpolateZData_FromAlpha16_Wrap(std::int32_t x, std::int32_t y) const;
+  /// The same of unsigned 8-bit pixels in 8.8 units. The left column is scaled by 256 and the right by 257,
+  /// so that a uniform image of v gives v x 256 on whole columns and up to v more between them. Heights made
+  /// so are in the host's files; do not even it out.
+  std::int32_t InterpolateZData_FromAlpha8_Wrap(std::int32_t x, std::int32_t y) const;
+  /// The value at the position and its eight neighbours one pixel away, weighted 4, 2 (edges) and 1
+  /// (corners), divided by 16.
+  std::int32_t InterpolateZData_9Samples_FromAlpha8_Wrap(std::int32_t x, std::int32_t y) const;
+  std::int32_t InterpolateZData_9Samples_FromAlpha16_Wrap(std::int32_t x, std::int32_t y) const;
+  /// Red, green and blue of the 64-bit pixel that the position lies in, as raw x, y and z: 0 to 65535.
+  APoint3D InterpolateAPoint3D_FromMRGB64_Wrap(std::int32_t x, std::int32_t y) const;
+  /// The same of a 32-bit pixel; bytes times 257, so that they span the same range.
+  APoint3D InterpolateAPoint3D_FromMRGB_Wrap(std::int32_t x, std::int32_t y) const;
+  /// The unit normal that the 64-bit pixel stands for: 0 to 65535 is -1 to 1, with 32768 for 0, then
+  /// `APoint3D::FUnified`.
+  APoint3D InterpolateNormal_FromMRGB64_Wrap(std::int32_t x, std::int32_t y) const;
+
+  /// Makes `destination` a bitmap of half the full size, rounded down, at depth 32, and fills it with
+  /// `ABitMap_BltRGBAHalfSizentialisedQubic`. Frees the destination's buffer first; its margins should be 0.
+  /// -1, and nothing happens, without a buffer or where a full size is below 2; -1 for no memory.
+  std::int32_t CreateHalfSizeBitMap(ABitMap& destination) const;
 };
 
 // Eleven fields in the host's order; on a 32-bit build, one word each.
 static_assert(offsetof(ABitMap, fullWidth) == 0 && offsetof(ABitMap, depth) == 8);
 static_assert(offsetof(ABitMap, left) == 20 && offsetof(ABitMap, top) == 28);
 static_assert(offsetof(ABitMap, fillValue) == 36 && offsetof(ABitMap, buffer) == 40);
+
+/// Fills the rectangle `destinationRect` with the 32-bit image reduced to half its size, from the top left
+/// corner of `sourceRect` on. Each channel is the sum of 3 x 3 source pixels around every second one,
+/// weighted 4 (centre), 2 (edges) and 1 (corners), divided by 16 and rounded down; the high-order byte is 0.
+/// Neighbours outside the image are the centre's row or column. Integer parts of the rectangles count; the
+/// source's right and bottom do not, and centres outside the image are held at its edge. What lies outside
+/// the destination's image is left out. The two bitmaps must not share a buffer.
+KSMTH_API void ABitMap_BltRGBAHalfSizentialisedQubic(const ABitMap& source, ABitMap& destination,
+                                                     const ARect& sourceRect, const ARect& destinationRect);

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
-// What the calls make of the host's one number, a double. The only conversions to integers: none of them
-// leaves a number outside the integer's range to the processor.
+// What the calls make of the host's one number, a double. The only conversions of it: none of them leaves a
+// number outside the range of its target to the processor.
 
 /// An index that no table has.
 inline constexpr std::uint32_t kNoIndex = UINT32_MAX;
@@ -24,4 +25,13 @@ inline std::int32_t integerFromNumber(double number) {
   if (number >= kTwoTo31) return INT32_MAX;
   if (!(number > -kTwoTo31)) return INT32_MIN;
   return static_cast<std::int32_t>(number);
+}
+
+/// The number in single precision: rounded to the nearest, infinite beyond the range; NaN stays.
+inline float singleFromNumber(double number) {
+  // Halfway between the largest float and the next step, where rounding would leave the range.
+  constexpr double kTooLarge = 0x1.FFFFFFp127;
+  if (number >= kTooLarge) return std::numeric_limits<float>::infinity();
+  if (number <= -kTooLarge) return -std::numeric_limits<float>::infinity();
+  return static_cast<float>(number);
 }

@@ -27,10 +27,10 @@ class KSMTH_API KOBJRev01Priv {
 // The plug-in calls, found by their plain names. Every call takes the same arguments and answers one float.
 //
 //   text        a path or a key word, NUL-terminated, may be null; key words are compared whole and as they
-//   number      an index from 1, a value or nothing; HostNumber.h tells what becomes of numbers that do not
-//   fit block1      receives text answers, NUL-terminated, without a limit: a path, a group name or an error
-//   text
-//               must fit; may be null
+//               are written
+//   number      an index from 1, a value or nothing; HostNumber.h tells what becomes of odd ones
+//   block1      receives text answers, NUL-terminated, without a limit: a path, a group name or an error
+//               text must fit; may be null
 //   unused1..3  what the host puts there is not read
 //   hostData    the host's table of object pointers, read by the mesh calls alone
 //
@@ -96,7 +96,8 @@ KSMTH_CALL(SetMesh3DInfo);
 /// Applies group `number`, from 1, of the current model to the mesh: key "mask" writes the mask value to the
 /// vertices of its faces and answers the number of writes; key "crease" creases the edges on its border and
 /// answers how many pairs of an edge and a face beyond it there are. -1 without a model, a key, such a group
-/// or a mesh, and for a mesh without the attributes needed; -3 for a mesh of another vertex count.
+/// or a mesh, and for a mesh without the attributes needed; -3 for a mesh of another vertex count, which one
+/// without vertex attributes has.
 KSMTH_CALL(SetMesh3DFromOBJGroup);
 
 /// The same for the smoothing group `number`, from 1: its position in the table, not the number it carries.

@@ -89,7 +89,7 @@ KSMTH_CALL(SetMesh3DInfo) {
   if (key == "smoothAll") return static_cast<float>(Mesh3D_ClearAllCreasing(mesh));
   float* field = importField(*mesh, key);
   if (field == nullptr) return -1.0F;
-  *field = static_cast<float>(number);
+  *field = singleFromNumber(number);
   return 0.0F;
 }
 

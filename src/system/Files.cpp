@@ -61,8 +61,12 @@ FileSpec* Sys_FileOpenOrCreate(const char* path, bool write, std::int32_t /*file
   // Whole, where Sys_FileOpen will look for it: folder, name and extension as ExtructFileNameComponents parts
   // them would lose names with a comma or with a dash behind the dot.
   const char* const bare = withoutPathPrefix(path);
-  if (!hasFolder(bare) || !platform::createFile(withoutPathPrefix(bare))) return nullptr;
-  return Sys_FileOpen(path, true);
+  const char* const created = withoutPathPrefix(bare);
+  if (!hasFolder(bare) || !platform::createFile(created)) return nullptr;
+  FileSpec* const newFile = Sys_FileOpen(path, true);
+  // The process may give new files no right to be opened.
+  if (newFile == nullptr) ::unlink(created);
+  return newFile;
 }
 
 void Sys_FileClose(FileSpec* file, bool setEndOfFile) {

@@ -81,7 +81,8 @@ KSMTH_API FileSpec* Sys_FileOpenOrCreate(const char* path, bool write, std::int3
 
 /// Closes a file; with `setEndOfFile` it is first cut at the current position. Nothing for null or a file
 /// that is not open. A descriptor that somebody else has closed leaves the record open and counted: it may by
-/// then be another file's.
+/// then be another file's. Any other failure of the platform's close releases the record all the same, since
+/// the descriptor is gone, and sets `gIncompleteSaveCount`.
 KSMTH_API void Sys_FileClose(FileSpec* file, bool setEndOfFile);
 
 /// Reads at most `count` bytes into `buffer` and answers how many: fewer only at the end of the file or on an

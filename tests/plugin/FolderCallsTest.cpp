@@ -1,3 +1,7 @@
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include <set>
 
 #include "TestSupport.h"
@@ -8,6 +12,20 @@ namespace {
 float call(decltype(&Version) function, const char* text, char* block1 = nullptr) {
   return function(text, 0, block1, 0, 0, 0, nullptr);
 }
+
+/// Lets the leak checker pass over what is allocated while this lives.
+struct KnownLeak {
+#if defined(__SANITIZE_ADDRESS__)
+  KnownLeak() {
+    __lsan_disable();
+  }
+  ~KnownLeak() {
+    __lsan_enable();
+  }
+#else
+  KnownLeak() {}
+#endif
+};
 
 }  // namespace
 
@@ -34,6 +52,15 @@ TEST(FolderCalls, ListEveryEntryOnceAndTheEndAgainAndAgain) {
     EXPECT_EQ(call(OpenFolder, text), -1.0F);
     EXPECT_EQ(call(GetFile, nullptr, block), -1.0F);
   }
+  // A folder that is still open gives way to the next, and to the next failure, and is lost.
+  const KnownLeak lost;
+  EXPECT_EQ(call(OpenFolder, folder.path("").c_str()), 0.0F);
+  EXPECT_EQ(call(OpenFolder, folder.path("inner").c_str()), 0.0F);
+  int entries = 0;
+  while (call(GetFile, nullptr, block) == 0.0F) ++entries;
+  EXPECT_EQ(entries, 2);
+  EXPECT_EQ(call(OpenFolder, folder.path("missing").c_str()), -1.0F);
+  EXPECT_EQ(call(CloseFolder, nullptr), -1.0F);
 }
 
 TEST(FolderCalls, DeleteFiles) {

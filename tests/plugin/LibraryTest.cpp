@@ -35,7 +35,13 @@ TEST(Library, IsFoundAndCalledByName) {
   // One name of each exported class, and none of the reader's workshop.
   EXPECT_NE(dlsym(library, "_ZN9KOBJRev0110HelloWorldEPKc"), nullptr);
   EXPECT_NE(dlsym(library, "_ZN12WavefrontOBJ8OBJModelC1Eb"), nullptr);
-  EXPECT_NE(dlsym(library, "_ZNK4AMem11IsAvailableEv"), nullptr);
+  for (const char* name :
+       {"_ZNK4AMem11IsAvailableEv", "_Z15Mesh3D_IsLoadedP10AMash3DDXF", "sDefaultMaskValue",
+        "_Z12Sys_FileOpenPKcb", "_ZN8FileSpec9GetFSSpecEv", "_Z13MY_MEM_MALLOCiPKc", "gAllocatedMem",
+        "_Z9Sys_Ticksv", "_Z11STR_ComparePKcS0_bb", "_Z13GetGroupColori", "_ZNK5ARect5WidthEv",
+        "_ZNK6APoint5AngleEv", "_ZN8APoint3D7UnifiedEv", "_Z15AVar_Initializev"}) {
+    EXPECT_NE(dlsym(library, name), nullptr) << name;
+  }
   EXPECT_EQ(dlsym(library, "_ZN12WavefrontOBJ9OBJReader4readEv"), nullptr);
   dlclose(library);
 }

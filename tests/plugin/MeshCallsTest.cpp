@@ -77,16 +77,35 @@ TEST(MeshCalls, ReadAndWriteRecordsByTheirBytes) {
   EXPECT_EQ(std::memcmp(bytes + 2048, vertices.data(), vertices.size()), 0);
   // The second quad's last edge is the one that both have.
   EXPECT_EQ(std::memcmp(bytes + 5120, "\0\0\0\0\0\0\xC0\0", 8), 0);
-  EXPECT_TRUE(Mesh3D_IsLoaded(reinterpret_cast<AMash3DDXF*>(bytes)));
-  put(4096 + 512 + 74, std::int16_t{-1});  // face attributes are not asked for
-  EXPECT_TRUE(Mesh3D_IsLoaded(reinterpret_cast<AMash3DDXF*>(bytes)));
-  put(1536 + 32, std::uint16_t{0x0008});
-  EXPECT_FALSE(Mesh3D_IsLoaded(reinterpret_cast<AMash3DDXF*>(bytes)));
-  put(1536 + 32, std::uint16_t{0xFFF7});
-  EXPECT_TRUE(Mesh3D_IsLoaded(reinterpret_cast<AMash3DDXF*>(bytes)));
-  put(1536 + 74, std::int16_t{1});
-  EXPECT_FALSE(Mesh3D_IsLoaded(reinterpret_cast<AMash3DDXF*>(bytes)));
   munmap(area, kArea);
+}
+
+TEST(MeshCalls, TellWhetherAMeshIsLoaded) {
+  using host::Array;
+  const struct {
+    Array array;
+    bool asked;
+  } rows[] = {{Array::kSubdivision, true}, {Array::kVertexAttributes, true}, {Array::kSecondAttributes, true},
+              {Array::kPoints, true},      {Array::kSecondPoints, true},     {Array::kFaceAttributes, false},
+              {Array::kGroupNames, false}};
+  for (const auto& [array, asked] : rows) {
+    SCOPED_TRACE(static_cast<int>(array));
+    host::HostMesh mesh({{{0, 0, 0}}, {{0}}, {"x"}});
+    auto* record = static_cast<AMash3DDXF*>(mesh.record());
+    EXPECT_TRUE(Mesh3D_IsLoaded(record));
+    if (mesh.arrayRecord(array) == nullptr) mesh.addArray(array, 1, 8);
+    const auto loadedWith = [&](std::uint16_t flags, std::uint16_t offline) {
+      mesh.setHalf(mesh.blockRecord(array), host::block_offset::kStateFlags, flags);
+      mesh.setHalf(mesh.blockRecord(array), host::block_offset::kOfflineCount, offline);
+      return Mesh3D_IsLoaded(record);
+    };
+    EXPECT_TRUE(loadedWith(0xFFF7, 0));
+    EXPECT_EQ(loadedWith(0x0008, 0), !asked);
+    EXPECT_EQ(loadedWith(0, 1), !asked);
+    EXPECT_EQ(loadedWith(0, 0xFFFF), !asked);
+    mesh.setWord(mesh.arrayRecord(array), host::array_offset::kBlock, 0);
+    EXPECT_TRUE(Mesh3D_IsLoaded(record));
+  }
 }
 
 TEST(MeshCalls, TellAndSetWhatTheMeshHas) {
@@ -178,16 +197,22 @@ TEST(MeshCalls, RefuseWhatTheyCannotServe) {
     SCOPED_TRACE(row.what);
     for (const Call apply : {&SetMesh3DFromOBJGroup, &SetMesh3DFromOBJSmoothGroup}) {
       Mesh mesh(6, 2, {"x"});
+      call(SetMesh3DInfo, mesh, "maskValue", 0xEE);
       row.spoil(mesh);
-      call(SetMesh3DInfo, mesh, "maskValue", 0);
       EXPECT_EQ(call(apply, mesh, "mask", 2), row.mask);
+      for (std::uint32_t v = 0; v < 6; ++v) {
+        const bool masked = row.mask > 0 && v % 3 > 0;
+        EXPECT_EQ(mesh.mask(v), masked ? 0xEE : 0) << v;
+      }
       EXPECT_EQ(call(apply, mesh, "crease", 1), row.crease);
       EXPECT_EQ(mesh.creases(0), row.crease == 1 ? 0x0C : 0);
+      EXPECT_EQ(mesh.creases(1), 0);
       EXPECT_EQ(call(SetMesh3DInfo, mesh, "smoothAll"), row.smoothAll);
       EXPECT_TRUE(mesh.onlyMarksChanged());
     }
   }
   Mesh mesh(6, 2);
+  EXPECT_EQ(call(SetMesh3DInfo, mesh, "maskValue", 0xEE), 0.0F);
   EXPECT_EQ(call(GetMesh3DInfo, mesh, "groupCount"), -1.0F);
   char block[8] = "";
   EXPECT_EQ(call(GetMesh3DInfo, mesh, "groupName", 0, block), -1.0F);
@@ -214,12 +239,14 @@ TEST(MeshCalls, RefuseWhatTheyCannotServe) {
 
 TEST(MeshCalls, WriteNothingWithoutAModel) {
   host::HostMesh mesh(6, 2);
+  call(SetMesh3DInfo, mesh, "maskValue", 0xEE);
   for (const Call apply : {&SetMesh3DFromOBJGroup, &SetMesh3DFromOBJSmoothGroup}) {
     EXPECT_EQ(call(apply, mesh, "mask", 1), -1.0F);
   }
   EXPECT_EQ(Mesh3D_MaskGroupFromOBJ(static_cast<AMash3D*>(mesh.record()), nullptr, 0, 1), -1);
   EXPECT_EQ(Mesh3D_CreaseSmoothingGroupFromOBJ(static_cast<AMash3DDXF*>(mesh.record()), nullptr, 0), -1);
   EXPECT_EQ(Mesh3D_GetVertexAttribCount(nullptr), 0);
+  for (std::uint32_t v = 0; v < 6; ++v) EXPECT_EQ(mesh.mask(v), 0);
   EXPECT_TRUE(mesh.onlyMarksChanged());
 }
 

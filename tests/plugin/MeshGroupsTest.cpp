@@ -85,8 +85,11 @@ TEST(MeshGroups, CreaseTheEdgesTowardOthers) {
   EXPECT_EQ(mesh.creases(0), 0);
   EXPECT_EQ(mesh.creases(1), 0xCD);
   EXPECT_EQ(mesh.creases(2), 0);
-  // Every face carries smoothing group 0: no border.
-  EXPECT_EQ(SetMesh3DFromOBJSmoothGroup("crease", 1, nullptr, 0, 0, 0, mesh.hostData()), -1.0F);
+  // A group that is the whole mesh has no border.
+  for (std::uint32_t f = 0; f < 3; ++f) model->addFaceToGroup("all", f);
+  host::HostMesh whole(8, 3);
+  EXPECT_EQ(SetMesh3DFromOBJGroup("crease", 4, nullptr, 0, 0, 0, whole.hostData()), 0.0F);
+  EXPECT_EQ(creasesOf(whole), std::vector<std::uint8_t>(3));
   // A hexagon counts its border at its sixth edge and has no bits for it.
   const auto hexagon = readModel(
       "v 0 0 0\nv 1 0 0\nv 2 1 0\nv 1 2 0\nv 0 2 0\nv -1 1 0\nv -2 0 0\n"

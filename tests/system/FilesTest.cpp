@@ -241,6 +241,23 @@ TEST_F(Files, PositionsEndAt2GiB) {
   Sys_FileClose(file, false);
 }
 
+TEST_F(Files, OpensAndDeletesFilesOfAnyDate) {
+  const std::string path = folder_.write("future", "abc");
+  const timespec year2040[] = {{2208988800, 0}, {2208988800, 0}};
+  ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), year2040, 0), 0);
+  EXPECT_TRUE(Sys_FileAvialable(path.c_str(), true));
+  EXPECT_EQ(Sys_FileDelete(path.c_str()), 0);
+  EXPECT_FALSE(folder_.has("future"));
+}
+
+TEST_F(Files, CreatesNothingThatItCannotOpen) {
+  if (geteuid() == 0) GTEST_SKIP() << "root opens everything";
+  const mode_t old = umask(0777);
+  EXPECT_EQ(Sys_FileOpenOrCreate(folder_.path("none").c_str(), true, 0), nullptr);
+  umask(old);
+  EXPECT_FALSE(folder_.has("none"));
+}
+
 TEST_F(Files, PoolHolds128) {
   std::vector<FileSpec*> open;
   for (int i = 0; i < kMaxOpenFiles; ++i) {

@@ -229,6 +229,84 @@ class ToolTest(unittest.TestCase):
         self.assertIn("crease group 2 \"b\": 1 neighbour beyond its border, 1 edge creased, 2 vertices shared",
                       self.succeed("mesh", "--crease", "b", model))
 
+    def test_mesh_tells_what_cannot_be_creased(self):
+        head = TRIANGLE + "v 1 1 0\nv 2 2 0\nv 3 3 0\n"
+        late, early = "f 1 2 3 4 5\n", "f 5 1 2 3 4\n"  # the edge 5-1 comes last and first
+        for text, arguments, faces in (
+                (f"g a\n{late}g b\nf 5 1 6\n", ["--crease", "a"], 1),
+                (f"g a\n{late}g b\nf 5 1 6\n", ["--crease", "b"], 0),
+                (f"g a\n{late}g b\nf 5 1 6\n", ["--mask", "a"], 0),
+                (f"g a\n{late}f 5 1 6\ng b\nf 2 3 6\n", ["--crease", "a"], 0),
+                (f"g a\n{early}g b\nf 5 1 6\n", ["--crease", "a"], 0),
+                (f"g a\n{late}{late}g b\nf 5 6 1\n", ["--crease", "a", "--crease", "1"], 2),
+                (f"g a\n{late}g b\nf 2 5 3 1\n", ["--crease", "a"], 1),  # the neighbour has both ends, no edge
+                (f"s 1\n{late}s 2\n{late}", ["--crease-all-smoothing"], 2)):
+            model = self.write("m.obj", head + text)
+            note = f"{faces} face{'s' * (faces > 1)} with a border beyond the fourth edge, which a host cannot crease"
+            notes = [note] if faces else []
+            result = self.run_tool("mesh", model, *arguments)
+            self.assertEqual(result.stderr, "".join(f"smthgrp: note: {line}\n" for line in notes), (text, arguments))
+            result = self.run_tool("mesh", model, *arguments, "--json")
+            self.assertEqual((json.loads(result.stdout)["notes"], result.stderr), (notes, ""))
+        # The edge of a face of one corner is no edge; the note on it is part of the JSON wherever that goes.
+        model = self.write("m.obj", TRIANGLE + "g a\nf 1\ng b\nf 1 2 3\n")
+        out = self.path("m.ply")
+        answer = json.loads(self.succeed("mesh", model, "--crease", "a", "--json", "-o", out))
+        self.assertEqual((answer["calls"][0]["answer"], answer["mesh"]["edgesCreased"]), (1, 0))
+        self.assertEqual(answer["notes"], [f"{out}: without 1 face that is no polygon"])
+        self.assertEqual(read_ply(out)[0]["edge"], [])
+        result = subprocess.run([TOOL, "mesh", model, "--crease", "a", "--json", "-o", "/dev/stdout"], timeout=60,
+                                capture_output=True, check=True)
+        self.assertEqual(json.loads(result.stderr)["notes"], ["/dev/stdout: without 1 face that is no polygon"])
+
+    def test_standard_output(self):
+        with open(os.devnull, "rb") as nothing:
+            for arguments, report in ((["mesh", ROBOT, "--mask", "head"], b"standard output: 522 vertices, 452 faces"),
+                                      (["export", ROBOT, "-g", "head"], b""),
+                                      (["replace", ROBOT, POSE], b"smthgrp: note: standard output: normals")):
+                expected = self.path("expected." + ("ply" if arguments[0] == "mesh" else "obj"))
+                self.succeed(*arguments, "-o", expected)
+                with open(expected, "rb") as file:
+                    content = file.read()
+                for output in "-", "/dev/stdout":
+                    result = subprocess.run([TOOL, *arguments, "-o", output], stdin=nothing, capture_output=True,
+                                            timeout=60, cwd=self.folder.name, check=True)
+                    self.assertTrue(result.stdout == content, (arguments, output))
+                self.assertIn(report, subprocess.run([TOOL, *arguments, "-o", "-"], capture_output=True, timeout=60,
+                                                     cwd=self.folder.name, check=True).stderr)
+                # A file behind it is written on from where it stands.
+                with open(self.path("log"), "wb") as log:
+                    log.write(b"before\n")
+                    log.flush()
+                    subprocess.run([TOOL, *arguments, "-o", "-"], stdout=log, stderr=subprocess.DEVNULL, timeout=60,
+                                   cwd=self.folder.name, check=True)
+                with open(self.path("log"), "rb") as log:
+                    self.assertTrue(log.read() == b"before\n" + content, arguments)
+                with open("/dev/full", "wb") as full:
+                    result = subprocess.run([TOOL, *arguments, "-o", "-"], stdout=full, stderr=subprocess.PIPE,
+                                            timeout=60, cwd=self.folder.name, check=False)
+                self.assertEqual((result.returncode, result.stderr),
+                                 (1, b"smthgrp: standard output: No space left on device\n"))
+        self.assertNotIn("-", os.listdir(self.folder.name))
+
+    def test_input_is_not_written_over(self):
+        text = TRIANGLE + "g m\nf 1 2 3\n"
+        model, other = self.write("m.obj", text), self.write("other.obj", text)
+        os.symlink(model, self.path("link.obj"))
+        os.link(other, self.path("hard.obj"))
+        for arguments in (["mesh", model, "--mask", "m", "-o", model], ["mesh", "m.obj", "--mask", "m", "-o", "./m.obj"],
+                          ["export", model, "-o", "link.obj"], ["export", "link.obj", "-g", "m", "-o", model],
+                          ["replace", model, other, "-o", "m.obj"], ["replace", model, other, "-o", "hard.obj"],
+                          ["split", model, "-o", "."]):
+            self.assertIn("is the file that is read", self.fail_with(1, *arguments))
+        with open(model, "ab") as log:
+            result = subprocess.run([TOOL, "export", model, "-o", "-"], stdout=log, stderr=subprocess.PIPE, timeout=60,
+                                    check=False)
+        self.assertEqual(result.returncode, 1, result.stderr)
+        for path in model, other:
+            with open(path) as file:
+                self.assertEqual(file.read(), text)
+
     def test_data_that_cannot_be_served(self):
         corners = "".join(f"v {i} 0 0\n" for i in range(89)) + "f " + " ".join(str(i + 1) for i in range(89)) + "\n"
         normals = TRIANGLE + "vn 0 0 1\ng a\nf 1//1 2//1 3//1\n"
@@ -248,6 +326,9 @@ class ToolTest(unittest.TestCase):
                 (["export", ROBOT, "-o", "/dev/full"], ["/dev/full", "No space"]),
                 (["mesh", ROBOT, "--mask", "head", "--crease", "haed", "-o", out], ["haed", '"head"']),
                 (["mesh", ROBOT, "--crease-smoothing", "0", "-o", out], ["smoothing group 0", "1, 2, 3"]),
+                (["mesh", self.write("plain.obj", TRIANGLE + "f 1 2 3\n"), "--crease-all-smoothing", "-o", out],
+                 ["plain.obj", "no smoothing groups"]),
+                (["mesh", ROBOT, "--mask", "1", "-o", "."], ["directory"]),
                 (["mesh", ROBOT, "--mask", "1", "-o", "/dev/full"], ["/dev/full", "No space"]),
                 (["mesh", ROBOT, "--mask", "1", "-o", "/nonexistent/m.ply"], ["/nonexistent/m.ply", "No such file"]),
                 (["export", self.write("n.obj", normals), "-o", out], ["n.obj", "split", "--group"]),
@@ -262,8 +343,12 @@ class ToolTest(unittest.TestCase):
         for arguments in ([], ["bogus"], ["info"], ["export", ROBOT], ["export", ROBOT, "-o", "x", "-s", "abc"],
                           ["export", ROBOT, "-o", "x", "-s", "1", "-g", "head"], ["mesh", ROBOT],
                           ["mesh", ROBOT, "--mask-value", "3"], ["mesh", ROBOT, "--mask", "1", "--mask-value", "256"],
-                          ["mesh", ROBOT, "--mask", "1", "-o", "x.stl"], ["call", "version"]):
+                          *(["mesh", ROBOT, "--mask", "1", "-o", name] for name in ("x.stl", "x", ".obj", "x.")),
+                          ["mesh", ROBOT, "--crease-all-smoothing=false"], ["mesh", ROBOT, "--crease-all-smoothing=3"],
+                          ["call", "version"]):
             self.fail_with(2, *arguments)
+        self.assertEqual(os.listdir(self.folder.name), [])
+        self.assertRegex(self.succeed("mesh", "--help"), "--mask-value 0[.][.]255  +Value")
         for command in ([], ["info"], ["export"], ["split"], ["replace"], ["mesh"], ["call"]):
             self.assertIn("smthgrp", self.succeed(*command, "--help"))
 

@@ -20,7 +20,7 @@ void runInfo(PluginLibrary& library, const InfoRequest& request);
 
 struct ExportRequest {
   std::string model;
-  std::string output;
+  std::string output;                           ///< "-" for standard output
   std::optional<std::string> group;             ///< name or index
   std::optional<std::uint32_t> smoothingGroup;  ///< number, not index
 };
@@ -29,7 +29,7 @@ void runExport(PluginLibrary& library, const ExportRequest& request);
 struct ReplaceRequest {
   std::string model;
   std::string positions;
-  std::string output;
+  std::string output;  ///< "-" for standard output
 };
 void runReplace(PluginLibrary& library, const ReplaceRequest& request);
 
@@ -52,8 +52,8 @@ struct MeshStep {
 
 struct MeshRequest {
   std::string model;
-  std::optional<std::string> output;
-  std::vector<MeshStep> steps;  ///< in the order of the command line
+  std::optional<std::string> output;  ///< "-" for standard output
+  std::vector<MeshStep> steps;        ///< in the order of the command line
   bool json = false;
 };
 void runMesh(PluginLibrary& library, const MeshRequest& request);

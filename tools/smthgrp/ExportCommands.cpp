@@ -41,12 +41,12 @@ void exportWholeModel(PluginLibrary& library, const std::string& modelPath, cons
   requireWholeModelWritable(model, modelPath);
   const bool normals = model._normals->count > 0;
   const std::optional<WrittenFile> written = exportTo(library, "ExportOBJGroup", 0.0, output);
-  if (!written) throw Failure(output + ": the library did not write the model");
+  if (!written) throw Failure(outputName(output) + ": the library did not write the model");
   announce(output, *written);
   if (normals) {
     std::fprintf(stderr,
                  "smthgrp: note: %s: normals are not preserved, recompute them where they are needed\n",
-                 printable(output).c_str());
+                 printable(outputName(output)).c_str());
   }
 }
 
@@ -79,6 +79,7 @@ void exportSmoothingGroup(PluginLibrary& library, const ExportRequest& request) 
 }  // namespace
 
 void runExport(PluginLibrary& library, const ExportRequest& request) {
+  requireOtherFile(request.output, request.model);
   loadModel(library, request.model);
   if (request.group) {
     exportGroup(library, request);
@@ -90,6 +91,8 @@ void runExport(PluginLibrary& library, const ExportRequest& request) {
 }
 
 void runReplace(PluginLibrary& library, const ReplaceRequest& request) {
+  requireOtherFile(request.output, request.model);
+  requireOtherFile(request.output, request.positions);
   requireReadable(request.positions);
   requireWholeModelWritable(loadModel(library, request.model), request.model);
   const std::uint32_t wanted = vertexCount(library);

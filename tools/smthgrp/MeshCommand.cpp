@@ -10,6 +10,7 @@
 #include "smthgrp/Commands.h"
 #include "smthgrp/Failure.h"
 #include "smthgrp/GroupChoice.h"
+#include "smthgrp/LongFaces.h"
 #include "smthgrp/MeshFile.h"
 #include "smthgrp/MeshImport.h"
 #include "smthgrp/MeshMarks.h"
@@ -63,6 +64,7 @@ std::vector<Operation> operations(const MeshRequest& request, const Groups& grou
       const std::size_t index = chooseSmoothingGroup(groups.smoothing, step.number, request.model);
       list.push_back({step.kind, true, index, value});
     } else {
+      if (groups.smoothing.empty()) throw Failure(request.model + ": the model has no smoothing groups");
       for (std::size_t i = 1; i <= groups.smoothing.size(); ++i) list.push_back({step.kind, true, i, value});
     }
   }
@@ -92,7 +94,7 @@ class MeshSession {
 
   Outcome run(const Operation& operation) {
     Outcome outcome;
-    outcome.shared = (operation.smoothing ? smoothingUse_ : groupUse_).shared(operation.index);
+    outcome.shared = use(operation).shared(operation.index);
     if (operation.kind == Kind::mask) {
       const MasksAside aside(mesh_, operation.value);
       if (library_.call("SetMesh3DInfo", "maskValue", operation.value, mesh_.hostData()).value != 0.0F) {
@@ -108,7 +110,22 @@ class MeshSession {
     return outcome;
   }
 
+  /// The number of faces that the crease calls of the list counted neighbours for without creasing the edge.
+  std::size_t facesCreasedInPart(const std::vector<Operation>& list) const {
+    const auto creases = [](const Operation& operation) { return operation.kind == Kind::crease; };
+    if (std::none_of(list.begin(), list.end(), creases)) return 0;
+    LongFaces faces(description_);
+    for (const Operation& operation : list) {
+      if (creases(operation)) faces.addCreased(use(operation).faces(operation.index));
+    }
+    return faces.creasedInPart();
+  }
+
  private:
+  const VertexUse& use(const Operation& operation) const {
+    return operation.smoothing ? smoothingUse_ : groupUse_;
+  }
+
   float mark(const Operation& operation, const char* key) {
     const char* const call = operation.smoothing ? "SetMesh3DFromOBJSmoothGroup" : "SetMesh3DFromOBJGroup";
     const float answer =
@@ -135,13 +152,16 @@ class MeshSession {
 
 using FileMaker = MeshFile (*)(const host::HostMesh&, const host::MeshDescription&);
 
-/// By the extension; devices and pipes have none.
+/// By the extension, which only devices, pipes and standard output need not have.
 FileMaker fileMaker(const std::string& path) {
   std::string extension = std::filesystem::path(path).extension().string();
   for (char& c : extension) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   if (extension == ".obj") return &objFile;
-  if (extension == ".ply" || extension.empty()) return &plyFile;
-  throw Failure(path + ": a marked mesh is written as .ply or .obj", kUsageError);
+  if (extension == ".ply") return &plyFile;
+  std::error_code error;
+  const bool special = std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error);
+  if (extension.empty() && (special || isStandardOutput(path))) return &plyFile;
+  throw Failure(path + ": a marked mesh is written to NAME.ply or NAME.obj", kUsageError);
 }
 
 void printText(std::FILE* to, const MeshSession& session, const MeshRequest& request, const Groups& groups,
@@ -169,7 +189,8 @@ void printText(std::FILE* to, const MeshSession& session, const MeshRequest& req
 }
 
 void printJson(std::FILE* to, const MeshSession& session, const MeshRequest& request, const Groups& groups,
-               const std::vector<Operation>& list, const std::vector<Outcome>& outcomes) {
+               const std::vector<Operation>& list, const std::vector<Outcome>& outcomes,
+               const std::vector<std::string>& notes) {
   using Json = nlohmann::ordered_json;
   Json document = {
       {"file", request.model},
@@ -196,27 +217,33 @@ void printJson(std::FILE* to, const MeshSession& session, const MeshRequest& req
   document["mesh"] = {{"verticesMasked", maskedVertices(session.mesh())},
                       {"edgesCreased", creasedEdges(session.mesh(), session.description()).size()}};
   if (request.output) document["output"] = *request.output;
+  document["notes"] = notes;
   // Names are bytes of the file in whatever encoding.
   std::fprintf(to, "%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-void noteLongFaces(const MeshSession& session, const std::vector<Operation>& list) {
-  const auto creases = [](const Operation& operation) { return operation.kind == Kind::crease; };
-  if (std::none_of(list.begin(), list.end(), creases)) return;
-  const auto isLong = [](const std::vector<std::uint32_t>& face) { return face.size() > 4; };
-  const auto& faces = session.description().faces;
-  const auto count = static_cast<std::size_t>(std::count_if(faces.begin(), faces.end(), isLong));
-  if (count == 0) return;
-  std::fprintf(stderr,
-               "smthgrp: note: %s with more than four corners, of which a host creases the first four edges "
-               "only\n",
-               counted(count, "face").c_str());
+/// What the marks or the file leave out.
+std::vector<std::string> notesOn(const MeshSession& session, const MeshRequest& request,
+                                 const std::vector<Operation>& list, const MeshFile& file) {
+  std::vector<std::string> notes;
+  const std::size_t inPart = session.facesCreasedInPart(list);
+  if (inPart > 0) {
+    notes.push_back(counted(inPart, "face") +
+                    " with a border beyond the fourth edge, which a host cannot crease");
+  }
+  const std::size_t leftOut = request.output ? session.mesh().faceCount() - file.faces : 0;
+  if (leftOut > 0) {
+    notes.push_back(outputName(*request.output) + ": without " + counted(leftOut, "face") + " that " +
+                    (leftOut == 1 ? "is" : "are") + " no polygon");
+  }
+  return notes;
 }
 
 }  // namespace
 
 void runMesh(PluginLibrary& library, const MeshRequest& request) {
   const FileMaker makeFile = request.output ? fileMaker(*request.output) : nullptr;
+  if (request.output) requireOtherFile(*request.output, request.model);
   loadModel(library, request.model);
   const Groups groups{groupNames(library), smoothingGroups(library)};
   const std::vector<Operation> list = operations(request, groups);
@@ -236,20 +263,17 @@ void runMesh(PluginLibrary& library, const MeshRequest& request) {
     file = makeFile(session.mesh(), session.description());
     writeFile(*request.output, file.content);
   }
-  (request.json ? printJson : printText)(to, session, request, groups, list, outcomes);
-  noteLongFaces(session, list);
+  const std::vector<std::string> notes = notesOn(session, request, list, file);
+  if (request.json) {
+    printJson(to, session, request, groups, list, outcomes, notes);
+    return;
+  }
+  printText(to, session, request, groups, list, outcomes);
+  for (const std::string& note : notes) std::fprintf(stderr, "smthgrp: note: %s\n", printable(note).c_str());
   if (!request.output) return;
-  const std::size_t leftOut = session.mesh().faceCount() - file.faces;
-  if (leftOut > 0) {
-    std::fprintf(stderr, "smthgrp: note: %s: without %s that %s no polygon\n",
-                 printable(*request.output).c_str(), counted(leftOut, "face").c_str(),
-                 leftOut == 1 ? "is" : "are");
-  }
-  if (!request.json) {
-    std::fprintf(to, "%s: %s, %s, %s\n", printable(*request.output).c_str(),
-                 counted(session.mesh().vertexCount(), "vertex", "vertices").c_str(),
-                 counted(file.faces, "face").c_str(), counted(file.edges, "creased edge").c_str());
-  }
+  std::fprintf(to, "%s: %s, %s, %s\n", printable(outputName(*request.output)).c_str(),
+               counted(session.mesh().vertexCount(), "vertex", "vertices").c_str(),
+               counted(file.faces, "face").c_str(), counted(file.edges, "creased edge").c_str());
 }
 
 }  // namespace smthgrp

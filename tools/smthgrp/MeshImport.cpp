@@ -51,12 +51,12 @@ VertexUse VertexUse::ofSmoothingGroups(const OBJModel& model, const std::vector<
 /// Two passes over the corners: first which vertices have several users, then how many of them each group
 /// has.
 VertexUse::VertexUse(std::vector<std::vector<std::uint32_t>> facesOfGroups, const host::MeshDescription& mesh)
-    : shared_(facesOfGroups.size()) {
+    : faces_(std::move(facesOfGroups)), shared_(faces_.size()) {
   constexpr std::uint32_t kNobody = UINT32_MAX;
   std::vector<std::uint32_t> lastUser(mesh.vertices.size(), kNobody);
   std::vector<bool> severalUsers(mesh.vertices.size());
   const auto forEachVertex = [&](std::uint32_t group, auto visit) {
-    for (const std::uint32_t face : facesOfGroups[group]) {
+    for (const std::uint32_t face : faces_[group]) {
       for (const std::uint32_t vertex : mesh.faces[face]) {
         if (vertex < lastUser.size() && lastUser[vertex] != group) {
           visit(vertex);
@@ -65,7 +65,7 @@ VertexUse::VertexUse(std::vector<std::vector<std::uint32_t>> facesOfGroups, cons
       }
     }
   };
-  const auto groups = static_cast<std::uint32_t>(facesOfGroups.size());
+  const auto groups = static_cast<std::uint32_t>(faces_.size());
   for (std::uint32_t group = 0; group < groups; ++group) {
     forEachVertex(group, [&](std::uint32_t vertex) {
       if (lastUser[vertex] != kNobody) severalUsers[vertex] = true;

@@ -13,7 +13,7 @@ namespace smthgrp {
 /// lose.
 host::MeshDescription importMesh(const WavefrontOBJ::OBJModel& model);
 
-/// Which vertices the groups, or the smoothing groups, of a model use.
+/// Which faces the groups, or the smoothing groups, of a model have and which vertices these use.
 class VertexUse {
  public:
   static VertexUse ofGroups(const WavefrontOBJ::OBJModel& model, const std::vector<std::string>& names,
@@ -23,6 +23,8 @@ class VertexUse {
                                      const std::vector<std::uint32_t>& numbers,
                                      const host::MeshDescription& mesh);
 
+  /// The faces of group `index`, from 1.
+  const std::vector<std::uint32_t>& faces(std::size_t index) const { return faces_[index - 1]; }
   /// Number of vertices of group `index`, from 1, that another one uses as well.
   std::uint64_t shared(std::size_t index) const { return shared_[index - 1]; }
 
@@ -30,6 +32,7 @@ class VertexUse {
   explicit VertexUse(std::vector<std::vector<std::uint32_t>> facesOfGroups,
                      const host::MeshDescription& mesh);
 
+  std::vector<std::vector<std::uint32_t>> faces_;
   std::vector<std::uint64_t> shared_;
 };
 

@@ -14,7 +14,8 @@ std::vector<CreasedEdge> creasedEdges(const host::HostMesh& mesh, const host::Me
     for (std::uint32_t k = 0; k < std::min(count, kEdgesWithBits); ++k) {
       const std::uint32_t bits = mesh.creases(i) >> 2 * k & kFull;
       const auto [first, last] = std::minmax({corners[k], corners[(k + 1) % count]});
-      if (bits != 0) edges.push_back({{first, last}, static_cast<float>(bits) / kFull});
+      // The only edge of a face of one corner is a point.
+      if (bits != 0 && first != last) edges.push_back({{first, last}, static_cast<float>(bits) / kFull});
     }
   }
   std::sort(edges.begin(), edges.end(), [](const CreasedEdge& a, const CreasedEdge& b) {

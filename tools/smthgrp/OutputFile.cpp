@@ -104,26 +104,47 @@ bool isStandardOutput(const struct stat& status) {
          output.st_ino == status.st_ino;
 }
 
+int openTarget(const std::string& path, int flags) {
+  if (path == kStandardOutput) return fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+  return open(path.c_str(), flags | O_WRONLY | O_CLOEXEC, 0666);
+}
+
 /// Devices and pipes cannot be read back. The model is written to memory first and copied, which reports
 /// errors.
 std::optional<WrittenFile> exportToDevice(PluginLibrary& library, const char* name, double number,
                                           const std::string& path) {
   const FileDescriptor memory(memfd_create("smthgrp", MFD_CLOEXEC));
-  if (memory < 0) throw systemFailure(path);
+  if (memory < 0) throw systemFailure(outputName(path));
   const std::string memoryPath = "/proc/self/fd/" + std::to_string(memory);
   if (library.call(name, memoryPath.c_str(), number).value < 0) return std::nullopt;
-  WrittenFile written = checkComplete(memory, path);
+  WrittenFile written = checkComplete(memory, outputName(path));
   written.announce = false;
-  if (lseek(memory, 0, SEEK_SET) != 0) throw systemFailure(path);
-  const FileDescriptor device(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-  if (device < 0) throw systemFailure(path);
-  copyInto(device, memory, path);
+  if (lseek(memory, 0, SEEK_SET) != 0) throw systemFailure(outputName(path));
+  const FileDescriptor device(openTarget(path, 0));
+  if (device < 0) throw systemFailure(outputName(path));
+  copyInto(device, memory, outputName(path));
   return written;
 }
 
 }  // namespace
 
+std::string outputName(const std::string& path) {
+  return path == kStandardOutput ? "standard output" : path;
+}
+
+void requireOtherFile(const std::string& output, const std::string& input) {
+  const std::string target = output == kStandardOutput ? "/dev/stdout" : output;
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(target, error)) return;
+  if (!std::filesystem::equivalent(target, input, error)) return;
+  throw Failure(outputName(output) + ": is the file that is read, and writing would destroy it");
+}
+
 void requireWritable(const std::string& path) {
+  if (path == kStandardOutput) {
+    if (fcntl(STDOUT_FILENO, F_GETFD) < 0) throw systemFailure(outputName(path));
+    return;
+  }
   struct stat status {};
   const bool exists = stat(path.c_str(), &status) == 0;
   if (exists && S_ISDIR(status.st_mode)) throw systemFailure(path, EISDIR);
@@ -139,8 +160,9 @@ void requireWritable(const std::string& path) {
 
 std::optional<WrittenFile> exportTo(PluginLibrary& library, const char* name, double number,
                                     const std::string& path) {
-  PluginLibrary::workOn(path);
+  PluginLibrary::workOn(outputName(path));
   requireWritable(path);
+  if (path == kStandardOutput) return exportToDevice(library, name, number, path);
   struct stat status {};
   const bool exists = stat(path.c_str(), &status) == 0;
   if (exists && !S_ISREG(status.st_mode)) return exportToDevice(library, name, number, path);
@@ -154,17 +176,18 @@ std::optional<WrittenFile> exportTo(PluginLibrary& library, const char* name, do
 
 bool isStandardOutput(const std::string& path) {
   struct stat status {};
+  if (path == kStandardOutput) return true;
   return stat(path.c_str(), &status) == 0 && isStandardOutput(status);
 }
 
 void writeFile(const std::string& path, std::string_view content) {
   requireWritable(path);
   struct stat status {};
-  const bool exists = stat(path.c_str(), &status) == 0;
-  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-  if (file < 0) throw systemFailure(path);
+  const bool exists = path == kStandardOutput || stat(path.c_str(), &status) == 0;
+  const FileDescriptor file(openTarget(path, O_CREAT | O_TRUNC));
+  if (file < 0) throw systemFailure(outputName(path));
   try {
-    writeAll(file, content, path);
+    writeAll(file, content, outputName(path));
   } catch (const Failure&) {
     std::error_code ignored;
     if (!exists) std::filesystem::remove(std::filesystem::canonical(path, ignored), ignored);

@@ -9,11 +9,21 @@
 
 namespace smthgrp {
 
+/// The path that stands for standard output, whatever that goes to.
+inline constexpr std::string_view kStandardOutput = "-";
+
 struct WrittenFile {
   std::uint64_t vertices = 0;
   std::uint64_t faces = 0;
   bool announce = true;  ///< false for a device, a pipe and what standard output goes to
 };
+
+/// `path` as messages call it.
+std::string outputName(const std::string& path);
+
+/// Throws a Failure when `output` is the file that `input` is read from, by whatever name or link: writing
+/// would destroy it. Devices and pipes may be both.
+void requireOtherFile(const std::string& output, const std::string& input);
 
 /// Throws a Failure when no file can be written at `path`. Leaves no trace there.
 void requireWritable(const std::string& path);

@@ -38,7 +38,7 @@ void reportSkipped(const std::vector<std::string>& names, const std::vector<std:
 
 /// Writes the groups and answers the indices of those that have nothing to write.
 std::vector<std::size_t> writeGroups(PluginLibrary& library, const std::vector<std::string>& names,
-                                     const std::string& folder) {
+                                     const SplitRequest& request) {
   std::vector<std::size_t> skipped;
   SafeFileNames fileNames;
   ProgressBar progress(names.size());
@@ -50,7 +50,8 @@ std::vector<std::size_t> writeGroups(PluginLibrary& library, const std::vector<s
       skipped.push_back(index);
       continue;
     }
-    const std::string path = std::filesystem::path(folder) / fileNames.take(names[index - 1]);
+    const std::string path = std::filesystem::path(request.folder) / fileNames.take(names[index - 1]);
+    requireOtherFile(path, request.model);
     if (!exportTo(library, "ExportOBJGroup", key, path)) skipped.push_back(index);
   }
   return skipped;
@@ -63,7 +64,7 @@ void runSplit(PluginLibrary& library, const SplitRequest& request) {
   const std::vector<std::string> names = groupNames(library);
   if (names.empty()) throw Failure(request.model + ": the model has no groups, there is nothing to write");
   makeFolder(request.folder);
-  const std::vector<std::size_t> skipped = writeGroups(library, names, request.folder);
+  const std::vector<std::size_t> skipped = writeGroups(library, names, request);
   reportSkipped(names, skipped);
   const std::size_t written = names.size() - skipped.size();
   if (written == 0) throw Failure(request.model + ": no group has a vertex range, nothing was written");

@@ -106,7 +106,9 @@ void addExport(CLI::App& app, Request& request) {
   CLI::App* command = app.add_subcommand("export", "Write the model, a group or a smoothing group");
   smthgrp::ExportRequest& target = request.exportModel;
   command->add_option("MODEL", target.model, "OBJ file to read")->required()->type_name("");
-  command->add_option("-o,--output", target.output, "OBJ file to write")->required()->type_name("FILE");
+  command->add_option("-o,--output", target.output, "OBJ file to write; - for standard output")
+      ->required()
+      ->type_name("FILE");
   const auto setGroup = [&target](const std::string& group) { target.group = group; };
   CLI::Option* group =
       command->add_option_function<std::string>("-g,--group", setGroup, "Group to write, by name or index");
@@ -142,7 +144,9 @@ void addReplace(CLI::App& app, Request& request) {
   command->add_option("POSITIONS", target.positions, "OBJ file to take the positions from")
       ->required()
       ->type_name("");
-  command->add_option("-o,--output", target.output, "OBJ file to write")->required()->type_name("FILE");
+  command->add_option("-o,--output", target.output, "OBJ file to write; - for standard output")
+      ->required()
+      ->type_name("FILE");
   command->footer(kReplaceFooter);
   command->callback([&request] {
     request.run = [&request](PluginLibrary& library) { smthgrp::runReplace(library, request.replace); };
@@ -174,7 +178,7 @@ void addMeshSteps(CLI::App& command, std::vector<smthgrp::MeshStep>& steps) {
     steps.push_back({Step::Kind::maskValue, Step::Of::group, {}, value});
   };
   command.add_option_function<std::uint32_t>("--mask-value", addValue, "Value of the masks, by default 255")
-      ->check(CLI::Range(0, 255))
+      ->check(CLI::Range(0, 255).description(""))
       ->type_name("0..255")
       ->trigger_on_parse();
   addGroup("--crease", Step::Kind::crease, "Crease the border of a group");
@@ -184,6 +188,7 @@ void addMeshSteps(CLI::App& command, std::vector<smthgrp::MeshStep>& steps) {
     steps.push_back({Step::Kind::crease, Step::Of::everySmoothingGroup});
   };
   command.add_flag_function("--crease-all-smoothing", addAll, "Crease the borders of all smoothing groups")
+      ->disable_flag_override()
       ->trigger_on_parse();
 }
 
@@ -193,7 +198,9 @@ void addMesh(CLI::App& app, Request& request) {
   command->add_option("MODEL", target.model, "OBJ file to read")->required()->type_name("");
   addMeshSteps(*command, target.steps);
   const auto setOutput = [&target](const std::string& output) { target.output = output; };
-  command->add_option_function<std::string>("-o,--output", setOutput, "PLY or OBJ file to write the mesh to")
+  command
+      ->add_option_function<std::string>("-o,--output", setOutput,
+                                         "PLY or OBJ file to write the mesh to; - for PLY on standard output")
       ->type_name("FILE");
   command->add_flag("--json", target.json, "Print JSON");
   command->footer(kMeshFooter);

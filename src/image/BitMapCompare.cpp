@@ -1,0 +1,186 @@
+#include <algorithm>
+#include <cstring>
+
+#include "image/BitMap.h"
+#include "image/LogicalPixels.h"
+#include "image/VectorClones.h"
+#include "image/WordKernels.h"
+
+namespace {
+
+constexpr std::uint32_t kColorBits = pixelbytes::turned(std::uint32_t{0x00FFFFFF});
+constexpr std::uint32_t kAlphaBits = pixelbytes::turned(std::uint32_t{0xFF000000});
+// Loops that look for a difference ask once for this many pixels, so that they need not ask for every one.
+constexpr std::size_t kBlock = 1024;
+
+KSMTH_VECTOR_CLONES
+bool sameColors(const unsigned char* a, const unsigned char* b, std::size_t count) {
+  for (std::size_t first = 0; first < count; first += kBlock) {
+    const std::size_t end = std::min(first + kBlock, count);
+    std::uint32_t different = 0;
+    for (std::size_t i = first; i < end; ++i) {
+      different |=
+          pixelbytes::loadTurned<std::uint32_t>(a + 4 * i) ^ pixelbytes::loadTurned<std::uint32_t>(b + 4 * i);
+    }
+    if ((different & kColorBits) != 0) return false;
+  }
+  return true;
+}
+
+KSMTH_VECTOR_CLONES
+std::uint32_t countDifferences(const unsigned char* a, const unsigned char* b, std::int64_t count) {
+  std::uint32_t different = 0;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const bool same =
+        pixelbytes::loadTurned<std::uint32_t>(a + 4 * i) == pixelbytes::loadTurned<std::uint32_t>(b + 4 * i);
+    different += same ? 0 : 1;
+  }
+  return different;
+}
+
+// Whether a pixel that is not opaque differs in colour from the pixel of `others` at its index.
+KSMTH_VECTOR_CLONES
+bool hasColoredAlpha(const unsigned char* pixels, const unsigned char* others, std::int64_t count) {
+  std::uint32_t found = 0;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const auto p = pixelbytes::loadTurned<std::uint32_t>(pixels + 4 * i);
+    const auto q = pixelbytes::loadTurned<std::uint32_t>(others + 4 * i);
+    // All ones where the pixel is not opaque. (A choice would be compiled to a loop that loads `others` by a
+    // mask, which takes twice as long.)
+    const std::uint32_t counts = 0U - static_cast<std::uint32_t>((p & kAlphaBits) != kAlphaBits);
+    found |= (p ^ q) & kColorBits & counts;
+  }
+  return found != 0;
+}
+
+bool sameFullSize(const ABitMap& a, const ABitMap& b) {
+  return a.fullWidth == b.fullWidth && a.fullHeight == b.fullHeight;
+}
+
+// work(x, y, count) for the runs that make up a rectangle, until it answers false. False if it did.
+template <class Work>
+bool forRuns(const PixelRect& rect, Work work) {
+  for (std::int64_t y = rect.y; y < rect.y + rect.h; ++y) {
+    for (std::int64_t x = rect.x; x < rect.x + rect.w; x += LogicalPixels::kMaxRun) {
+      if (!work(x, y, std::min(LogicalPixels::kMaxRun, rect.x + rect.w - x))) return false;
+    }
+  }
+  return true;
+}
+
+constexpr std::int32_t kReach = 11;  // how far to the right a shift is forgiven
+
+bool isForgiven(LogicalPixels& a, LogicalPixels& b, std::int64_t x, std::int64_t y) {
+  const unsigned char* const rowA = a.run(x + 1, y, kReach);
+  const unsigned char* const rowB = b.run(x + 1, y, kReach);
+  for (std::size_t k = 0; k < kReach; ++k) {
+    if (pixelbytes::loadTurned<std::uint32_t>(rowA + 4 * k) ==
+        pixelbytes::loadTurned<std::uint32_t>(rowB + 4 * k)) {
+      return true;
+    }
+  }
+  for (std::int32_t k = 1; k < kReach; ++k) {
+    if (a.at(x + k, y + k) == b.at(x + k, y + k)) return true;
+  }
+  for (std::int32_t k = 0; k < kReach - 1; ++k) {
+    if (a.at(x + kReach - k, y + k) == b.at(x + kReach - k, y + k)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::int32_t ABitMap::IsEqual(const ABitMap& other, bool colorOnly) const {
+  if (depth != other.depth || !sameFullSize(*this, other) || width != other.width || height != other.height)
+    return 0;
+  if (left != other.left || right != other.right || top != other.top || bottom != other.bottom) return 0;
+  const bool cropped = left != 0 || right != 0 || top != 0 || bottom != 0;
+  if (cropped && ((fillValue ^ other.fillValue) & 0xFFFFFF) != 0) return 0;
+  if (buffer == nullptr || other.buffer == nullptr) return 0;
+  if (colorOnly && depth != 8) {
+    if (depth != 32) {
+      Sys_BreakToDebugger();
+      return 0;
+    }
+    return sameColors(buffer, other.buffer, StoredRows(*this, 4).count()) ? 1 : 0;
+  }
+  return std::memcmp(buffer, other.buffer, static_cast<std::size_t>(BufferBytes())) == 0 ? 1 : 0;
+}
+
+std::int32_t ABitMap::IsEqualToFullSize(const ABitMap& other) const {
+  if (depth != other.depth || !sameFullSize(*this, other)) return 0;
+  if (buffer == nullptr || other.buffer == nullptr) return 0;
+  if (depth != 8 && depth != 32) {
+    Sys_BreakToDebugger();
+    return 0;
+  }
+  LogicalPixels a(*this, BytesPerPixel());
+  LogicalPixels b(other, BytesPerPixel());
+  const bool equal =
+      forRuns({0, 0, fullWidth, fullHeight}, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
+        return std::memcmp(a.run(x, y, count), b.run(x, y, count),
+                           static_cast<std::size_t>(count * BytesPerPixel())) == 0;
+      });
+  return equal ? 1 : 0;
+}
+
+std::int32_t ABitMap::FullChanged(const ABitMap& other) const {
+  expectDepth32(*this);
+  if (!sameFullSize(*this, other)) {
+    Sys_BreakToDebugger();
+    return 1;
+  }
+  if (buffer == nullptr || other.buffer == nullptr) return 1;
+  // Few pixels may stay as they are: most comparisons are over when these have been seen.
+  const std::int64_t needed = (std::int64_t{fullHeight} - 1) * (std::int64_t{fullWidth} - 1);
+  std::int64_t mayStay = std::int64_t{fullWidth} * fullHeight - needed;
+  LogicalPixels a(*this, 4);
+  LogicalPixels b(other, 4);
+  const bool changed =
+      forRuns({0, 0, fullWidth, fullHeight}, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
+        mayStay -= count - countDifferences(a.run(x, y, count), b.run(x, y, count), count);
+        return mayStay >= 0;
+      });
+  return changed ? 1 : 0;
+}
+
+std::int32_t ABitMap::HasAlphaWithColors(const ABitMap& reference) const {
+  if (depth != 32) return 0;
+  // The bottom margins are not compared; rows that the reference does not have count as its fill value.
+  const bool usable = reference.buffer != nullptr && sameFullSize(*this, reference) &&
+                      reference.depth == 32 && top >= reference.top && left >= reference.left &&
+                      right >= reference.right;
+  ABitMap plain;
+  plain.fillValue = fillValue;
+  LogicalPixels others(usable ? reference : plain, 4);
+  const StoredRows rows(*this, 4);
+  const bool none = forRuns(rows.rect(), [&](std::int64_t x, std::int64_t y, std::int64_t count) {
+    return !hasColoredAlpha(rows.at(x, y), others.run(x, y, count), count);
+  });
+  return none ? 0 : 1;
+}
+
+std::int32_t ABitMap::Compare(const ABitMap& other) const {
+  constexpr std::int32_t kEdge = kReach + 1;
+  expectDepth32(*this);
+  if (!sameFullSize(*this, other)) {
+    Sys_BreakToDebugger();
+    return 0;
+  }
+  if (buffer == nullptr || other.buffer == nullptr || fullWidth < kEdge || fullHeight < kEdge) return 0;
+  LogicalPixels a(*this, 4);
+  LogicalPixels b(other, 4);
+  for (std::int64_t y = std::int64_t{fullHeight} - kEdge - 1; y >= 0; --y) {
+    const bool same = forRuns({0, y, fullWidth - kEdge, 1}, [&](std::int64_t x, std::int64_t row,
+                                                                std::int64_t count) {
+      if (std::memcmp(a.run(x, row, count), b.run(x, row, count), static_cast<std::size_t>(count * 4)) == 0)
+        return true;
+      for (std::int64_t i = x; i < x + count; ++i) {
+        if (a.at(i, row) != b.at(i, row) && !isForgiven(a, b, i, row)) return false;
+      }
+      return true;
+    });
+    if (!same) return 0;
+  }
+  return 1;
+}
