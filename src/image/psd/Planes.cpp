@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstring>
 
+#include "image/PixelBytes.h"
+
 namespace psd {
 namespace {
 
@@ -15,17 +17,11 @@ constexpr int shiftOf(int offset) {
   return std::endian::native == std::endian::little ? 8 * offset : 24 - 8 * offset;
 }
 
-std::uint32_t loadWord(const unsigned char* at) {
-  std::uint32_t word;
-  std::memcpy(&word, at, sizeof word);
-  return word;
-}
-
 void splitPlane(const unsigned char* pixels, std::size_t count, const Plane& plane) {
   const int shift = shiftOf(plane.offset);
   unsigned char* const to = plane.to;
   for (std::size_t i = 0; i < count; ++i) {
-    to[i] = static_cast<unsigned char>(loadWord(pixels + 4 * i) >> shift);
+    to[i] = static_cast<unsigned char>(pixelbytes::loadTurned<std::uint32_t>(pixels + 4 * i) >> shift);
   }
 }
 
@@ -59,8 +55,7 @@ void thresholdPlane(const ABitMap& mask, std::int32_t threshold, std::size_t cou
     return static_cast<unsigned char>(static_cast<std::int32_t>(value) < threshold ? 255 : 0);
   };
   for (std::size_t i = 0; i < whole; ++i) {
-    const unsigned char* const p = mask.buffer + 4 * i;
-    to[i] = below(std::uint32_t{p[0]} << 24 | std::uint32_t{p[1]} << 16 | std::uint32_t{p[2]} << 8 | p[3]);
+    to[i] = below(pixelbytes::load<std::uint32_t>(mask.buffer + 4 * i));
   }
   if (count > whole) std::memset(to + whole, below(mask.fillValue), count - whole);
 }
@@ -78,7 +73,7 @@ void joinPlanes(const unsigned char* const (&planes)[4], std::size_t count, unsi
     for (std::size_t i = 0; i < now; ++i) {
       const std::uint32_t word = std::uint32_t{alpha[i]} << shiftOf(0) | std::uint32_t{red[i]} << shiftOf(1) |
                                  std::uint32_t{green[i]} << shiftOf(2) | std::uint32_t{blue[i]} << shiftOf(3);
-      std::memcpy(to + 4 * i, &word, sizeof word);
+      pixelbytes::storeTurned(to + 4 * i, word);
     }
   }
 }
