@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "image/psd/Cursor.h"
+#include "image/psd/Sections.h"
 #include "smthgrp/Failure.h"
 
 namespace smthgrp {
@@ -55,20 +56,6 @@ std::string unicodeText(Reader data) {
   }
   while (!text.empty() && text.back() == '\0') text.pop_back();
   return text;
-}
-
-PSDHeader readHeader(Reader& file) {
-  PSDHeader header = {};
-  Reader in = file.section(26, "file header");
-  in.text(header.signature, sizeof header.signature);
-  header.version = in.u16();
-  in.skip(6);
-  header.channels = in.u16();
-  header.rows = in.u32();
-  header.columns = in.u32();
-  header.depth = in.u16();
-  header.mode = static_cast<PSDFileMode>(in.u16());
-  return header;
 }
 
 std::vector<PsdDocument::Resource> readResources(Reader in) {
@@ -150,7 +137,7 @@ PsdDocument readPsd(const std::string& path) {
   PsdDocument document;
   document.bytes = readBytes(path);
   Reader file(document.bytes.data(), document.bytes.size(), "file");
-  document.header = readHeader(file);
+  psd::readHeader(file, document.header);
   if (!file.ok() || std::memcmp(document.header.signature, "8BPS", 4) != 0) {
     throw Failure(path + ": is no PSD file");
   }

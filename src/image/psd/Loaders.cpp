@@ -24,14 +24,7 @@ void rememberHeader(const void* data, std::size_t size, bool& remembered) {
   if (remembered) return;
   Reader file(static_cast<const unsigned char*>(data), size, "file header");
   PSDHeader header = {};
-  file.text(header.signature, sizeof header.signature);
-  header.version = file.u16();
-  for (std::uint8_t& byte : header.reserved) byte = file.u8();
-  header.channels = file.u16();
-  header.rows = file.u32();
-  header.columns = file.u32();
-  header.depth = file.u16();
-  header.mode = static_cast<PSDFileMode>(file.u16());
+  psd::readHeader(file, header);
   header.colorModeDataLength = file.u32();
   if (!file.ok()) return;
   gPSDHeader = header;

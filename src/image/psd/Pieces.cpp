@@ -5,6 +5,7 @@
 #include "image/psd/Block.h"
 #include "image/psd/Cursor.h"
 #include "image/psd/PackBits.h"
+#include "image/psd/Sections.h"
 #include "system/Host.h"
 
 namespace {
@@ -71,14 +72,7 @@ std::int32_t PSDFileReadHeader(FileSpec* file, PSDHeader* header) {
   unsigned char bytes[kHeaderBytes];
   if (!read(file, bytes, kHeaderBytes)) return 0;
   Reader fields(bytes, sizeof bytes, "file header");
-  fields.text(header->signature, sizeof header->signature);
-  header->version = fields.u16();
-  for (std::uint8_t& byte : header->reserved) byte = fields.u8();
-  header->channels = fields.u16();
-  header->rows = fields.u32();
-  header->columns = fields.u32();
-  header->depth = fields.u16();
-  header->mode = static_cast<PSDFileMode>(fields.u16());
+  psd::readHeader(fields, *header);
   header->colorModeDataLength = fields.u32();
   return std::memcmp(header->signature, "8BPS", 4) == 0 && header->version == 1 ? 1 : 0;
 }
