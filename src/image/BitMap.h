@@ -109,6 +109,51 @@ class KSMTH_API ABitMap {
   /// changes nothing, and for no memory.
   std::int32_t CreateUnpaddedFrom(const ABitMap& source);
 
+  // Photoshop documents (psd/FlatWriter.cpp, psd/Loaders.cpp); PSDFile.h has the rest of the subject
+
+  /// Writes this bitmap as a flat PSD file: at depth 32 red, green and blue, with alpha where `withAlpha` is
+  /// set; at depth 16 one plane of 16 bits; at any other depth one 8-bit plane for each byte of a pixel, the
+  /// last byte's first. Answers what `SaveBMapPlanes` answers. `ignored` is not read.
+  std::int32_t SavePSD(const char* path, bool withAlpha, std::int32_t ignored = 0) const;
+  /// Writes a flat PSD file of the full size of this bitmap, with `planeCount` planes of `bits` (8 or 16) per
+  /// value: plane i is byte `channels[i]` of the pixels of `planes[i]`, as `SaveBMap_WritePlaneToBuffer`
+  /// makes it. The colour mode is RGB for 3 and 4 planes, else grayscale at 16 bits and multichannel at 8.
+  ///
+  /// 0 on success. 0 as well, and no file, where there is no memory for the whole file or it would exceed
+  /// 2^31 - 1 bytes: callers take a picture that is too large for nothing to save. -1 where the file cannot
+  /// be written, which leaves behind what `SaveToFile` tells, and for null bitmaps.
+  std::int32_t SaveBMapPlanes(const char* path, std::int32_t planeCount, std::int32_t bits,
+                              const ABitMap* const* planes, const std::int32_t* channels) const;
+  /// Writes one plane to `to` and answers the position past it; a null `to` writes nothing and answers the
+  /// number of bytes as a pointer. `channel` is the offset of a byte in 4-byte pixels, 0 to 3; another one is
+  /// a debugging stop and taken modulo 4.
+  ///
+  /// Pixels are taken 4 bytes apart at every depth, which the layout of existing files relies on; a byte past
+  /// the buffer's end reads as the fill byte, the byte of `fillValue` (big-endian) at offset `channel`.
+  /// `bits` 8: the full logical image, one byte a pixel, fill bytes around the stored rectangle. `bits` 16:
+  /// the stored rectangle alone, two bytes a pixel from offset `channel` on. Other `bits`: nothing, after a
+  /// debugging stop. `rowCounts`, where not null, gets the bytes of each of the `height` stored rows as
+  /// 16-bit big-endian numbers. `flag` is not read.
+  unsigned char* SaveBMap_WritePlaneToBuffer(unsigned char* to, std::int32_t bits, std::uint16_t* rowCounts,
+                                             std::int32_t channel, std::int32_t flag = 0) const;
+  /// Becomes the merged image of a PSD file: 32 bits, of the document's size. The first channels of the file
+  /// become red, green, blue and, where `withAlpha` is set, alpha, whatever the file's colour mode says they
+  /// are; bytes without a channel are 0. Values are taken as 8-bit ones; neither signature, version, depth
+  /// nor mode are looked at, since the host's own files are not always true to them.
+  ///
+  /// `data` is the whole file in a block of `MY_MEM_MALLOC`, such as `LoadFromFile` gives, and stays the
+  /// caller's; null loads the file at `path`, which is not read otherwise. `size`, where positive, says how
+  /// many bytes of `data` are the file, and then `data` may be any memory.
+  ///
+  /// 0, or -1 for a file that is missing, empty, cut short, without a channel or too large for memory, with
+  /// this bitmap as it was. Success frees the own buffer and leaves margins and fill value, as `Allocate`.
+  std::int32_t LoadPSD(const char* path, bool withAlpha, const void* data = nullptr, std::int32_t size = 0);
+  /// The same for the pixels of the file's first layer, which is taken to cover the document; a file without
+  /// layers is loaded as by `LoadPSD` without alpha. Channels count in the order in which the file has them,
+  /// not by their ids. `layerNumber` is not read. Of a file with a negative layer count, the way to say that
+  /// the merged image has transparency, no layer records are stepped over: the host writes no such file.
+  std::int32_t LoadPSDLayer(const char* path, std::int32_t layerNumber, bool withAlpha);
+
   // Planes to and from byte buffers (BitMapPlanes.cpp)
   //
   // A plane is one byte a pixel, rows from the top. Writers answer the position past the last byte written; a

@@ -38,7 +38,7 @@ std::string lowerCase(std::string text) {
 
 }  // namespace
 
-std::string SafeFileNames::take(std::string_view groupName) {
+std::string SafeFileNames::take(std::string_view groupName, std::string_view ending) {
   const std::string base = safe(groupName);
   std::string name = base;
   if (!taken_.insert(lowerCase(name)).second) {
@@ -47,7 +47,7 @@ std::string SafeFileNames::take(std::string_view groupName) {
       name = base + '_' + std::to_string(number++);
     } while (!taken_.insert(lowerCase(name)).second);
   }
-  return name + ".obj";
+  return name.append(ending);
 }
 
 }  // namespace smthgrp

@@ -12,8 +12,8 @@ namespace smthgrp {
 /// file system does not tell upper from lower case.
 class SafeFileNames {
  public:
-  /// A file name, ending included, for the group.
-  std::string take(std::string_view groupName);
+  /// A file name, with `ending`, for the group.
+  std::string take(std::string_view groupName, std::string_view ending = ".obj");
 
  private:
   std::set<std::string> taken_;              ///< in lower case

@@ -13,6 +13,7 @@
 #include "smthgrp/Commands.h"
 #include "smthgrp/Failure.h"
 #include "smthgrp/PluginLibrary.h"
+#include "smthgrp/PsdCommands.h"
 #include "smthgrp/TerminalText.h"
 
 namespace {
@@ -31,6 +32,7 @@ struct Request {
   smthgrp::MeshRequest mesh;
   smthgrp::CallRequest call;
   std::function<void(PluginLibrary&)> run;
+  std::function<void()> runAlone;  ///< of a command that needs no plug-in
 };
 
 constexpr const char* kMainFooter = R"(Examples:
@@ -249,6 +251,7 @@ void describe(CLI::App& app, Request& request) {
   addReplace(app, request);
   addMesh(app, request);
   addCall(app, request);
+  smthgrp::addPsd(app, request.runAlone);
 }
 
 bool isNegativeNumber(const std::string& word) {
@@ -283,7 +286,7 @@ int reportFailure(const std::string& message, int status) {
   return status;
 }
 
-void run(const Request& request) {
+void runOnPlugin(const Request& request) {
   if (!request.version && !request.run) {
     throw Failure("a command is needed; smthgrp --help lists them", smthgrp::kUsageError);
   }
@@ -292,6 +295,14 @@ void run(const Request& request) {
     std::printf("KSmthGrpImpt %g\n", static_cast<double>(library.call("Version").value));
   } else {
     request.run(library);
+  }
+}
+
+void run(const Request& request) {
+  if (request.runAlone && !request.version) {
+    request.runAlone();
+  } else {
+    runOnPlugin(request);
   }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) throw smthgrp::systemFailure("standard output");
 }
