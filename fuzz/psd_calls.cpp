@@ -1,8 +1,10 @@
 // The input as a PSD file: both loaders and the routines that read piece by piece. Nothing may be read or
 // written outside a block, a failed load leaves the bitmap alone, and what was loaded survives being saved.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -63,6 +65,32 @@ void checkLoaders(const std::string& path, const std::vector<unsigned char>& fil
   }
 }
 
+/// Writes what was parsed with pixels of several depths, whatever its channels say that they are.
+void checkWritten(const PSDLayerRecord& parsed) {
+  constexpr std::uint32_t kLongest = 100;
+  constexpr std::int32_t kDepths[] = {8, 16, 24, 32, 64};
+  PSDLayerMaskInfo info(0);
+  std::vector<ABitMap> maps(std::size(kDepths));
+  for (std::size_t i = 0; i < maps.size(); ++i) {
+    maps[i].Allocate(3, 3, kDepths[i]);
+    maps[i].ClearBuffer();
+    PSDLayerRecord record = parsed;
+    record.depth = (parsed.flags + i) % 2 == 0 ? 8 : 16;
+    record.bitmap = record.maskBitmap = &maps[i];
+    for (PSDChannelInfo& channel : record.channels) channel.length = std::min(channel.length, kLongest);
+    info.layers.push_back(record);
+  }
+  std::vector<unsigned char> content(
+      static_cast<std::size_t>(info.ComputeHeaderFileDataSize() + info.GetLayerImageSize()));
+  require(info.WriteToBuffer(content.data()) == content.data() + content.size(),
+          "records and channel data have the size that they say");
+  std::vector<unsigned char> section(static_cast<std::size_t>(info.ComputeSectionSize()));
+  require(info.WriteSectionToBuffer(section.data()) == section.data() + section.size() &&
+              std::equal(content.begin(), content.end(), section.begin() + 10),
+          "a section has the size that it says and the records in it");
+  for (ABitMap& map : maps) map.Free();
+}
+
 void checkRecords(const std::vector<unsigned char>& file) {
   psd::Reader in(file.data(), file.size(), "file");
   in.skip(26);
@@ -89,6 +117,7 @@ void checkRecords(const std::vector<unsigned char>& file) {
             "layer information lies in its record");
     std::vector<unsigned char> copy(static_cast<std::size_t>(record.ComputeFileDataSize()));
     require(record.WriteToBuffer(copy.data()) == copy.data() + copy.size(), "a record has the size it says");
+    checkWritten(record);
   }
 }
 

@@ -113,7 +113,8 @@ class KSMTH_API ABitMap {
 
   /// Writes this bitmap as a flat PSD file: at depth 32 red, green and blue, with alpha where `withAlpha` is
   /// set; at depth 16 one plane of 16 bits; at any other depth one 8-bit plane for each byte of a pixel, the
-  /// last byte's first. Answers what `SaveBMapPlanes` answers. `ignored` is not read.
+  /// last byte's first, with the debugging stops of `SaveBMap_WritePlaneToBuffer` at depth 64. Answers what
+  /// `SaveBMapPlanes` answers. `ignored` is not read.
   std::int32_t SavePSD(const char* path, bool withAlpha, std::int32_t ignored = 0) const;
   /// Writes a flat PSD file of the full size of this bitmap, with `planeCount` planes of `bits` (8 or 16) per
   /// value: plane i is byte `channels[i]` of the pixels of `planes[i]`, as `SaveBMap_WritePlaneToBuffer`
@@ -125,15 +126,15 @@ class KSMTH_API ABitMap {
   std::int32_t SaveBMapPlanes(const char* path, std::int32_t planeCount, std::int32_t bits,
                               const ABitMap* const* planes, const std::int32_t* channels) const;
   /// Writes one plane to `to` and answers the position past it; a null `to` writes nothing and answers the
-  /// number of bytes as a pointer. `channel` is the offset of a byte in 4-byte pixels, 0 to 3; another one is
-  /// a debugging stop and taken modulo 4.
+  /// number of bytes as a pointer. `channel` is the offset of a byte in 4-byte pixels, 0 to 3; another one,
+  /// which lies in a neighbouring pixel, is a debugging stop and taken as it is.
   ///
-  /// Pixels are taken 4 bytes apart at every depth, which the layout of existing files relies on; a byte past
-  /// the buffer's end reads as the fill byte, the byte of `fillValue` (big-endian) at offset `channel`.
-  /// `bits` 8: the full logical image, one byte a pixel, fill bytes around the stored rectangle. `bits` 16:
-  /// the stored rectangle alone, two bytes a pixel from offset `channel` on. Other `bits`: nothing, after a
-  /// debugging stop. `rowCounts`, where not null, gets the bytes of each of the `height` stored rows as
-  /// 16-bit big-endian numbers. `flag` is not read.
+  /// Pixels are taken 4 bytes apart at every depth, which the layout of existing files relies on; a byte
+  /// outside the buffer reads as the fill byte, the byte of `fillValue` (big-endian) at offset `channel`
+  /// modulo 4. `bits` 8: the full logical image, one byte a pixel, fill bytes around the stored rectangle.
+  /// `bits` 16: the stored rectangle alone, two bytes a pixel from offset `channel` on. Other `bits`:
+  /// nothing, after a debugging stop. `rowCounts`, where not null, gets the bytes of each of the `height`
+  /// stored rows as 16-bit big-endian numbers. `flag` is not read.
   unsigned char* SaveBMap_WritePlaneToBuffer(unsigned char* to, std::int32_t bits, std::uint16_t* rowCounts,
                                              std::int32_t channel, std::int32_t flag = 0) const;
   /// Becomes the merged image of a PSD file: 32 bits, of the document's size. The first channels of the file
@@ -143,7 +144,9 @@ class KSMTH_API ABitMap {
   ///
   /// `data` is the whole file in a block of `MY_MEM_MALLOC`, such as `LoadFromFile` gives, and stays the
   /// caller's; null loads the file at `path`, which is not read otherwise. `size`, where positive, says how
-  /// many bytes of `data` are the file, and then `data` may be any memory.
+  /// many bytes of `data` are the file, and then `data` may be any memory. Without it the file is the whole
+  /// block, `Sys_GetMemSize`, which may be a few bytes longer than what was asked for: a file of
+  /// `LoadFromFile` has zeros there, and loads with them where it is cut short by no more than that.
   ///
   /// 0, or -1 for a file that is missing, empty, cut short, without a channel or too large for memory, with
   /// this bitmap as it was. Success frees the own buffer and leaves margins and fill value, as `Allocate`.

@@ -65,7 +65,8 @@ KSMTH_API std::int32_t SavePSDMultiLayered(const char* path, const ABitMap* cons
                                            const ABitMap* mask, std::int32_t threshold);
 
 // Documents built from records (psd/RecordHeader.cpp, psd/LayerRecords.cpp). A document is, in this order:
-// `PSDBufferWriteHeader`, `WriteResourceDataBlock`, `PSDLayerMaskInfo::WriteToBuffer` and the merged image.
+// `PSDBufferWriteHeader`, `WriteResourceDataBlock`, `PSDLayerMaskInfo::WriteSectionToBuffer` and the merged
+// image.
 
 /// Lays `header` out in file order and answers the position past the 30 bytes.
 KSMTH_API unsigned char* PSDBufferWriteHeader(unsigned char* to, const PSDHeader& header);
@@ -75,9 +76,9 @@ KSMTH_API unsigned char* PSDBufferWriteHeader(unsigned char* to, const PSDHeader
 KSMTH_API std::int32_t ResourceDataBlockSize(std::int32_t layerCount, const char* const* names,
                                              std::int32_t nameCount);
 /// Writes the image resources section, its length first, and answers the position past it. `resolution` is in
-/// pixels per inch, 0 to 32767; `targetLayer` is the layer selected when the file is opened, 0 where it is
-/// not in 0 to 255; of `lastLayerId` + 1 the low-order byte is written. These values stay in the library's
-/// template, which later calls overwrite in turn.
+/// pixels per inch, 0 to 32767; `targetLayer` is the layer selected when the file is opened: its low-order
+/// byte is written where it is below 256 (0xFF for -1), else 0; of `lastLayerId` + 1 the low-order byte is
+/// written. These values stay in the library's template, which later calls overwrite in turn.
 KSMTH_API unsigned char* WriteResourceDataBlock(unsigned char* to, std::int32_t layerCount,
                                                 std::int32_t lastLayerId, std::int32_t targetLayer,
                                                 const char* const* names, std::int32_t nameCount,
@@ -133,23 +134,33 @@ class KSMTH_API PSDLayerMaskInfo {
 
   /// Fills record `recordIndex` for the stored rectangle of `bitmap`, with `channelCount` channels (red,
   /// green, blue, the others transparency) of `depth` bits, and one more for `maskBitmap` where it is not
-  /// null; 5 at most. Layer number 0 is the shading layer: hard light, and its name tells so. `name` may be
-  /// null. The bitmaps must live until the record is written; a null `bitmap` makes an empty layer. 0 for an
-  /// index out of range and a depth below 8, which change nothing, else 1.
+  /// null; 5 at most. Channel data that would exceed 2^32 - 1 bytes get that length, which no file can hold.
+  /// Layer number 0 is the shading layer: hard light, and its name tells so. Without a `name` another layer
+  /// is "Layer " and the last two digits of its number, so that 100 is "Layer 0" and 107 is "Layer 7"; of a
+  /// negative number the digits are those of the number plus 2^32. The bitmaps must live until the record is
+  /// written; a null `bitmap` makes an empty layer. 0 for an index out of range and a depth below 8, which
+  /// change nothing, else 1.
   std::int32_t InitLayerInfo(std::int32_t recordIndex, std::int32_t layerNumber, std::uint16_t channelCount,
                              std::uint16_t depth, const ABitMap* bitmap, const ABitMap* maskBitmap,
                              const char* name);
 
   /// Bytes of the channel image data of all layers.
   std::int64_t GetLayerImageSize() const;
-  /// Bytes of the section in front of the channel image data: its two lengths, the layer count, the records.
+  /// Bytes of all layer records.
   std::int64_t ComputeHeaderFileDataSize() const;
-  /// Writes the section, raw and with its length rounded up to an even number, and answers the position past
-  /// it. `to` needs the sum of the two sizes above, plus 1 where that is odd. Colour values come from the
+  /// Writes all layer records and then the channel image data, raw, and answers the position past them. `to`
+  /// needs the sum of the two sizes above. Colour values come from the
   /// records' bitmaps: of 8 and 16 bits for all channels alike, of 24, 32 and 64 bits by channel; 8-bit
-  /// values widen so that 255 becomes 65535. Mask values are the low-order byte of a mask's pixel. At other
-  /// depths than 8 and 16 the data are 0.
+  /// values widen so that 255 becomes 65535. Mask values are the low-order byte of a mask's pixel. Data
+  /// are 0 past the end of a bitmap, in the odd last byte of a 16-bit channel, in channels of other ids than
+  /// those of `PSDChannelInfo`, and in records of other depths than 8 and 16.
   unsigned char* WriteToBuffer(unsigned char* to) const;
+
+  /// Bytes of the whole section: its two lengths, the layer count, what `WriteToBuffer` writes, and a zero
+  /// where that makes the length even.
+  std::int64_t ComputeSectionSize() const;
+  /// Writes the whole section and answers the position past it.
+  unsigned char* WriteSectionToBuffer(unsigned char* to) const;
 };
 
 // Reading piece by piece (psd/Pieces.cpp). The results of the calls that answer an integer are 1 for success

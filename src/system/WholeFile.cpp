@@ -24,10 +24,9 @@ void* LoadFromFile(const char* path, std::int32_t* size) {
   void* const block = wanted > 0 ? MY_MEM_MALLOC(wanted, "LoadFromFile") : nullptr;
   if (block != nullptr) {
     const std::int32_t read = Sys_FileRead(file, block, wanted);
-    if (read != wanted) {
-      Sys_BreakToDebugger();
-      Sys_MemZero(static_cast<char*>(block) + read, wanted - read);
-    }
+    if (read != wanted) Sys_BreakToDebugger();
+    // Up to the block's end, which may lie beyond the file's: whoever gets the block alone reads up to there.
+    Sys_MemZero(static_cast<char*>(block) + read, Sys_GetMemSize(block) - read);
   }
   Sys_FileClose(file, false);
   return block;

@@ -11,5 +11,6 @@ KSMTH_API int SaveToFile(const char* path, const void* data, std::int32_t size);
 
 /// The whole content of a file in a block that the caller releases with `MY_MEM_FREE`. Null where the file
 /// cannot be opened or is empty, or there is no memory. `size` gets the file's size in bytes, 0 where it
-/// cannot be opened. Where the file turns out shorter than that, the rest of the block is zero.
+/// cannot be opened. Where the file turns out shorter than that, and where `Sys_GetMemSize` tells a larger
+/// size of the block, the rest of the block is zero.
 KSMTH_API void* LoadFromFile(const char* path, std::int32_t* size);

@@ -44,16 +44,15 @@ void writeRecords(const std::string& path, const ABitMap& lower, const ABitMap& 
   PSDLayerMaskInfo info(2);
   info.InitLayerInfo(0, 1, 4, 8, &lower, nullptr, nullptr);
   info.InitLayerInfo(1, 0, 4, 8, &upper, &mask, nullptr);
-  const std::int64_t layerBytes = info.ComputeHeaderFileDataSize() + info.GetLayerImageSize();
   const std::int64_t total =
-      30 + ResourceDataBlockSize(2, nullptr, 0) + layerBytes + layerBytes % 2 + 2 + 3 * std::int64_t{w} * h;
+      30 + ResourceDataBlockSize(2, nullptr, 0) + info.ComputeSectionSize() + 2 + 3 * std::int64_t{w} * h;
   std::vector<unsigned char> file(static_cast<std::size_t>(total));
   PSDHeader header;
   PSDHeaderInit(&header, static_cast<std::uint32_t>(w), static_cast<std::uint32_t>(h), 8, 3,
                 PSDFileMode::rgb);
   unsigned char* to = PSDBufferWriteHeader(file.data(), header);
   to = WriteResourceDataBlock(to, 2, 1, 0, nullptr, 0, 72);
-  to = info.WriteToBuffer(to);
+  to = info.WriteSectionToBuffer(to);
   to = lower.WriteRGBToBuffer(to, 0, false, true);
   require(to == file.data() + file.size(), "the records do not have the size that they say");
   require(SaveToFile(path.c_str(), file.data(), static_cast<std::int32_t>(file.size())) == 0, path);

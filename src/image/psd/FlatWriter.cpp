@@ -58,11 +58,9 @@ void writeImagePlanes(const ABitMap& map, std::span<const Plane> planes) {
 
 /// The stored rectangle, two bytes a pixel.
 void writeStoredWords(const ABitMap& map, std::int32_t offset, std::size_t count, unsigned char* to) {
-  const auto bytes = static_cast<std::size_t>(map.BufferBytes());
-  const unsigned char fill = fillByte(map, offset);
+  const PaddedBytes bytes(map, offset);
   for (std::size_t i = 0; i < 2 * count; ++i) {
-    const std::size_t at = i / 2 * 4 + static_cast<std::size_t>(offset) + i % 2;
-    to[i] = at < bytes ? map.buffer[at] : fill;
+    to[i] = bytes[static_cast<std::int64_t>(i / 2 * 4 + i % 2) + offset];
   }
 }
 
@@ -154,12 +152,11 @@ unsigned char* ABitMap::SaveBMap_WritePlaneToBuffer(unsigned char* to, std::int3
   const auto size = static_cast<std::size_t>(psd::planeBytes(*this, bits));
   // A size as a position from address 0. NOLINTNEXTLINE(performance-no-int-to-ptr)
   if (to == nullptr) return reinterpret_cast<unsigned char*>(size);
-  const std::int32_t offset = channel & 3;
   if (bits == 8) {
-    const psd::Plane plane = {offset, to};
+    const psd::Plane plane = {channel, to};
     psd::writeImagePlanes(*this, {&plane, 1});
   } else if (bits == 16) {
-    psd::writeStoredWords(*this, offset, size / 2, to);
+    psd::writeStoredWords(*this, channel, size / 2, to);
   }
   if (rowCounts != nullptr && (bits == 8 || bits == 16)) {
     const std::int64_t rowBytes = psd::atLeast0(width) * (bits / 8);

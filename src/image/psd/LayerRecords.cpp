@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "image/PSDFile.h"
@@ -18,6 +19,7 @@ constexpr std::uint16_t kMaskId = 65534;
 constexpr std::uint8_t kShadingFlags = 25;
 constexpr std::uint32_t kShadingLocks = 7;
 constexpr std::int64_t kCompressionBytes = 2;
+constexpr std::int64_t kSectionHeadBytes = 4 + 4 + 2;  // two lengths and the layer count
 constexpr std::size_t kMaskDataBytes = 20;
 
 std::uint16_t writtenChannels(const PSDLayerRecord& record) {
@@ -39,16 +41,17 @@ std::size_t extraBytes(const PSDLayerRecord& record) {
 
 std::uint32_t channelLength(const ABitMap* map, std::uint16_t depth) {
   if (map == nullptr) return kCompressionBytes;
-  const std::int64_t bytes =
-      std::max<std::int64_t>(map->width, 0) * std::max<std::int64_t>(map->height, 0) * (depth / 8);
-  return static_cast<std::uint32_t>(bytes + kCompressionBytes);
+  const std::int64_t pixels = std::max<std::int64_t>(map->width, 0) * std::max<std::int64_t>(map->height, 0);
+  const std::int64_t pixelBytes = depth / 8;
+  if (pixels > (UINT32_MAX - kCompressionBytes) / pixelBytes) return UINT32_MAX;
+  return static_cast<std::uint32_t>(pixels * pixelBytes + kCompressionBytes);
 }
 
 std::string layerName(std::int32_t layerNumber, const char* name) {
   constexpr const char* kShading = "KShading (do not edit)";
   if (layerNumber == 0) return name == nullptr ? kShading : std::string(name) + " " + kShading;
   if (name != nullptr) return name;
-  // Two digits at most, so that names have the same length on all layers of a document.
+  // Two digits at most: 100 begins again with "Layer 0".
   return "Layer " + std::to_string(static_cast<std::uint32_t>(layerNumber) % 100);
 }
 
@@ -64,9 +67,17 @@ void writeMaskData(Writer& out, const PSDLayerRecord& record) {
   out.u16(0);
 }
 
+/// Where a 32-bit pixel has the value of a channel; nothing for a channel that bitmaps do not have.
+std::optional<std::size_t> pixelOffset(std::uint16_t channelId) {
+  if (channelId <= 2) return channelId + 1U;
+  if (channelId == kTransparencyId) return 0;
+  if (channelId == kMaskId) return 3;
+  return std::nullopt;
+}
+
 /// A value of pixel `i`, scaled to 16 bits; 0 past the buffer's end. `offset` is that of a byte in a 32-bit
-/// pixel.
-std::uint32_t valueAt(const ABitMap& map, std::size_t i, std::int32_t offset) {
+/// pixel, 0 to 3.
+std::uint32_t valueAt(const ABitMap& map, std::size_t i, std::size_t offset) {
   const auto pixelBytes = static_cast<std::size_t>(map.BytesPerPixel());
   if ((i + 1) * pixelBytes > static_cast<std::size_t>(map.BufferBytes())) return 0;
   const unsigned char* const pixel = map.buffer + i * pixelBytes;
@@ -94,23 +105,24 @@ void writeChannel(Writer& out, const PSDLayerRecord& record, const PSDChannelInf
     return;
   }
   data.u16(0);
-  const bool isMask = channel.id == kMaskId;
-  const ABitMap* const map = isMask ? record.maskBitmap : record.bitmap;
-  const std::uint32_t bytes = record.depth == 8 || record.depth == 16 ? record.depth / 8U : 0;
-  if (map == nullptr || bytes == 0) {
-    data.fill(0, channel.length - kCompressionBytes);
+  const std::size_t dataBytes = channel.length - kCompressionBytes;
+  const ABitMap* const map = channel.id == kMaskId ? record.maskBitmap : record.bitmap;
+  const std::optional<std::size_t> offset = pixelOffset(channel.id);
+  if (map == nullptr || !offset || (record.depth != 8 && record.depth != 16)) {
+    data.fill(0, dataBytes);
     return;
   }
-  const std::int32_t offset = isMask ? 3 : channel.id == kTransparencyId ? 0 : channel.id + 1;
-  const std::size_t count = (channel.length - kCompressionBytes) / bytes;
+  const std::size_t bytes = record.depth / 8U;
+  const std::size_t count = dataBytes / bytes;
   for (std::size_t i = 0; i < count; ++i) {
-    const std::uint32_t value = valueAt(*map, i, offset);
+    const std::uint32_t value = valueAt(*map, i, *offset);
     if (bytes == 1) {
       data.u8(value >> 8);
     } else {
       data.u16(value);
     }
   }
+  data.fill(0, dataBytes % bytes);
 }
 
 }  // namespace
@@ -200,18 +212,14 @@ std::int64_t PSDLayerMaskInfo::GetLayerImageSize() const {
 }
 
 std::int64_t PSDLayerMaskInfo::ComputeHeaderFileDataSize() const {
-  std::int64_t size = 4 + 4 + 2;
+  std::int64_t size = 0;
   for (const PSDLayerRecord& record : layers) size += record.ComputeFileDataSize();
   return size;
 }
 
 unsigned char* PSDLayerMaskInfo::WriteToBuffer(unsigned char* to) const {
-  const std::int64_t written = ComputeHeaderFileDataSize() + GetLayerImageSize();
-  const std::int64_t total = written + written % 2;
-  Writer out(to, static_cast<std::size_t>(total), "layer and mask information");
-  out.u32(static_cast<std::uint32_t>(total - 4));
-  out.u32(static_cast<std::uint32_t>(total - 8));
-  out.u16(static_cast<std::uint32_t>(layerCount()));
+  const std::int64_t total = ComputeHeaderFileDataSize() + GetLayerImageSize();
+  Writer out(to, static_cast<std::size_t>(total), "layer records and channel image data");
   for (const PSDLayerRecord& record : layers) {
     unsigned char* const place = out.take(static_cast<std::uint64_t>(record.ComputeFileDataSize()));
     if (place != nullptr) record.WriteToBuffer(place);
@@ -219,7 +227,25 @@ unsigned char* PSDLayerMaskInfo::WriteToBuffer(unsigned char* to) const {
   for (const PSDLayerRecord& record : layers) {
     for (std::uint16_t i = 0; i < writtenChannels(record); ++i) writeChannel(out, record, record.channels[i]);
   }
-  out.fill(0, static_cast<std::uint64_t>(total - written));
+  if (!out.full()) Sys_BreakToDebugger();
+  return out.position();
+}
+
+std::int64_t PSDLayerMaskInfo::ComputeSectionSize() const {
+  const std::int64_t size = kSectionHeadBytes + ComputeHeaderFileDataSize() + GetLayerImageSize();
+  return size + size % 2;
+}
+
+unsigned char* PSDLayerMaskInfo::WriteSectionToBuffer(unsigned char* to) const {
+  const std::int64_t total = ComputeSectionSize();
+  const std::int64_t content = ComputeHeaderFileDataSize() + GetLayerImageSize();
+  Writer out(to, static_cast<std::size_t>(total), "layer and mask information");
+  out.u32(static_cast<std::uint32_t>(total - 4));
+  out.u32(static_cast<std::uint32_t>(total - 8));
+  out.u16(static_cast<std::uint32_t>(layerCount()));
+  unsigned char* const place = out.take(static_cast<std::uint64_t>(content));
+  if (place != nullptr) WriteToBuffer(place);
+  out.fill(0, static_cast<std::uint64_t>(total - kSectionHeadBytes - content));
   if (!out.full()) Sys_BreakToDebugger();
   return out.position();
 }

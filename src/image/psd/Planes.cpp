@@ -32,19 +32,20 @@ std::size_t bufferBytes(const ABitMap& map) {
 }  // namespace
 
 void splitPlanes(const ABitMap& map, std::size_t first, std::size_t count, std::span<const Plane> planes) {
-  const std::size_t bytes = bufferBytes(map);
-  const std::size_t whole = std::min(count, bytes / 4 - std::min(bytes / 4, first));
+  const std::size_t stored = bufferBytes(map) / 4;
+  const std::size_t whole = std::min(count, stored - std::min(stored, first));
+  const auto inPixel = [](const Plane& plane) { return plane.offset >= 0 && plane.offset <= 3; };
   for (std::size_t done = 0; done < whole; done += kBlock) {
     const std::size_t now = std::min(kBlock, whole - done);
     for (const Plane& plane : planes) {
+      if (!inPixel(plane)) continue;
       splitPlane(map.buffer + (first + done) * 4, now, {plane.offset, plane.to + done});
     }
   }
   for (const Plane& plane : planes) {
-    const unsigned char fill = fillByte(map, plane.offset);
-    for (std::size_t i = whole; i < count; ++i) {
-      const std::size_t at = (first + i) * 4 + static_cast<std::size_t>(plane.offset);
-      plane.to[i] = at < bytes ? map.buffer[at] : fill;
+    const PaddedBytes bytes(map, plane.offset);
+    for (std::size_t i = inPixel(plane) ? whole : 0; i < count; ++i) {
+      plane.to[i] = bytes[static_cast<std::int64_t>(first + i) * 4 + plane.offset];
     }
   }
 }

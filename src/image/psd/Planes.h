@@ -9,20 +9,34 @@
 /// Channel planes out of pixels and pixels out of channel planes.
 namespace psd {
 
-/// The byte that pixels outside a bitmap have at `offset` (0 to 3) of a 32-bit pixel.
+/// The byte that pixels outside a bitmap have at `offset` of a 32-bit pixel; one outside 0 to 3 lies in a
+/// neighbour.
 inline unsigned char fillByte(const ABitMap& map, std::int32_t offset) {
-  return static_cast<unsigned char>(map.fillValue >> (24 - 8 * offset));
+  return static_cast<unsigned char>(map.fillValue >> (24 - 8 * (offset & 3)));
 }
 
-/// One plane to be made: byte `offset` (0 to 3) of each pixel goes to `to`.
+/// The buffer of a bitmap by byte positions, of which those outside read as the fill byte at `offset`.
+class PaddedBytes {
+ public:
+  PaddedBytes(const ABitMap& map, std::int32_t offset)
+      : buffer_(map.buffer), size_(map.BufferBytes()), fill_(fillByte(map, offset)) {}
+  unsigned char operator[](std::int64_t at) const { return at >= 0 && at < size_ ? buffer_[at] : fill_; }
+
+ private:
+  const unsigned char* buffer_;
+  std::int64_t size_;
+  unsigned char fill_;
+};
+
+/// One plane to be made: the byte `offset` from the beginning of each pixel goes to `to`.
 struct Plane {
   std::int32_t offset;
   unsigned char* to;
 };
 
 /// Makes planes of `count` pixels of `map` from pixel `first` of the buffer on, in one pass. Pixels lie 4
-/// bytes apart whatever the depth: the files that the host reads back were always made so. Bytes past the
-/// buffer's end read as the fill byte.
+/// bytes apart whatever the depth: the files that the host reads back were always made so. Bytes outside
+/// the buffer read as the fill byte.
 void splitPlanes(const ABitMap& map, std::size_t first, std::size_t count, std::span<const Plane> planes);
 
 /// 255 for each of the first `count` pixels of `mask` whose 32-bit value, signed, is less than `threshold`,

@@ -78,8 +78,9 @@ unsigned char* WriteResourceDataBlock(unsigned char* to, std::int32_t layerCount
   // In the template itself: what one call sets, the next finds.
   set(psd::kHorizontalResolutionAt, fixedResolution(resolution));
   set(psd::kVerticalResolutionAt, fixedResolution(resolution));
+  // A negative number is below 256 as well, and its low-order byte is what counts.
   psd::kRecordResources[psd::kTargetLayerLowByteAt] =
-      static_cast<unsigned char>(targetLayer >= 0 && targetLayer < 256 ? targetLayer : 0);
+      static_cast<unsigned char>(targetLayer < 256 ? targetLayer : 0);
   psd::kRecordResources[psd::kLayerIdBaseLowByteAt] =
       static_cast<unsigned char>(static_cast<std::uint32_t>(lastLayerId) + 1);
 

@@ -20,6 +20,9 @@ class Loads {
         return file.empty() ? map.LoadPSD(path_.c_str(), withAlpha)
                             : map.LoadPSD(nullptr, withAlpha, copy.data(), static_cast<int>(copy.size()));
       });
+      expect(file, what, false, withAlpha,
+             [&](ABitMap& map) { return map.LoadPSD(path_.c_str(), withAlpha); });
+      expectBlockAsFileWithZeros(file, what, withAlpha);
     }
   }
 
@@ -30,6 +33,22 @@ class Loads {
     if (file.size() == size_) return;
     size_ = file.size();
     std::filesystem::resize_file(path_, size_);
+  }
+
+  /// A block alone is the file and zeros up to the size that the system tells of it, and nothing else of what
+  /// was in memory: blocks are taken that had something in them.
+  void expectBlockAsFileWithZeros(const std::string& file, const std::string& what, bool withAlpha) {
+    if (file.empty()) return;
+    void* const used = MY_MEM_MALLOC(static_cast<int>(file.size()), "used");
+    Sys_MemSet(used, 0x5A, Sys_GetMemSize(used));
+    MY_MEM_FREE(used);
+    std::int32_t size = 0;
+    void* const block = LoadFromFile(path_.c_str(), &size);
+    std::string padded = file;
+    padded.resize(static_cast<std::size_t>(Sys_GetMemSize(block)));
+    expect(padded, what + " as a block", false, withAlpha,
+           [&](ABitMap& map) { return map.LoadPSD(nullptr, withAlpha, block); });
+    MY_MEM_FREE(block);
   }
 
   void expect(const std::string& file, const std::string& what, bool layer, bool withAlpha,

@@ -64,6 +64,9 @@ TEST(PsdRecords, ResourceSection) {
   const std::string plain = resources(3, 7, 2, {}, 72);
   EXPECT_EQ(plain.size(), 1548U + 6);
   EXPECT_EQ(numberAt(plain, 0, 4), 1544U + 6);
+  for (const auto& [target, low] : {std::pair{255, 255U}, {-1, 255U}, {-256, 0U}, {INT32_MIN + 3, 3U}}) {
+    EXPECT_EQ(resourceData(resources(0, 0, target, {}, 72), 1024), be16(low)) << target;
+  }
   const std::string dpi = be32(72 << 16) + be16(1) + be16(1);
   EXPECT_EQ(resourceData(plain, 1005), dpi + dpi);
   EXPECT_EQ(resourceData(plain, 1024), be16(2));
@@ -116,14 +119,14 @@ TEST(PsdRecords, LayersAreWrittenAndParsedBack) {
   const std::int64_t head = info.ComputeHeaderFileDataSize();
   EXPECT_EQ(info.GetLayerImageSize(), 4 * (15 + 2) + (3 + 2) + 3 * (30 + 2) + 3 * 17);
   const std::int64_t total = head + info.GetLayerImageSize();
-  const std::string bytes = written(static_cast<std::size_t>(total + total % 2),
-                                    [&](unsigned char* to) { return info.WriteToBuffer(to); });
-  EXPECT_EQ(numberAt(bytes, 0, 4), bytes.size() - 4);
-  EXPECT_EQ(numberAt(bytes, 4, 4), bytes.size() - 8);
-  EXPECT_EQ(numberAt(bytes, 8, 2), 3U);
+  const std::string bytes =
+      written(static_cast<std::size_t>(total), [&](unsigned char* to) { return info.WriteToBuffer(to); });
+  const std::string section = written(static_cast<std::size_t>(info.ComputeSectionSize()),
+                                      [&](unsigned char* to) { return info.WriteSectionToBuffer(to); });
+  EXPECT_EQ(section, withLength(withLength(padTo(be16(3) + bytes, 2))));
 
   const auto size = static_cast<std::int32_t>(bytes.size());
-  std::int32_t position = 10;
+  std::int32_t position = 0;
   struct Row {
     const char* name;
     const char* key;
@@ -187,10 +190,72 @@ TEST(PsdRecords, LayersAreWrittenAndParsedBack) {
   data += be16(0) + "xyz";
   for (const int offset : {1, 2, 3}) channel(offset, true);
   for (const int offset : {1, 2, 3}) channel(offset, false);
-  EXPECT_EQ(bytes.substr(static_cast<std::size_t>(head), data.size()), data);
+  EXPECT_EQ(bytes.substr(static_cast<std::size_t>(head)), data);
   // The mask's record: rectangle, colour outside.
   const std::string maskData = be32(20) + be32(0) + be32(0) + be32(1) + be32(3) + '\xFF' + '\0' + be16(0);
   EXPECT_NE(bytes.find(maskData), std::string::npos);
+}
+
+TEST(PsdRecords, ChannelDataOfAnyIdAndLength) {
+  TestMap mask(1, 1, 8, 1);
+  mask.buffer[0] = 'm';
+  const std::string pixel = "\xA0\xB1\xC2\xD3\xE4\xF5\x86\x97";
+  struct Row {
+    int depth;
+    const char* values;  // of channels 65535, 0, 1, 2
+  };
+  for (const Row& row : {Row{8, "\xA0\xA0\xA0\xA0"}, {24, "\xFF\xA0\xB1\xC2"}, {32, "\xA0\xB1\xC2\xD3"}}) {
+    TestMap map(1, 1, row.depth, 1);
+    std::memcpy(map.buffer, pixel.data(), static_cast<std::size_t>(row.depth / 8));
+    for (const unsigned id : {65535U, 0U, 1U, 2U, 3U, 4U, 255U, 32767U, 32768U, 65532U, 65533U, 65534U}) {
+      const bool known = id <= 2 || id == 65535;
+      const std::string value =
+          known ? std::string(1, row.values[(id + 1) & 0xFFFF]) : std::string(1, id == 65534 ? 'm' : '\0');
+      for (const std::uint16_t depth : {8, 16, 24}) {
+        for (const std::uint32_t length : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U}) {
+          PSDLayerMaskInfo info(1);
+          ASSERT_EQ(info.InitLayerInfo(0, 1, 1, depth, &map, nullptr, "a"), 1);
+          info.layers[0].maskBitmap = &mask;
+          info.layers[0].channels[0] = {static_cast<std::uint16_t>(id), length};
+          const auto head = static_cast<std::size_t>(info.ComputeHeaderFileDataSize());
+          const std::string bytes =
+              written(head + length, [&](unsigned char* to) { return info.WriteToBuffer(to); });
+          // A compression word, one pixel where there is room for all of it, and zeros.
+          std::string expected(length, '\0');
+          const std::size_t valueBytes = depth / 8U;
+          if (depth != 24 && length >= 2 + valueBytes) {
+            for (std::size_t i = 0; i < valueBytes; ++i) expected[2 + i] = value[0];
+          }
+          EXPECT_EQ(bytes.substr(head), expected) << row.depth << " " << id << " " << depth << " " << length;
+        }
+      }
+    }
+  }
+}
+
+TEST(PsdRecords, ChannelLengthsThatNoFileHolds) {
+  ABitMap map;
+  const struct {
+    std::int32_t w, h;
+    std::uint16_t depth;
+    std::uint32_t length;
+  } rows[] = {{INT32_MAX, 2, 8, 0xFFFFFFFF},
+              {INT32_MAX, 1, 16, 0xFFFFFFFF},
+              {0x7FFFFFFE, 1, 16, 0xFFFFFFFE},
+              {INT32_MAX, INT32_MAX, 8, 0xFFFFFFFF},
+              {INT32_MAX, INT32_MAX, 65535, 0xFFFFFFFF},
+              {-1, INT32_MAX, 65535, 2},
+              {65535, 65537, 8, 0xFFFFFFFF},
+              {65535, 65536, 8, 0xFFFF0002}};
+  for (const auto& row : rows) {
+    map.width = row.w;
+    map.height = row.h;
+    PSDLayerMaskInfo info(1);
+    ASSERT_EQ(info.InitLayerInfo(0, 107, 3, row.depth, &map, nullptr, nullptr), 1);
+    EXPECT_EQ(info.layers[0].channels[2].length, row.length) << row.w << " x " << row.h;
+    EXPECT_EQ(info.GetLayerImageSize(), std::int64_t{3} * row.length);
+    EXPECT_STREQ(info.layers[0].name, "Layer 7");
+  }
 }
 
 TEST(PsdPieces, SkipSectionsAndReadSizes) {

@@ -42,6 +42,7 @@ TEST(PsdStops, MarkWhatShouldNotOccur) {
       {"layers", 0, [&] { layered(maps, 1); }},
       {"a later layer of another depth", 0, [&] { layered(maps, 2); }},
       {"the first layer of another depth", 1, [&] { layered(maps + 1, 1); }},
+      {"a flat document of 64 bits", 4, [&] { TestMap(2, 1, 64, 1).SavePSD(path.c_str(), true); }},
       {"a flat document", 0, [&] { map.SavePSD(path.c_str(), true); }},
       {"a channel", 0, [&] { map.SaveBMap_WritePlaneToBuffer(out, 8, nullptr, 3, 0); }},
       {"a channel past the pixel", 1, [&] { map.SaveBMap_WritePlaneToBuffer(out, 8, nullptr, 4, 0); }},
@@ -57,6 +58,7 @@ TEST(PsdStops, MarkWhatShouldNotOccur) {
          info.InitLayerInfo(0, 1, 1, 8, nullptr, nullptr, "");
          std::vector<unsigned char> bytes(1000);
          info.WriteToBuffer(bytes.data());
+         info.WriteSectionToBuffer(bytes.data());
          WriteResourceDataBlock(std::vector<unsigned char>(2000).data(), 1, 0, 0, nullptr, 0, 72);
        }},
   };

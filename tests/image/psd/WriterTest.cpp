@@ -187,11 +187,9 @@ TEST(PsdWriter, FlatDocumentsByDepth) {
     unsigned bits;
     std::vector<std::size_t> offsets;
   };
-  const Row rows[] = {{32, false, 3, 8, {1, 2, 3}},
-                      {32, true, 3, 8, {1, 2, 3, 0}},
-                      {16, true, 1, 16, {0}},
-                      {8, false, 7, 8, {0}},
-                      {24, false, 3, 8, {2, 1, 0}}};
+  const Row rows[] = {{32, false, 3, 8, {1, 2, 3}}, {32, true, 3, 8, {1, 2, 3, 0}},
+                      {16, true, 1, 16, {0}},       {8, false, 7, 8, {0}},
+                      {24, false, 3, 8, {2, 1, 0}}, {64, true, 7, 8, {7, 6, 5, 4, 3, 2, 1, 0}}};
   for (const Row& row : rows) {
     for (const auto& [w, h] : {std::pair{1, 1}, {3, 5}, {257, 129}}) {
       TestMap map(w, h, row.depth, 7);
@@ -202,7 +200,7 @@ TEST(PsdWriter, FlatDocumentsByDepth) {
                                          static_cast<unsigned>(w), row.bits, row.mode) +
                              std::string(14, '\0');
       for (const std::size_t offset : row.offsets) {
-        const char fill = be32(map.fillValue)[offset];
+        const char fill = be32(map.fillValue)[offset % 4];
         for (std::size_t i = 0; i < pixels; ++i) {
           // Four bytes apart at every depth.
           for (std::size_t at = 4 * i + offset; at < 4 * i + offset + row.bits / 8; ++at) {
@@ -246,6 +244,23 @@ TEST(PsdWriter, PlanesOfCroppedBitmaps) {
       EXPECT_EQ(got[i], at < 16 ? 100 + at : fill) << offset;
     }
     EXPECT_EQ(std::memcmp(counts, "\0\4\0\4", 4), 0);
+  }
+  // Channels outside the pixel are in its neighbours, and outside the buffer there is the fill byte.
+  for (const int channel : {-3, -1, 4, 6, 17, INT32_MIN, INT32_MAX}) {
+    const unsigned char fill = static_cast<unsigned char>(0x0A + (channel & 3));
+    const auto byteAt = [&](std::int64_t at) {
+      return at >= 0 && at < 16 ? 100 + static_cast<int>(at) : fill;
+    };
+    unsigned char got[40];
+    EXPECT_EQ(map.SaveBMap_WritePlaneToBuffer(got, 8, nullptr, channel, 0), got + 20);
+    for (int i = 0; i < 4; ++i) {
+      EXPECT_EQ(got[(1 + i / 2) * 5 + 2 + i % 2], byteAt(std::int64_t{4} * i + channel)) << channel;
+    }
+    EXPECT_EQ(got[0], fill);
+    EXPECT_EQ(map.SaveBMap_WritePlaneToBuffer(got, 16, nullptr, channel, 0), got + 8);
+    for (int i = 0; i < 8; ++i) {
+      EXPECT_EQ(got[i], byteAt(std::int64_t{i} / 2 * 4 + i % 2 + channel)) << channel;
+    }
   }
   // A stored rectangle that reaches outside the image, and one that has nothing of it.
   TestMap outside;
