@@ -188,11 +188,11 @@ TEST(BitMapPlanes, ChannelsAreRead) {
   EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 65536, 65536, 0, 0, 65536, 65536), -1);
   EXPECT_EQ(gMemAllocationFailed, 0);
   // A record count of a height below 0 is none.
-  const unsigned char runs[] = {0, 1, 0, 5};
+  const unsigned char runs[] = {9, 9, 9, 9, 9, 9, 9, 9, 0, 1, 0, 5};
   ABitMap upsideDown{4, 4, 32, 4, -4};
   unsigned char pixel[64] = {};
   upsideDown.buffer = pixel;
-  EXPECT_EQ(upsideDown.ReadRGBAChannelFromBuffer(runs, 4, 0), 0);
+  EXPECT_EQ(upsideDown.ReadRGBAChannelFromBuffer(runs + 8, 4, 0), 0);
   EXPECT_EQ(Bytes(pixel, pixel + 64), Bytes(64, 0));
 }
 
