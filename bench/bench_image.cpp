@@ -35,6 +35,12 @@ struct Images {
       }
     }
     a.BltTo(b, 0, 0);
+    // Four equal pixels at a time, which a shift by one moves apart at every fourth.
+    for (ABitMap* map : {&blocks, &shifted}) map->Allocate(side, side, 32);
+    for (std::int32_t i = 0; i < side * side; ++i) {
+      std::memcpy(blocks.buffer + 4 * i, a.buffer + i / 4 * 4, 4);
+      std::memcpy(shifted.buffer + 4 * i, a.buffer + (i + 1) / 4 * 4, 4);
+    }
     quarter.Allocate(side / 2, side / 2, 32);
     quarter.ClearBuffer();
     planes.resize(static_cast<std::size_t>(bytes()) + 16, 1);
@@ -42,15 +48,17 @@ struct Images {
   Images(const Images&) = delete;
   Images& operator=(const Images&) = delete;
   ~Images() {
-    for (ABitMap* map : {&a, &b, &c, &d, &quarter}) map->Free();
+    for (ABitMap* map : {&a, &b, &c, &d, &blocks, &shifted, &quarter}) map->Free();
   }
 
   std::int32_t bytes() const { return a.BufferBytes(); }
 
-  ABitMap a;        ///< what is read
-  ABitMap b;        ///< a copy of a
-  ABitMap c;        ///< what is written
-  ABitMap d;        ///< nothing in common with a
+  ABitMap a;       ///< what is read
+  ABitMap b;       ///< a copy of a
+  ABitMap c;       ///< what is written
+  ABitMap d;       ///< nothing in common with a
+  ABitMap blocks;  ///< forgiven by a comparison with `shifted`
+  ABitMap shifted;
   ABitMap quarter;  ///< of half the width and height
   std::vector<unsigned char> planes;
 };
@@ -157,11 +165,16 @@ std::vector<Case> cases() {
       {"FullChanged, all", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.FullChanged(i.d)); }, Case::kCopy,
        0},
       {"Compare", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.Compare(i.b)); }, Case::kCopy, 0},
+      {"Compare, shifted", 2, [](Images& i) { benchmark::DoNotOptimize(i.blocks.Compare(i.shifted)); },
+       Case::kCopy, 0},
       {"HasAlphaWithColors", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.HasAlphaWithColors(i.b)); },
        Case::kCopy, 0},
       {"MinValue32", 1, [](Images& i) { benchmark::DoNotOptimize(i.a.MinValue32(0)); }, Case::kCopy, 0},
       {"FullMinValue32ColorMap", 2,
        [](Images& i) { benchmark::DoNotOptimize(i.a.FullMinValue32ColorMap(0, i.b, nullptr, 0)); },
+       Case::kCopy, 0},
+      {"FullMinValue32ColorMap, all masked", 3,
+       [](Images& i) { benchmark::DoNotOptimize(i.a.FullMinValue32ColorMap(0, i.b, &i.b, UINT32_MAX)); },
        Case::kCopy, 0},
       {"half size", 1.25, halving, Case::kArea, 1.0},
       {"half size, new bitmap", 1.25, [](Images& i) { i.a.CreateHalfSizeBitMap(i.quarter); }, Case::kArea, 0},

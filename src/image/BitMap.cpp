@@ -1,14 +1,12 @@
 #include "image/BitMap.h"
 
+#include <algorithm>
+
 #include "image/BitMapRegion.h"
 #include "image/PixelBytes.h"
 #include "system/Memory.h"
 
 namespace {
-
-std::int32_t difference(std::int32_t a, std::int32_t b) {
-  return static_cast<std::int32_t>(std::int64_t{a} - b);
-}
 
 // The start of the element of `size` bytes that stands for (x, y); null where there is none.
 const unsigned char* storedElement(const ABitMap& map, std::int32_t x, std::int32_t y, std::int32_t size) {
@@ -39,16 +37,8 @@ unsigned char* ABitMap::Allocate(std::int32_t w, std::int32_t h, std::int32_t d)
 
 unsigned char* ABitMap::AllocateCropped(std::int32_t fullW, std::int32_t fullH, std::int32_t t,
                                         std::int32_t l, std::int32_t b, std::int32_t r, std::int32_t d) {
-  height = difference(b, t);
-  width = difference(r, l);
-  left = l;
-  right = difference(fullW, r);
-  top = t;
-  bottom = difference(fullH, b);
-  fullWidth = fullW;
-  fullHeight = fullH;
-  depth = d;
   Free();
+  setCropping(*this, fullW, fullH, t, l, b, r, d);
   if (width > 0 && height > 0) {
     buffer = static_cast<unsigned char*>(
         MY_MEM_MALLOC(imageBytes(width, height, depth), "ABitMap::AllocateCropped"));

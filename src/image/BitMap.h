@@ -37,7 +37,13 @@ class FPoint3D;
 /// results are 0 for success and -1 for failure unless said. No operation throws. Unless said, an operation
 /// without a buffer does nothing, one that meets a depth other than its own breaks to the debugger (which
 /// does nothing here) and goes on with the buffer taken as pixels of its own depth, and none reads or writes
-/// outside a buffer, whatever depths and positions it is given.
+/// outside a buffer, whatever depths and positions it is given. Exceptions without a buffer: the plane
+/// writers write their compression words and padding, `CropOversized`, `DownsizeWidth` and `DownsizeHeight`
+/// change sizes and margins.
+///
+/// Margins that do not add up with stored and full size, such as `Allocate` leaves behind in a bitmap that
+/// was cropped, count as 0, columns and rows apart; `ReadValue8` and `ReadValue32` alone take them as they
+/// stand, as do comparisons of the margins themselves.
 class KSMTH_API ABitMap {
  public:
   std::int32_t fullWidth = 0;   ///< of the logical image, in pixels: left + width + right
@@ -177,12 +183,14 @@ class KSMTH_API ABitMap {
   unsigned char* Write8ToBuffer(unsigned char* to, unsigned char fill, bool padded, bool word) const;
   /// Writes a compression word and a mask: 255 for each stored pixel whose 32-bit value, signed, is less than
   /// `threshold`, and 0 for any other; `fill` pads. `bits` other than 8: the word alone. Needs 32 bits per
-  /// pixel or more.
+  /// pixel or more. Pixels are taken 4 bytes apart at every depth, which the layout of existing files relies
+  /// on.
   unsigned char* WriteAlphaToBuffer(unsigned char* to, long threshold, unsigned char fill, std::int32_t bits,
                                     bool padded) const;
   /// Writes the padded plane of one channel with 0 in the margins, and leaves `gap` bytes alone after each
   /// row that has stored pixels in the image, so that channels can be interleaved row by row. Takes channels
-  /// 0 to 3 of 32-bit and 0 to 2 of 24-bit bitmaps. `ignored` is not read.
+  /// 0 to 3 of 32-bit and 0 to 2 of 24-bit bitmaps, whose pixels are taken 4 bytes apart as well, as by
+  /// `WriteRGBToBuffer`. `ignored` is not read.
   unsigned char* WriteOneRGBAOffsetToBuffer(unsigned char* to, std::int32_t ignored, std::int32_t channel,
                                             std::int32_t gap) const;
 
@@ -190,8 +198,7 @@ class KSMTH_API ABitMap {
   /// a big-endian 16-bit compression code, then
   /// - 0, raw: exactly width x height bytes;
   /// - 1, run-length: a byte count of 2 bytes for every row, which are not looked at, then PackBits records.
-  /// A
-  ///   header byte n above 0 stands before n + 1 bytes; any other, as a signed number, before one byte that
+  ///   A header byte n above 0 stands before n + 1 bytes; any other, as a signed number, before one byte that
   ///   is meant 1 - n times. There is no header that does nothing: 128 repeats 129 times.
   ///
   /// -1, after a debugging stop: a raw size that is not right, which writes nothing; a record that runs past
@@ -259,10 +266,11 @@ class KSMTH_API ABitMap {
   void Blend3QtrIntensiy(const ABitMap& other);
   /// Sets the low-order byte of each stored pixel to 255 where the pixel of `source` at the same index, as a
   /// signed 32-bit value, is less than `threshold`, else to 0. Answers 1; 0 for less than 32 bits per pixel,
-  /// a missing buffer, and full sizes (after a debugging stop) or margins that differ.
+  /// a missing buffer, and full sizes (after a debugging stop) or margins that differ. Pixels are taken 4
+  /// bytes apart at every depth, as far as both buffers reach.
   std::int32_t WriteAlphaToMaterial(const ABitMap& source, std::int32_t threshold);
-  /// Turns the image upside down, its top and bottom margins with it. Depths 32 and 64; a debugging stop and
-  /// no effect at others.
+  /// Turns the stored rows upside down; margins stay as they are. Depths 32 and 64; a debugging stop and no
+  /// effect at others.
   void FlipVert();
 
   // Contrast (BitMapNormalize.cpp). Depths 8 and 16: the values; 32 and 64: red, green and blue, all with one
@@ -289,7 +297,8 @@ class KSMTH_API ABitMap {
   /// Copies as much of the image, from its top left corner, as the rectangle `window` of the destination
   /// takes; otherwise the same.
   void BltToWindow(ABitMap& destination, const ARect& window) const;
-  /// Copies the pixels whose high-order byte is not 0. 32-bit.
+  /// Copies the pixels whose high-order byte is not 0. 32-bit. Source and destination must be different
+  /// bitmaps, here and below.
   void BltTransparentTo(ABitMap& destination, std::int32_t x, std::int32_t y) const;
   /// Moves each destination pixel towards the source pixel (`AMRGB::BlendRGB`), by the source pixel's own low
   /// 16 bits, so that bright green and blue cover: the host's overlays are drawn for it. 32-bit.
@@ -301,7 +310,8 @@ class KSMTH_API ABitMap {
 
   // Sizes (BitMapCrop.cpp). The buffer stays where it is and keeps its size.
 
-  /// Trims a bitmap with negative margins to the logical image; these margins become 0. All depths.
+  /// Trims a bitmap with negative margins to the logical image; these margins become 0. All depths. Sizes and
+  /// margins are corrected without a buffer as well.
   void CropOversized();
   /// Gives up columns on the left and on the right of the stored rectangle of which no pixel's low-order byte
   /// exceeds `threshold`; the margins grow, the logical image keeps its size. Answers the columns given up:
@@ -316,7 +326,7 @@ class KSMTH_API ABitMap {
   /// in turn. If that is not enough, 32-bit stored columns are dropped, evenly spread: of `width` columns,
   /// column i stays where floor((i + 1) n / width) passes floor(i n / width). Such a bitmap that is still
   /// cropped (it has negative margins) breaks to the debugger and loses them. Nothing for an `n` below 1 or
-  /// not below `fullWidth`.
+  /// not below `fullWidth`. Without a buffer, and at other depths, margins alone are given up.
   void DownsizeWidth(std::int32_t n);
   /// The same for rows.
   void DownsizeHeight(std::int32_t n);
@@ -348,11 +358,13 @@ class KSMTH_API ABitMap {
 
   // Searches in 32-bit values (BitMapSearch.cpp)
 
-  /// The least of `start` and all stored pixels as signed values.
+  /// The least of `start` and all stored pixels as signed values: width x height of them, 4 bytes apart at
+  /// every depth.
   std::int32_t MinValue32(std::int32_t start) const;
   /// The least of `start` and the heights, signed, that this uncropped bitmap has where `colorMap` stores a
-  /// pixel with a high-order byte other than 0. With a `mask`, which may be null, only those where its value
-  /// (`ReadValue32`, unsigned) is at least `minMask`. `start` where this is cropped or a buffer is missing.
+  /// pixel with a high-order byte other than 0. With a `mask`, which may be null, only those where its value,
+  /// unsigned and its fill value where it stores none, is at least `minMask`. `start` where this is cropped
+  /// or a buffer is missing.
   std::int32_t FullMinValue32ColorMap(std::int32_t start, const ABitMap& colorMap, const ABitMap* mask,
                                       std::uint32_t minMask) const;
   /// The same without a mask, where in addition the low 24 bits of `colorMap` and `previous` differ.
@@ -387,9 +399,10 @@ class KSMTH_API ABitMap {
   /// `APoint3D::FUnified`.
   APoint3D InterpolateNormal_FromMRGB64_Wrap(std::int32_t x, std::int32_t y) const;
 
-  /// Makes `destination` a bitmap of half the full size, rounded down, at depth 32, and fills it with
-  /// `ABitMap_BltRGBAHalfSizentialisedQubic`. Frees the destination's buffer first; its margins should be 0.
-  /// -1, and nothing happens, without a buffer or where a full size is below 2; -1 for no memory.
+  /// Makes `destination` a bitmap of half the full size, rounded down, at depth 32, and fills it with the
+  /// filter of `ABitMap_BltRGBAHalfSizentialisedQubic`, in whole pixels, so that images beyond the 16.16
+  /// range are halved too. Frees the destination's buffer first; its margins should be 0. -1, and nothing
+  /// happens, without a buffer or where a full size is below 2; -1 for no memory.
   std::int32_t CreateHalfSizeBitMap(ABitMap& destination) const;
 };
 
@@ -403,6 +416,7 @@ static_assert(offsetof(ABitMap, fillValue) == 36 && offsetof(ABitMap, buffer) ==
 /// weighted 4 (centre), 2 (edges) and 1 (corners), divided by 16 and rounded down; the high-order byte is 0.
 /// Neighbours outside the image are the centre's row or column. Integer parts of the rectangles count; the
 /// source's right and bottom do not, and centres outside the image are held at its edge. What lies outside
-/// the destination's image is left out. The two bitmaps must not share a buffer.
+/// the destination's image is left out. Nothing without a source's buffer. The two bitmaps must not share a
+/// buffer.
 KSMTH_API void ABitMap_BltRGBAHalfSizentialisedQubic(const ABitMap& source, ABitMap& destination,
                                                      const ARect& sourceRect, const ARect& destinationRect);

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "geometry/Fixed.h"
@@ -8,6 +10,7 @@
 #include "image/Color.h"
 #include "image/VectorClones.h"
 #include "image/WordKernels.h"
+#include "system/Host.h"
 
 namespace {
 
@@ -45,7 +48,8 @@ struct Copy {
   template <class Work>
   void forRows(Work work) const {
     if (to.empty()) return;
-    // Within one buffer, rows are taken in the order in which none is overwritten before it is read.
+    // A copy that is not flipped may be within one buffer: rows are taken in the order in which none is
+    // overwritten before it is read. Of one row, `work` has to see to that.
     const bool upwards = source.data() == destination.data() && to.y > sourceY;
     for (std::int64_t i = 0; i < to.h; ++i) {
       const std::int64_t row = upwards ? to.h - 1 - i : i;

@@ -1,10 +1,13 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "image/BitMap.h"
 #include "image/LogicalPixels.h"
 #include "image/VectorClones.h"
 #include "image/WordKernels.h"
+#include "system/Host.h"
 
 namespace {
 
@@ -70,15 +73,32 @@ bool forRuns(const PixelRect& rect, Work work) {
 
 constexpr std::int32_t kReach = 11;  // how far to the right a shift is forgiven
 
-bool isForgiven(LogicalPixels& a, LogicalPixels& b, std::int64_t x, std::int64_t y) {
-  const unsigned char* const rowA = a.run(x + 1, y, kReach);
-  const unsigned char* const rowB = b.run(x + 1, y, kReach);
-  for (std::size_t k = 0; k < kReach; ++k) {
-    if (pixelbytes::loadTurned<std::uint32_t>(rowA + 4 * k) ==
-        pixelbytes::loadTurned<std::uint32_t>(rowB + 4 * k)) {
-      return true;
-    }
+// near[i] |= near[i + kStep] for all of `count` bytes that have such a neighbour.
+template <std::int64_t kStep>
+inline void spread(unsigned char* near, std::int64_t count) {
+  for (std::int64_t i = 0; i < count - kStep; ++i) near[i] = near[i] | near[i + kStep];
+}
+
+// near[i]: whether pixel i, or one of the kReach to the right of it, agrees. `a` and `b` have the pixels on
+// the right as well.
+KSMTH_VECTOR_CLONES
+void findAgreement(unsigned char* near, const unsigned char* a, const unsigned char* b, std::int64_t count) {
+  const std::int64_t all = count + kReach;
+  for (std::int64_t i = 0; i < all; ++i) {
+    const bool same =
+        pixelbytes::loadTurned<std::uint32_t>(a + 4 * i) == pixelbytes::loadTurned<std::uint32_t>(b + 4 * i);
+    near[i] = same ? 1 : 0;
   }
+  // Of 2, 4, 8 and then 12 pixels.
+  spread<1>(near, all);
+  spread<2>(near, all - 1);
+  spread<4>(near, all - 3);
+  spread<4>(near, all - 7);
+  static_assert(1 + 2 + 4 + 4 == kReach);
+}
+
+// Whether the images agree on one of the lines down from (x, y).
+bool agreeBelow(LogicalPixels& a, LogicalPixels& b, std::int64_t x, std::int64_t y) {
   for (std::int32_t k = 1; k < kReach; ++k) {
     if (a.at(x + k, y + k) == b.at(x + k, y + k)) return true;
   }
@@ -136,12 +156,12 @@ std::int32_t ABitMap::FullChanged(const ABitMap& other) const {
   std::int64_t mayStay = std::int64_t{fullWidth} * fullHeight - needed;
   LogicalPixels a(*this, 4);
   LogicalPixels b(other, 4);
-  const bool changed =
-      forRuns({0, 0, fullWidth, fullHeight}, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
-        mayStay -= count - countDifferences(a.run(x, y, count), b.run(x, y, count), count);
-        return mayStay >= 0;
-      });
-  return changed ? 1 : 0;
+  forRuns({0, 0, fullWidth, fullHeight}, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
+    mayStay -= count - countDifferences(a.run(x, y, count), b.run(x, y, count), count);
+    return mayStay >= 0;
+  });
+  // Without a pixel, whose count of 0 may be too few as well, the loop has not asked.
+  return mayStay >= 0 ? 1 : 0;
 }
 
 std::int32_t ABitMap::HasAlphaWithColors(const ABitMap& reference) const {
@@ -168,19 +188,24 @@ std::int32_t ABitMap::Compare(const ABitMap& other) const {
     return 0;
   }
   if (buffer == nullptr || other.buffer == nullptr || fullWidth < kEdge || fullHeight < kEdge) return 0;
+  constexpr std::int64_t kRun = LogicalPixels::kMaxRun - kReach;
   LogicalPixels a(*this, 4);
   LogicalPixels b(other, 4);
+  unsigned char near[LogicalPixels::kMaxRun];
+  const std::int64_t columns = std::int64_t{fullWidth} - kEdge;
   for (std::int64_t y = std::int64_t{fullHeight} - kEdge - 1; y >= 0; --y) {
-    const bool same = forRuns({0, y, fullWidth - kEdge, 1}, [&](std::int64_t x, std::int64_t row,
-                                                                std::int64_t count) {
-      if (std::memcmp(a.run(x, row, count), b.run(x, row, count), static_cast<std::size_t>(count * 4)) == 0)
-        return true;
-      for (std::int64_t i = x; i < x + count; ++i) {
-        if (a.at(i, row) != b.at(i, row) && !isForgiven(a, b, i, row)) return false;
+    for (std::int64_t x = 0; x < columns; x += kRun) {
+      const std::int64_t count = std::min(kRun, columns - x);
+      const unsigned char* const rowA = a.run(x, y, count + kReach);
+      const unsigned char* const rowB = b.run(x, y, count + kReach);
+      if (std::memcmp(rowA, rowB, static_cast<std::size_t>(count * 4)) == 0) continue;
+      findAgreement(near, rowA, rowB, count);
+      const unsigned char* const end = near + count;
+      for (const unsigned char* at = std::find(near, near + count, 0); at != end;
+           at = std::find(at + 1, end, 0)) {
+        if (!agreeBelow(a, b, x + (at - near), y)) return 0;
       }
-      return true;
-    });
-    if (!same) return 0;
+    }
   }
   return 1;
 }

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "image/BitMap.h"
@@ -83,7 +85,7 @@ bool canThin(const ABitMap& map, std::int32_t n, std::int32_t full, std::int32_t
 }  // namespace
 
 void ABitMap::CropOversized() {
-  if (buffer == nullptr || (left >= 0 && right >= 0 && top >= 0 && bottom >= 0)) return;
+  if (left >= 0 && right >= 0 && top >= 0 && bottom >= 0) return;
   const auto cut = [](std::int32_t margin) { return std::max<std::int64_t>(-std::int64_t{margin}, 0); };
   const auto w = static_cast<std::int32_t>(std::max<std::int64_t>(width - cut(left) - cut(right), 0));
   const auto h = static_cast<std::int32_t>(std::max<std::int64_t>(height - cut(top) - cut(bottom), 0));

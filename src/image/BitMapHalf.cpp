@@ -97,6 +97,7 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
 
 void ABitMap_BltRGBAHalfSizentialisedQubic(const ABitMap& source, ABitMap& destination,
                                            const ARect& sourceRect, const ARect& destinationRect) {
+  if (source.buffer == nullptr) return;
   reduce(source, destination, fixed::toWhole(sourceRect.left), fixed::toWhole(sourceRect.top),
          {fixed::toWhole(destinationRect.left), fixed::toWhole(destinationRect.top),
           fixed::toWhole(destinationRect.Width()), fixed::toWhole(destinationRect.Height())});

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "geometry/Point3D.h"
@@ -6,7 +8,7 @@
 #include "image/PixelFill.h"
 #include "image/VectorClones.h"
 #include "image/WordKernels.h"
-#include "system/Memory.h"
+#include "system/Host.h"
 #include "system/Truncate.h"
 
 namespace {
@@ -107,8 +109,7 @@ void combine(const ABitMap& map, std::uint64_t value,
 // p = kernel(p, q), paired by index, of two 32-bit bitmaps.
 template <class Kernel>
 void blend(const ABitMap& map, const ABitMap& other, Kernel kernel) {
-  expectDepth32(map);
-  expectDepth32(other);
+  if (map.depth != 32 || other.depth != 32) Sys_BreakToDebugger();
   const std::size_t count = std::min(StoredRows(map, 4).count(), StoredRows(other, 4).count());
   mapWords(map.buffer, other.buffer, count, kernel);
 }
@@ -223,7 +224,6 @@ std::int32_t ABitMap::WriteAlphaToMaterial(const ABitMap& source, std::int32_t t
 void ABitMap::FlipVert() {
   if (depth != 32 && depth != 64) return Sys_BreakToDebugger();
   if (buffer == nullptr) return;
-  std::swap(top, bottom);
   const StoredRows rows(*this, BytesPerPixel());
   const auto rowBytes = static_cast<std::size_t>(rows.rect().w * BytesPerPixel());
   for (std::int64_t upper = 0, lower = rows.rect().h - 1; upper < lower; ++upper, --lower) {

@@ -1,3 +1,7 @@
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "image/BitMap.h"
@@ -5,6 +9,7 @@
 #include "image/PixelBytes.h"
 #include "image/VectorClones.h"
 #include "system/Host.h"
+#include "system/Memory.h"
 
 namespace {
 
@@ -97,30 +102,31 @@ unsigned char* writePlane(unsigned char* to, const StoredRows& rows, bool padded
 class ChannelFiller {
  public:
   ChannelFiller(unsigned char* first, std::ptrdiff_t stride, std::int64_t count)
-      : next_(first), stride_(stride), left_(count) {}
+      : first_(first), stride_(stride), count_(count) {}
 
   void copy(const unsigned char* from, std::int64_t count) {
     count = take(count);
-    for (std::int64_t i = 0; i < count; ++i) next_[i * stride_] = from[i];
-    next_ += count * stride_;
+    for (std::int64_t i = 0; i < count; ++i) put(next_ + i, from[i]);
+    next_ += count;
   }
   void repeat(unsigned char value, std::int64_t count) {
     count = take(count);
-    for (std::int64_t i = 0; i < count; ++i) next_[i * stride_] = value;
-    next_ += count * stride_;
+    for (std::int64_t i = 0; i < count; ++i) put(next_ + i, value);
+    next_ += count;
   }
 
  private:
-  std::int64_t take(std::int64_t count) {
-    if (count > left_) Sys_BreakToDebugger();
-    count = std::min(count, left_);
-    left_ -= count;
-    return count;
+  // As many of `count` as there is room for.
+  std::int64_t take(std::int64_t count) const {
+    if (count > count_ - next_) Sys_BreakToDebugger();
+    return std::min(count, count_ - next_);
   }
+  void put(std::int64_t i, unsigned char value) { first_[static_cast<std::ptrdiff_t>(i) * stride_] = value; }
 
-  unsigned char* next_;
+  unsigned char* first_;
   std::ptrdiff_t stride_;
-  std::int64_t left_;
+  std::int64_t count_;
+  std::int64_t next_ = 0;
 };
 
 // False for a record that runs past the end. The host's files have no header byte that does nothing: 128 is a
@@ -143,23 +149,43 @@ bool unpackBits(const unsigned char* data, std::int64_t size, ChannelFiller& fil
   return true;
 }
 
-// Channel data with their compression code, for `w` x `h` pixels.
-bool readChannel(const unsigned char* data, std::int64_t size, std::int64_t w, std::int64_t h,
-                 ChannelFiller& filler) {
-  constexpr std::int64_t kCodeBytes = 2;
-  if (data == nullptr || size < kCodeBytes) return false;
-  if (size == kCodeBytes) return true;
-  const auto code = pixelbytes::load<std::uint16_t>(data);
-  data += kCodeBytes;
-  size -= kCodeBytes;
-  if (code == 0) {
-    if (size != w * h) return false;
-    filler.copy(data, size);
+// The data of one channel of a PSD file, for the stored pixels of a bitmap.
+class ChannelData {
+ public:
+  ChannelData(const unsigned char* data, std::int64_t size, const ABitMap& map)
+      : data_(data),
+        size_(size),
+        pixels_(std::int64_t{std::max(map.width, 0)} * std::max(map.height, 0)),
+        countsBytes_(std::int64_t{std::max(map.height, 0)} * 2) {}
+
+  // Whether there is a code that is known, and behind it as much as it asks for at least.
+  bool plausible() const {
+    if (data_ == nullptr || size_ < kCodeBytes) return false;
+    const std::int64_t rest = size_ - kCodeBytes;
+    return rest == 0 || (code() == 0 && rest == pixels_) || (code() == 1 && rest >= countsBytes_);
+  }
+  // False for data that are not plausible or break off.
+  bool read(ChannelFiller& filler) const {
+    if (!plausible()) return false;
+    if (size_ == kCodeBytes) return true;
+    if (code() == 1) {
+      const std::int64_t skipped = kCodeBytes + countsBytes_;
+      return unpackBits(data_ + skipped, size_ - skipped, filler);
+    }
+    filler.copy(data_ + kCodeBytes, pixels_);
     return true;
   }
-  const std::int64_t countsBytes = h * 2;
-  return code == 1 && size >= countsBytes && unpackBits(data + countsBytes, size - countsBytes, filler);
-}
+
+ private:
+  static constexpr std::int64_t kCodeBytes = 2;
+
+  std::uint16_t code() const { return pixelbytes::load<std::uint16_t>(data_); }
+
+  const unsigned char* data_;
+  std::int64_t size_;
+  std::int64_t pixels_;
+  std::int64_t countsBytes_;  // of the rows' counts in run-length data
+};
 
 std::int32_t statusOf(bool good) {
   if (!good) Sys_BreakToDebugger();
@@ -227,18 +253,24 @@ std::int32_t ABitMap::ReadRGBAChannelFromBuffer(const unsigned char* data, std::
   }
   const std::int32_t stride = BytesPerPixel();
   ChannelFiller filler(buffer + kChannelByte[channel], stride, BufferBytes() / stride);
-  return statusOf(readChannel(data, size, width, height, filler));
+  return statusOf(ChannelData(data, size, *this).read(filler));
 }
 
 std::int32_t ABitMap::ReadAlphaFromBuffer(const unsigned char* data, std::int32_t size, std::int32_t fullW,
                                           std::int32_t fullH, std::int32_t t, std::int32_t l, std::int32_t b,
                                           std::int32_t r) {
-  AllocateCropped(fullW, fullH, t, l, b, r, 8);
-  if (buffer == nullptr && width > 0 && height > 0) return -1;
-  ClearBuffer();
-  const bool empty = buffer == nullptr;
+  Free();
+  setCropping(*this, fullW, fullH, t, l, b, r, 8);
+  // A few bytes of data may claim any size: memory is asked for, and not touched, when they have been seen.
+  const ChannelData channel(data, size, *this);
+  if (!channel.plausible()) return statusOf(false);
+  if (width > 0 && height > 0) {
+    buffer = static_cast<unsigned char*>(
+        MY_MEM_MALLOC_CLEAR(imageBytes(width, height, depth), "ABitMap::ReadAlphaFromBuffer"));
+    if (buffer == nullptr) return -1;
+  }
   ChannelFiller filler(buffer, 1, BufferBytes());
-  const bool good = readChannel(data, size, empty ? 0 : width, empty ? 0 : height, filler);
+  const bool good = channel.read(filler);
   if (!good) Free();
   return statusOf(good);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "image/BitMap.h"
@@ -16,6 +17,23 @@ inline std::int32_t imageBytes(std::int32_t w, std::int32_t h, std::int32_t dept
   const std::int64_t pixels = std::int64_t{w} * h;
   if (pixels > INT32_MAX || pixels * bytesPerPixel > INT32_MAX) return -1;
   return static_cast<std::int32_t>(pixels * bytesPerPixel);
+}
+
+/// Sets sizes, margins and depth of a bitmap as `ABitMap::AllocateCropped` does; absurd ones wrap.
+inline void setCropping(ABitMap& map, std::int32_t fullW, std::int32_t fullH, std::int32_t t, std::int32_t l,
+                        std::int32_t b, std::int32_t r, std::int32_t d) {
+  const auto difference = [](std::int64_t to, std::int64_t from) {
+    return static_cast<std::int32_t>(to - from);
+  };
+  map.height = difference(b, t);
+  map.width = difference(r, l);
+  map.left = l;
+  map.right = difference(fullW, r);
+  map.top = t;
+  map.bottom = difference(fullH, b);
+  map.fullWidth = fullW;
+  map.fullHeight = fullH;
+  map.depth = d;
 }
 
 /// A rectangle of pixels. 64-bit, so that sums of the sizes and positions that callers give cannot overflow.

@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
 #include "geometry/Point3D.h"
 #include "image/BitMap.h"
@@ -15,7 +18,8 @@ class Samples {
   explicit Samples(const ABitMap& map)
       : map_(map),
         whole_(map.buffer != nullptr && map.depth == static_cast<std::int32_t>(8 * sizeof(T)) &&
-               map.width == map.fullWidth && map.height == map.fullHeight) {}
+               map.width == map.fullWidth && map.height == map.fullHeight &&
+               imageBytes(map.width, map.height, map.depth) > 0) {}
 
   // The position is held at the nearest pixel of the image.
   T at(std::int64_t x, std::int64_t y) const {

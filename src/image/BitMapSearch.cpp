@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 
 #include "image/BitMap.h"
 #include "image/LogicalPixels.h"
@@ -16,25 +18,54 @@ std::int32_t leastOf(const unsigned char* pixels, std::size_t count, std::int32_
   return least;
 }
 
-// The least height where the colour's high-order byte is not 0; the greatest number there is without any.
-KSMTH_VECTOR_CLONES
-std::int32_t leastCovered(const unsigned char* heights, const unsigned char* colors, std::int64_t count) {
+// The least height where the colour's high-order byte is not 0 and wanted(color, other), of pixels as they
+// lie in memory, holds; the greatest number there is without any.
+template <class Wanted>
+inline std::int32_t leastWhere(const unsigned char* heights, const unsigned char* colors,
+                               const unsigned char* others, std::int64_t count, Wanted wanted) {
   constexpr std::uint32_t kAlphaBits = pixelbytes::turned(std::uint32_t{0xFF000000});
   std::int32_t least = INT32_MAX;
   for (std::int64_t i = 0; i < count; ++i) {
     const auto height = pixelbytes::load<std::uint32_t>(heights + 4 * i);
+    const auto color = pixelbytes::loadTurned<std::uint32_t>(colors + 4 * i);
+    const auto other = pixelbytes::loadTurned<std::uint32_t>(others + 4 * i);
     // All ones where the height counts: a choice would be compiled to a jump for every pixel.
-    const bool covered = (pixelbytes::loadTurned<std::uint32_t>(colors + 4 * i) & kAlphaBits) != 0;
-    const std::uint32_t counts = 0U - static_cast<std::uint32_t>(covered);
+    const auto covered = static_cast<std::uint32_t>((color & kAlphaBits) != 0);
+    const std::uint32_t counts = 0U - (covered & static_cast<std::uint32_t>(wanted(color, other)));
     least = std::min(least, static_cast<std::int32_t>((height & counts) | (INT32_MAX & ~counts)));
   }
   return least;
 }
 
-// The least height at the places that count: wanted(color, x, y), with the colour map's value and the place
-// in the logical image, is asked for those that are below the least so far.
-template <class Wanted>
-std::int32_t leastHeight(const ABitMap& heights, std::int32_t start, const ABitMap& colorMap, Wanted wanted) {
+KSMTH_VECTOR_CLONES
+std::int32_t leastCovered(const unsigned char* heights, const unsigned char* colors, std::int64_t count) {
+  return leastWhere(heights, colors, colors, count, [](std::uint32_t, std::uint32_t) { return true; });
+}
+
+// Of these, where the mask is at least `minMask`.
+KSMTH_VECTOR_CLONES
+std::int32_t leastMasked(const unsigned char* heights, const unsigned char* colors, const unsigned char* mask,
+                         std::int64_t count, std::uint32_t minMask) {
+  return leastWhere(heights, colors, mask, count, [minMask](std::uint32_t, std::uint32_t other) {
+    return pixelbytes::turned(other) >= minMask;
+  });
+}
+
+// Of these, where the colour is not the previous one.
+KSMTH_VECTOR_CLONES
+std::int32_t leastDiffering(const unsigned char* heights, const unsigned char* colors,
+                            const unsigned char* previous, std::int64_t count) {
+  constexpr std::uint32_t kColorBits = pixelbytes::turned(std::uint32_t{0x00FFFFFF});
+  return leastWhere(heights, colors, previous, count, [](std::uint32_t color, std::uint32_t other) {
+    return ((color ^ other) & kColorBits) != 0;
+  });
+}
+
+// The least of `start` and the heights that the colour map covers: leastOfRun(least, heights, colors, x, y,
+// count) is asked, for runs with one below the least so far, for the least that counts; it is told the run's.
+template <class LeastOfRun>
+std::int32_t leastHeight(const ABitMap& heights, std::int32_t start, const ABitMap& colorMap,
+                         LeastOfRun leastOfRun) {
   // Runs in which nothing is low enough, which are nearly all, are passed over at the memory's speed.
   constexpr std::int64_t kRun = 256;
   if (heights.width != heights.fullWidth || heights.height != heights.fullHeight) return start;
@@ -43,16 +74,12 @@ std::int32_t leastHeight(const ABitMap& heights, std::int32_t start, const ABitM
   const PixelRect part = intersection(colors.rect(), values.rect());
   std::int32_t least = start;
   for (std::int64_t y = part.y; y < part.y + part.h; ++y) {
-    for (std::int64_t first = part.x; first < part.x + part.w; first += kRun) {
-      const std::int64_t count = std::min(kRun, part.x + part.w - first);
-      const unsigned char* const color = colors.at(first, y);
-      const unsigned char* const value = values.at(first, y);
-      if (leastCovered(value, color, count) >= least) continue;
-      for (std::int64_t i = 0; i < count; ++i) {
-        const auto height = static_cast<std::int32_t>(pixelbytes::load<std::uint32_t>(value + 4 * i));
-        const auto c = pixelbytes::load<std::uint32_t>(color + 4 * i);
-        if (height < least && c > 0xFFFFFF && wanted(c, first + i, y)) least = height;
-      }
+    for (std::int64_t x = part.x; x < part.x + part.w; x += kRun) {
+      const std::int64_t count = std::min(kRun, part.x + part.w - x);
+      const unsigned char* const color = colors.at(x, y);
+      const unsigned char* const value = values.at(x, y);
+      const std::int32_t candidate = leastCovered(value, color, count);
+      if (candidate < least) least = std::min(least, leastOfRun(candidate, value, color, x, y, count));
     }
   }
   return least;
@@ -66,17 +93,29 @@ std::int32_t ABitMap::MinValue32(std::int32_t start) const {
 
 std::int32_t ABitMap::FullMinValue32ColorMap(std::int32_t start, const ABitMap& colorMap, const ABitMap* mask,
                                              std::uint32_t minMask) const {
-  return leastHeight(*this, start, colorMap, [=](std::uint32_t, std::int64_t x, std::int64_t y) {
-    return mask == nullptr ||
-           mask->ReadValue32(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y)) >= minMask;
-  });
+  using Pixels = const unsigned char*;
+  if (mask == nullptr) {
+    return leastHeight(*this, start, colorMap,
+                       [](std::int32_t candidate, Pixels, Pixels, std::int64_t, std::int64_t, std::int64_t) {
+                         return candidate;
+                       });
+  }
+  LogicalPixels masks(*mask, 4);
+  return leastHeight(*this, start, colorMap,
+                     [&masks, minMask](std::int32_t, Pixels heights, Pixels colors, std::int64_t x,
+                                       std::int64_t y, std::int64_t count) {
+                       return leastMasked(heights, colors, masks.run(x, y, count), count, minMask);
+                     });
 }
 
 std::int32_t ABitMap::FullMinValue32ColorMapDiffers(std::int32_t start, const ABitMap& colorMap,
                                                     const ABitMap& previous) const {
+  using Pixels = const unsigned char*;
   if (previous.buffer == nullptr) return start;
   LogicalPixels before(previous, 4);
-  return leastHeight(*this, start, colorMap, [&before](std::uint32_t color, std::int64_t x, std::int64_t y) {
-    return ((color ^ before.at(x, y)) & 0xFFFFFF) != 0;
-  });
+  return leastHeight(*this, start, colorMap,
+                     [&before](std::int32_t, Pixels heights, Pixels colors, std::int64_t x, std::int64_t y,
+                               std::int64_t count) {
+                       return leastDiffering(heights, colors, before.run(x, y, count), count);
+                     });
 }

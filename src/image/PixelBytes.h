@@ -2,6 +2,8 @@
 
 #include <bit>
 #include <concepts>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 /// Pixels, 16-bit values and 64-bit pixels are big-endian in memory on every platform, so that an image is

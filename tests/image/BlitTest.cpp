@@ -64,14 +64,17 @@ ARect rect(const Geometry& area) {
 TEST(BitMapBlit, CopiesWhatBothHave) {
   Random random(8);
   for (const std::int32_t depth : {32, 64}) {
-    for (const Geometry& from : kGeometries) {
-      for (const Geometry& to : kGeometries) {
+    for (const Geometry& from : joined(kGeometries, kLargeGeometries)) {
+      for (const Geometry& to : joined(kGeometries, kLargeGeometries)) {
+        const auto isLarge = [](const Geometry& g) { return g.width * g.height > 1000; };
+        const bool large = isLarge(from);
+        if (large != isLarge(to)) continue;
         const OwnedBitMap source = randomBitMap(random, from, depth, 0xC3);
-        for (int round = 0; round < 12; ++round) {
+        for (int round = 0; round < (large ? 2 : 12); ++round) {
           const OwnedBitMap original = randomBitMap(random, to, depth);
           const auto x = static_cast<std::int32_t>(below(random, 40)) - 20;
           const auto y = round == 0 ? 0 : static_cast<std::int32_t>(below(random, 30)) - 15;
-          const Geometry area{static_cast<std::int32_t>(below(random, 20)),
+          const Geometry area{static_cast<std::int32_t>(below(random, large ? 1100 : 20)),
                               static_cast<std::int32_t>(below(random, 20)),
                               static_cast<std::int32_t>(below(random, 16)) - 8,
                               static_cast<std::int32_t>(below(random, 16)) - 8};
@@ -109,14 +112,27 @@ TEST(BitMapBlit, CopiesWhatBothHave) {
 
 TEST(BitMapBlit, OntoItself) {
   Random random(9);
-  for (const std::int32_t x : {-2, 0, 3}) {
-    for (const std::int32_t y : {-4, 0, 2}) {
-      OwnedBitMap map = randomBitMap(random, {9, 8}, 32);
-      const Bytes expected = copied(map, map, {9, 8}, x, y, false, replaced);
-      map.BltTo(map, x, y);
-      EXPECT_EQ(map.bytes(), expected) << x << "," << y;
+  for (const Geometry& g : {Geometry{9, 8}, {300, 6}}) {
+    for (const std::int32_t x : {-3, -2, 0, 3}) {
+      for (const std::int32_t y : {-4, 0, 2}) {
+        OwnedBitMap map = randomBitMap(random, g, 32);
+        const Bytes expected = copied(map, map, g, x, y, false, replaced);
+        map.BltTo(map, x, y);
+        EXPECT_EQ(map.bytes(), expected) << describe(map) << " " << x << "," << y;
+      }
     }
   }
+}
+
+TEST(BitMapBlit, StaleMarginsDoNotCount) {
+  Random random(24);
+  OwnedBitMap source = randomBitMap(random, {9, 8}, 32);
+  OwnedBitMap destination = randomBitMap(random, {9, 8}, 32);
+  const Bytes expected = copied(source, destination, {9, 8}, 2, -1, false, replaced);
+  setStaleMargins(source);
+  setStaleMargins(destination);
+  source.BltTo(destination, 2, -1);
+  EXPECT_EQ(destination.bytes(), expected);
 }
 
 TEST(BitMapBlit, OtherDepthsAndExtremePositionsStayInTheBuffers) {

@@ -21,7 +21,7 @@ void put(ABitMap& map, std::int32_t index, std::uint32_t value) {
 TEST(BitMapCompare, IsEqualLooksAtEverything) {
   Random random(11);
   for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
-    for (const Geometry& g : kGeometries) {
+    for (const Geometry& g : joined(kGeometries, kLargeGeometries)) {
       const OwnedBitMap map = randomBitMap(random, g, depth);
       SCOPED_TRACE(describe(map));
       OwnedBitMap other = copyOf(map);
@@ -58,7 +58,7 @@ TEST(BitMapCompare, IsEqualLooksAtEverything) {
 
 TEST(BitMapCompare, LogicalImages) {
   Random random(12);
-  for (const Geometry& g : kGeometries) {
+  for (const Geometry& g : joined(kGeometries, kLargeGeometries)) {
     const OwnedBitMap map = randomBitMap(random, g, 32);
     SCOPED_TRACE(describe(map));
     OwnedBitMap full;
@@ -83,7 +83,8 @@ TEST(BitMapCompare, LogicalImages) {
 
 TEST(BitMapCompare, FullChangedCountsPixels) {
   Random random(13);
-  for (const Geometry& g : {Geometry{1, 1}, {2, 2}, {9, 1}, {7, 6}, {1500, 4}, {5, 4, 2, 1, 0, 3}}) {
+  for (const Geometry& g :
+       {Geometry{1, 1}, {2, 2}, {9, 1}, {7, 6}, {1500, 4}, {5, 4, 2, 1, 0, 3}, {0, 0}, {0, 3}, {1, 0}}) {
     OwnedBitMap map = randomBitMap(random, g, 32);
     OwnedBitMap other = copyOf(map);
     SCOPED_TRACE(describe(map));
@@ -125,7 +126,7 @@ TEST(BitMapCompare, CompareForgivesShifts) {
   int agreed = 0;
   int rounds = 0;
   for (const Geometry& g :
-       {Geometry{12, 12}, {13, 13}, {30, 25}, {21, 19, 3, 2, 4, 5}, {33, 40, -2, -1, -3, 0}}) {
+       {Geometry{12, 12}, {13, 13}, {30, 25}, {21, 19, 3, 2, 4, 5}, {33, 40, -2, -1, -3, 0}, {70, 70}}) {
     for (int round = 0; round < 60; ++round) {
       // Rare places of agreement, so that each kind of neighbour decides now and then.
       const OwnedBitMap a = randomBitMap(random, g, 32);
@@ -143,6 +144,22 @@ TEST(BitMapCompare, CompareForgivesShifts) {
   }
   EXPECT_GT(agreed, rounds / 10);
   EXPECT_LT(agreed, rounds - rounds / 10);
+
+  // Twelve columns that differ leave the first of them alone unforgiven, wherever it lies in a long row's
+  // pieces, until one of them agrees.
+  const OwnedBitMap wide = randomBitMap(random, {1100, 14}, 32);
+  for (std::int32_t x = 1000; x <= 1088; ++x) {
+    OwnedBitMap other = copyOf(wide);
+    for (std::int32_t y = 1; y < 14; ++y) {
+      for (std::int32_t k = x; k < x + 12; ++k) other.buffer[4 * (1100 * y + k)] ^= 1;
+    }
+    EXPECT_EQ(wide.Compare(other), x < 1088 ? 0 : 1) << x;
+    for (std::int32_t k = x; k < x + 12; ++k) {
+      other.buffer[4 * (1100 + k)] ^= 1;
+      EXPECT_EQ(wide.Compare(other), 1) << x << " but for " << k;
+      other.buffer[4 * (1100 + k)] ^= 1;
+    }
+  }
 
   OwnedBitMap image;
   image.Allocate(40, 30, 32);
@@ -200,7 +217,7 @@ TEST(BitMapCompare, AlphaWithColors) {
 
 TEST(BitMapCompare, LeastHeights) {
   Random random(16);
-  for (const Geometry& g : {Geometry{1, 1}, {13, 9}, {5, 40}, {700, 3}}) {
+  for (const Geometry& g : {Geometry{1, 1}, {13, 9}, {5, 40}, {1100, 5}, {70, 70}}) {
     const OwnedBitMap heights = randomBitMap(random, g, 32);
     std::int32_t all = 5;
     for (std::int32_t i = 0; i < g.width * g.height; ++i) {
@@ -209,7 +226,7 @@ TEST(BitMapCompare, LeastHeights) {
     EXPECT_EQ(heights.MinValue32(5), all);
     EXPECT_EQ(heights.MinValue32(INT_MIN), INT_MIN);
     for (int round = 0; round < 40; ++round) {
-      const std::uint32_t widest = g.width > 100 ? 690 : 12;
+      const std::uint32_t widest = g.width > 60 ? static_cast<std::uint32_t>(g.width) : 12;
       Geometry c{1 + static_cast<std::int32_t>(below(random, widest)),
                  1 + static_cast<std::int32_t>(below(random, 12)),
                  static_cast<std::int32_t>(below(random, 8)) - 4,
@@ -217,7 +234,7 @@ TEST(BitMapCompare, LeastHeights) {
       OwnedBitMap colors = randomBitMap(random, c, 32, 0x11);
       // The greatest value that does not count.
       for (std::int32_t i = 0; i < c.width * c.height; i += 3) put(colors, i, 0x00FFFFFF);
-      Geometry m = kGeometries[below(random, std::size(kGeometries))];
+      const Geometry m = round % 2 == 0 ? kGeometries[below(random, std::size(kGeometries))] : g;
       const OwnedBitMap mask = randomBitMap(random, m, 32);
       OwnedBitMap previous = randomBitMap(random, g, 32, 0x11);
       const std::uint32_t minMask = static_cast<std::uint32_t>(random());
@@ -258,6 +275,11 @@ TEST(BitMapCompare, LeastHeights) {
   EXPECT_EQ(cropped.FullMinValue32ColorMap(77, cropped, nullptr, 0), 77);
   EXPECT_EQ(ABitMap{}.MinValue32(7), 7);
   EXPECT_EQ(randomBitMap(random, {5, 5}, 8).MinValue32(INT_MIN), INT_MIN);
+  // Pixels are 4 bytes apart at depth 64 as well, width x height of them.
+  OwnedBitMap wide;
+  wide.Allocate(2, 1, 64);
+  for (std::int32_t i = 0; i < 4; ++i) put(wide, i, static_cast<std::uint32_t>(-i));
+  EXPECT_EQ(wide.MinValue32(9), -1);
 }
 
 }  // namespace

@@ -21,7 +21,12 @@ TEST(BitMapCrop, OversizedIsTrimmedToTheImage) {
                         map.buffer + static_cast<std::size_t>(i + 1) * stride);
       }
       unsigned char* const buffer = map.buffer;
+      OwnedBitMap without;
+      static_cast<ABitMap&>(without) = map;
+      without.buffer = nullptr;
       map.CropOversized();
+      without.CropOversized();
+      EXPECT_EQ(describe(without), describe(map));
       EXPECT_EQ(map.buffer, buffer);
       EXPECT_EQ(map.bytes(), expected);
       EXPECT_EQ(map.left, std::max(g.left, 0));

@@ -21,6 +21,9 @@ struct OwnedBitMap : ABitMap {
   Bytes bytes() const { return {buffer, buffer + BufferBytes()}; }
 };
 
+/// Debugging stops so far (StopsTest.cpp).
+extern int gStops;
+
 /// The four margins and the stored size of a test image.
 struct Geometry {
   std::int32_t width, height, left = 0, top = 0, right = 0, bottom = 0;
@@ -38,6 +41,18 @@ inline const Geometry kGeometries[] = {{1, 1},
                                        {15, 13, -2, -3, -1, -4},
                                        {9, 8, 4, -2, -3, 5},
                                        {6, 6, -2, 0, 2, 0}};
+/// Images of which the work is done in more than one piece, be it of rows or of all pixels.
+inline const Geometry kLargeGeometries[] = {{1100, 5}, {70, 70}};
+/// Without a pixel, but with a buffer.
+inline const Geometry kEmptyGeometries[] = {{0, 0}, {0, 4}, {5, 0}};
+
+/// The lists one after the other.
+template <std::size_t... kCounts>
+std::vector<Geometry> joined(const Geometry (&... lists)[kCounts]) {
+  std::vector<Geometry> all;
+  (all.insert(all.end(), lists, lists + kCounts), ...);
+  return all;
+}
 
 inline std::string describe(const ABitMap& map) {
   return std::to_string(map.width) + "x" + std::to_string(map.height) + "x" + std::to_string(map.depth) +
@@ -51,10 +66,22 @@ inline OwnedBitMap randomBitMap(Random& random, const Geometry& g, std::int32_t 
   OwnedBitMap map;
   map.AllocateCropped(g.left + g.width + g.right, g.top + g.height + g.bottom, g.top, g.left,
                       g.top + g.height, g.left + g.width, depth);
+  if (map.buffer == nullptr) map.Allocate(map.fullWidth, map.fullHeight, depth);
   for (std::int32_t i = 0; i < map.BufferBytes(); ++i)
     map.buffer[i] = static_cast<unsigned char>(random() & mask);
   map.fillValue = static_cast<std::uint32_t>(random());
   return map;
+}
+
+/// Gives a bitmap the margins that `Allocate` leaves behind in one that was cropped.
+inline void setStaleMargins(ABitMap& map) {
+  map.left = 3;
+  map.top = -2;
+  map.right = 1;
+  map.bottom = 7;
+}
+inline void clearMargins(ABitMap& map) {
+  map.left = map.top = map.right = map.bottom = 0;
 }
 
 /// The 32-bit pixel at a byte position, put together by hand.

@@ -117,6 +117,19 @@ TEST(BitMapPaint, RectanglesAreClipped) {
   none.FlipVert();
 }
 
+TEST(BitMapPaint, StaleMarginsDoNotCount) {
+  for (const RectOperation& operation : kRectOperations) {
+    Random random(26);
+    OwnedBitMap map = randomBitMap(random, {7, 5}, 32, 0x40);
+    OwnedBitMap plain = randomBitMap(random, {7, 5}, 32, 0x40);
+    std::memcpy(plain.buffer, map.buffer, static_cast<std::size_t>(map.BufferBytes()));
+    setStaleMargins(map);
+    operation.apply(map, {1, 2, 9, 2});
+    operation.apply(plain, {1, 2, 9, 2});
+    EXPECT_EQ(map.bytes(), plain.bytes()) << operation.name;
+  }
+}
+
 TEST(BitMapPaint, KnownPixels) {
   OwnedBitMap map;
   map.Allocate(2, 1, 32);
@@ -144,7 +157,7 @@ TEST(BitMapPaint, WholeImagesChangeStoredPixelsAlone) {
   Random random(6);
   constexpr std::uint64_t kValue = 0xF1E2D3C4B5A69788;
   for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
-    for (const Geometry& g : kGeometries) {
+    for (const Geometry& g : joined(kGeometries, kLargeGeometries)) {
       const OwnedBitMap original = randomBitMap(random, g, depth);
       const OwnedBitMap other = randomBitMap(random, g, depth);
       SCOPED_TRACE(describe(original));
@@ -199,7 +212,7 @@ TEST(BitMapPaint, WholeImagesChangeStoredPixelsAlone) {
       check(
           [&](ABitMap& m) {
             m.FlipVert();
-            EXPECT_EQ(m.top, depth >= 32 ? g.bottom : g.top);
+            EXPECT_EQ(describe(m), describe(original));
           },
           flipped);
     }
@@ -218,6 +231,16 @@ TEST(BitMapPaint, OtherDepthsAndSizesStayInTheBuffers) {
     other.Blend3QtrIntensiy(map);
     EXPECT_EQ(map.WriteAlphaToMaterial(other, 0), 0);
   }
+  // Pixels of material and source are 4 bytes apart at depth 64 as well.
+  OwnedBitMap wide = randomBitMap(random, {5, 3}, 64);
+  const OwnedBitMap narrow = randomBitMap(random, {5, 3}, 32);
+  std::vector<Word> expected = wordsOf(wide);
+  for (std::size_t i = 0; i < 15; ++i) {
+    const auto value = static_cast<std::int32_t>(wordsOf(narrow)[i]);
+    expected[i] = (expected[i] & 0xFFFFFF00) | (value < 1000 ? 0xFF : 0);
+  }
+  EXPECT_EQ(wide.WriteAlphaToMaterial(narrow, 1000), 1);
+  EXPECT_EQ(wide.bytes(), bytesOf(expected));
   OwnedBitMap a = randomBitMap(random, {5, 5}, 32);
   EXPECT_EQ(a.WriteAlphaToMaterial(randomBitMap(random, {4, 5, 1, 0, 0, 0}, 32), 0), 0);
 }
@@ -250,6 +273,11 @@ TEST(BitMapPaint, ContrastIsStretched) {
       {"one value", 8, {7, 7}, {7, 7}, {1, 1}},
       {"flat", 8, {128, 128}, {128, 128}, {128, 128}},
       {"16 bits", 16, {0x80, 0x64, 0x80, 0x00}, {0xFF, 0xFF, 0, 0}, {0xFF, 0xFF, 0x80, 0x00}},
+      {"nearly all of 16 bits",
+       16,
+       {0, 0, 0xFD, 0xE8, 0x75, 0x30},
+       {0, 0, 0xFF, 0xFF, 0x76, 0x27},
+       {0, 1, 0xFD, 0xE7, 0x75, 0x31}},
       {"color",
        32,
        {0xEE, 10, 20, 30, 0, 30, 20, 10},

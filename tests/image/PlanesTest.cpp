@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <climits>
 
 #include "ImageSupport.h"
 
@@ -40,7 +41,7 @@ Bytes plane(const ABitMap& map, bool padded, unsigned char fill, std::size_t gap
 TEST(BitMapPlanes, HaveTheirLayout) {
   Random random(4);
   for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
-    for (const Geometry& g : kGeometries) {
+    for (const Geometry& g : joined(kGeometries, kLargeGeometries)) {
       const OwnedBitMap map = randomBitMap(random, g, depth);
       SCOPED_TRACE(describe(map));
       const std::int32_t bytesPerPixel = depth / 8;
@@ -60,9 +61,9 @@ TEST(BitMapPlanes, HaveTheirLayout) {
             const Bytes one = plane(map, false, 0, 0, channel(c));
             expected.insert(expected.end(), one.begin(), one.end());
           }
-          EXPECT_EQ(
-              written(4000, [&](unsigned char* p) { return map.WriteRGBToBuffer(p, 9, withAlpha, oneWord); }),
-              expected);
+          EXPECT_EQ(written(30000,
+                            [&](unsigned char* p) { return map.WriteRGBToBuffer(p, 9, withAlpha, oneWord); }),
+                    expected);
         }
       }
       for (const bool padded : {false, true}) {
@@ -71,17 +72,19 @@ TEST(BitMapPlanes, HaveTheirLayout) {
           if (wordFirst) expected.insert(expected.begin(), 2, 0);
           if (depth != 8) expected.clear();
           EXPECT_EQ(
-              written(2000, [&](unsigned char* p) { return map.Write8ToBuffer(p, 7, padded, wordFirst); }),
+              written(7000, [&](unsigned char* p) { return map.Write8ToBuffer(p, 7, padded, wordFirst); }),
               expected);
         }
-        for (const long threshold : {-2147483647L - 1, -5L, 0L, 0x12345678L, 2147483647L}) {
+        // The ends are beyond 32 bits where the type is.
+        for (const long threshold :
+             {LONG_MIN, LONG_MIN + 1, -2147483647L - 1, -5L, 0L, 0x12345678L, 2147483647L, LONG_MAX}) {
           Bytes expected = plane(map, padded, 7, 0, [&](std::size_t i) -> unsigned char {
             return depth >= 32 && static_cast<std::int32_t>(word(&pixels[4 * i])) < threshold ? 255 : 0;
           });
           expected.insert(expected.begin(), 2, 0);
           if (depth < 32) expected.clear();
           EXPECT_EQ(
-              written(2000,
+              written(7000,
                       [&](unsigned char* p) { return map.WriteAlphaToBuffer(p, threshold, 7, 8, padded); }),
               expected);
         }
@@ -94,12 +97,24 @@ TEST(BitMapPlanes, HaveTheirLayout) {
           Bytes expected;
           if (taken) expected = plane(map, true, 0, static_cast<std::size_t>(gap), channel(c));
           EXPECT_EQ(
-              written(3000, [&](unsigned char* p) { return map.WriteOneRGBAOffsetToBuffer(p, 9, c, gap); }),
+              written(7000, [&](unsigned char* p) { return map.WriteOneRGBAOffsetToBuffer(p, 9, c, gap); }),
               expected);
         }
       }
     }
   }
+}
+
+TEST(BitMapPlanes, StaleMarginsDoNotCount) {
+  Random random(25);
+  OwnedBitMap map = randomBitMap(random, {6, 5}, 8);
+  const Bytes pixels = map.bytes();
+  setStaleMargins(map);
+  EXPECT_EQ(written(100, [&](unsigned char* p) { return map.Write8ToBuffer(p, 7, true, false); }), pixels);
+  // Without a buffer there is still padding.
+  map.Free();
+  EXPECT_EQ(written(100, [&](unsigned char* p) { return map.Write8ToBuffer(p, 7, true, false); }),
+            Bytes(30, 7));
 }
 
 struct ChannelCase {
@@ -168,6 +183,17 @@ TEST(BitMapPlanes, ChannelsAreRead) {
   EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 5, 5, 3, 3, 3, 3), -1);
   EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 1, 1, -1, -1, 0, 0), 0);
   EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 1, 1, 0, 0, 65536, 65536), -1);
+  // What cannot be the data of so large a channel does not get as far as memory for it.
+  gMemAllocationFailed = 0;
+  EXPECT_EQ(none.ReadAlphaFromBuffer(raw, 3, 65536, 65536, 0, 0, 65536, 65536), -1);
+  EXPECT_EQ(gMemAllocationFailed, 0);
+  // A record count of a height below 0 is none.
+  const unsigned char runs[] = {9, 9, 9, 9, 9, 9, 9, 9, 0, 1, 0, 5};
+  ABitMap upsideDown{4, 4, 32, 4, -4};
+  unsigned char pixel[64] = {};
+  upsideDown.buffer = pixel;
+  EXPECT_EQ(upsideDown.ReadRGBAChannelFromBuffer(runs + 8, 4, 0), 0);
+  EXPECT_EQ(Bytes(pixel, pixel + 64), Bytes(64, 0));
 }
 
 }  // namespace

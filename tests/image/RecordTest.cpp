@@ -69,7 +69,7 @@ TEST(BitMapRecord, RefusesSizesThatDoNotFit) {
 TEST(BitMapRecord, ReadsEveryPositionOfTheLogicalImage) {
   Random random(1);
   for (const std::int32_t depth : {8, 32}) {
-    for (const Geometry& g : kGeometries) {
+    for (const Geometry& g : joined(kGeometries, kEmptyGeometries)) {
       const OwnedBitMap map = randomBitMap(random, g, depth);
       SCOPED_TRACE(describe(map));
       for (std::int32_t y = -5; y < map.fullHeight + 5; ++y) {
@@ -142,7 +142,7 @@ class HostBitMap : public testing::Test {
 
 TEST_F(HostBitMap, IsAttachedCopiedAndExpanded) {
   Random random(2);
-  for (const Geometry& g : kGeometries) {
+  for (const Geometry& g : joined(kGeometries, kEmptyGeometries)) {
     const OwnedBitMap source = randomBitMap(random, g, 32);
     SCOPED_TRACE(describe(source));
     describeAs(source);
@@ -154,7 +154,9 @@ TEST_F(HostBitMap, IsAttachedCopiedAndExpanded) {
     EXPECT_EQ(attached.buffer, host_->pixels);
 
     OwnedBitMap copy;
+    gStops = 0;
     EXPECT_EQ(copy.CreateFromABMap(&host_->map), 0);
+    EXPECT_EQ(gStops, source.fullWidth != 0 || source.fullHeight != 0 ? 1 : 0);
     EXPECT_EQ(copy.bytes(), source.bytes());
     EXPECT_EQ(copy.fullWidth, g.width);
 
@@ -171,6 +173,11 @@ TEST_F(HostBitMap, IsAttachedCopiedAndExpanded) {
     EXPECT_EQ(unpadded.CreateUnpaddedFrom(source), 0);
     EXPECT_EQ(unpadded.fillValue, 3U);
     EXPECT_EQ(unpadded.bytes(), full.bytes());
+    OwnedBitMap itself = randomBitMap(random, g, 32);
+    std::memcpy(itself.buffer, source.buffer, static_cast<std::size_t>(source.BufferBytes()));
+    itself.fillValue = source.fillValue;
+    EXPECT_EQ(itself.CreateUnpaddedFrom(itself), 0);
+    EXPECT_EQ(itself.bytes(), full.bytes());
     ASSERT_EQ(full.BufferBytes(), 4 * source.fullWidth * source.fullHeight);
     for (std::int32_t i = 0; i < source.fullWidth * source.fullHeight; ++i) {
       ASSERT_EQ(word(full.buffer + 4 * i), logical(source, i % source.fullWidth, i / source.fullWidth)) << i;
@@ -188,7 +195,9 @@ TEST_F(HostBitMap, WithoutFullSizeOrPixels) {
   EXPECT_EQ(attached.InitFromABMap(&host_->map), 0);
   EXPECT_EQ(describe(attached), "4x3x16 l0 t0 r0 b0");
   OwnedBitMap copy;
+  gStops = 0;
   EXPECT_EQ(copy.CreateFromABMap(&host_->map), 0);
+  EXPECT_EQ(gStops, 0);
   EXPECT_EQ(copy.bytes(), source.bytes());
   OwnedBitMap other;
   other.depth = 32;

@@ -8,8 +8,13 @@
 
 namespace {
 
-/// A value of `bits` bits, of an uncropped image, put together by hand; positions are held in the image.
+/// A value of an uncropped image, put together by hand; positions are held in the image. The fill value
+/// where there is no pixel.
 std::int64_t sample(const ABitMap& map, std::int64_t x, std::int64_t y) {
+  if (map.width == 0 || map.height == 0) {
+    if (map.depth == 32) return static_cast<std::int32_t>(map.fillValue);
+    return map.fillValue & (map.depth == 8 ? 0xFF : 0xFFFF);
+  }
   x = std::clamp<std::int64_t>(x, 0, map.width - 1);
   y = std::clamp<std::int64_t>(y, 0, map.height - 1);
   const unsigned char* at = map.buffer + (y * map.width + x) * (map.depth / 8);
@@ -83,14 +88,16 @@ std::vector<std::int32_t> positions(Random& random, std::int32_t size) {
     list.push_back(static_cast<std::int32_t>(-end + d));
   }
   for (int i = 0; i < 12; ++i) {
-    list.push_back(static_cast<std::int32_t>(below(random, static_cast<std::uint32_t>(3 * end)) - end));
+    list.push_back(static_cast<std::int32_t>(
+        below(random, static_cast<std::uint32_t>(std::max<std::int64_t>(3 * end, 1))) - end));
   }
   return list;
 }
 
 TEST(BitMapSample, BilinearByTheFormulas) {
   Random random(20);
-  for (const Geometry& g : {Geometry{1, 1}, {1, 7}, {6, 1}, {2, 2}, {3, 5}, {17, 11}}) {
+  const Geometry geometries[] = {{1, 1}, {1, 7}, {6, 1}, {2, 2}, {3, 5}, {17, 11}};
+  for (const Geometry& g : joined(geometries, kEmptyGeometries)) {
     const OwnedBitMap heights = randomBitMap(random, g, 32);
     const OwnedBitMap alpha16 = randomBitMap(random, g, 16);
     const OwnedBitMap alpha8 = randomBitMap(random, g, 8);
@@ -122,6 +129,15 @@ TEST(BitMapSample, CroppedAndOtherDepths) {
     const auto y = static_cast<std::int32_t>(random() % 0xB0000) - 0x10000;
     ASSERT_EQ(cropped.InterpolateZData_Safe(x, y), full.InterpolateZData_Safe(x, y));
   }
+  // Stale margins make no difference, neither to an image nor to what lies under another depth.
+  OwnedBitMap stale = randomBitMap(random, {5, 4}, 64);
+  const std::int32_t fromWords = stale.InterpolateZData_Safe(0x28000, 0x18000);
+  stale.depth = 32;
+  const std::int32_t sampled = stale.InterpolateZData_Safe(0x28000, 0x18000);
+  setStaleMargins(stale);
+  EXPECT_EQ(stale.InterpolateZData_Safe(0x28000, 0x18000), sampled);
+  stale.depth = 64;
+  EXPECT_EQ(stale.InterpolateZData_Safe(0x28000, 0x18000), fromWords);
   OwnedBitMap grey = randomBitMap(random, {5, 5}, 8);
   grey.fillValue = 0x12345678;
   EXPECT_EQ(grey.InterpolateZData_Safe(0x40000, 0x40000), 0x12345678);
@@ -216,6 +232,16 @@ TEST(BitMapSample, HalfSize) {
   itself.CreateHalfSizeBitMap(half);
   EXPECT_EQ(itself.CreateHalfSizeBitMap(itself), 0);
   EXPECT_EQ(itself.bytes(), half.bytes());
+  // Another bitmap of the size asked for is not taken as it is, nor is anything done without a source.
+  OwnedBitMap source = randomBitMap(random, {8, 6}, 32);
+  OwnedBitMap grey = randomBitMap(random, {4, 3}, 8);
+  EXPECT_EQ(source.CreateHalfSizeBitMap(grey), 0);
+  EXPECT_EQ(describe(grey), "4x3x32 l0 t0 r0 b0");
+  source.CreateHalfSizeBitMap(half);
+  EXPECT_EQ(grey.bytes(), half.bytes());
+  source.Free();
+  ABitMap_BltRGBAHalfSizentialisedQubic(source, grey, ARect(), ARect::FromWhole(0, 0, 4, 3));
+  EXPECT_EQ(grey.bytes(), half.bytes());
   OwnedBitMap narrow = randomBitMap(random, {1, 6}, 32);
   EXPECT_EQ(narrow.CreateHalfSizeBitMap(half), -1);
   EXPECT_EQ(half.BufferBytes(), 4 * 3 * 4);

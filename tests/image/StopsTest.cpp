@@ -6,9 +6,10 @@
 #include "geometry/Rect.h"
 #include "image/Color.h"
 
+int gStops = 0;
+
 namespace {
 
-int gStops = 0;
 std::string gMessage;
 
 }  // namespace
@@ -35,6 +36,8 @@ TEST(BitMapStops, MarkWhatShouldNotOccur) {
   const OwnedBitMap larger = randomBitMap(random, {7, 5}, 32);
   OwnedBitMap target = randomBitMap(random, {6, 5}, 32);
   const unsigned char code2[] = {0, 2, 0, 0};
+  // 129 bytes for 30 pixels, behind five row counts.
+  const unsigned char tooMuch[] = {0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 128, 5};
   const std::vector<StopCase> cases = {
       {"Paint", [](ABitMap& m) { m.Paint(1U, 0, 0, 9, 9); }, "11101"},
       {"Paint all", [](ABitMap& m) { m.Paint(std::uint64_t{1}); }, "00000"},
@@ -49,6 +52,15 @@ TEST(BitMapStops, MarkWhatShouldNotOccur) {
       {"FlipVert", [](ABitMap& m) { m.FlipVert(); }, "11100"},
       {"BlendQtrIntensiy", [&](ABitMap& m) { m.BlendQtrIntensiy(other); }, "11101"},
       {"Blend3QtrIntensiy", [&](ABitMap& m) { m.Blend3QtrIntensiy(other); }, "11101"},
+      {"BlendQtrIntensiy, both", [](ABitMap& m) { m.BlendQtrIntensiy(m); }, "11101"},
+      {"DownsizeWidth, oversized", [](ABitMap& m) { m.left = -2, m.fullWidth -= 2, m.DownsizeWidth(2); },
+       "00010"},
+      {"DownsizeHeight, oversized", [](ABitMap& m) { m.top = -1, m.fullHeight -= 1, m.DownsizeHeight(2); },
+       "00010"},
+      {"too much data", [&](ABitMap& m) { m.ReadRGBAChannelFromBuffer(tooMuch, sizeof tooMuch, 0); },
+       "11111"},
+      {"too much alpha",
+       [&](ABitMap& m) { m.ReadAlphaFromBuffer(tooMuch, sizeof tooMuch, 6, 5, 0, 0, 5, 6); }, "11111"},
       {"WriteAlphaToMaterial", [&](ABitMap& m) { m.WriteAlphaToMaterial(larger, 0); }, "00011"},
       {"BltTo", [&](ABitMap& m) { m.BltTo(target, 0, 0); }, "00000"},
       {"BltToAutoOpacity", [&](ABitMap& m) { m.BltToAutoOpacity(target, ARect(), APoint()); }, "11101"},
