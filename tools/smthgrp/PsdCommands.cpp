@@ -68,7 +68,9 @@ void savePsd(const std::string& path, ABitMap& map, bool grey, bool withAlpha) {
 void flatten(const Request& request) {
   const bool png = endsIn(request.output, ".png");
   if (!png && !endsIn(request.output, ".psd")) {
-    throw Failure(request.output + ": the output must end in .png or .psd", kUsageError);
+    throw Failure(
+        (request.output.empty() ? "\"\"" : request.output) + ": the output must end in .png or .psd",
+        kUsageError);
   }
   requireOtherFile(request.output, request.file);
   const PsdDocument document = readPsd(request.file);
