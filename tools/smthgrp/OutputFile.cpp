@@ -11,25 +11,12 @@
 #include <memory>
 
 #include "smthgrp/Failure.h"
+#include "smthgrp/FileDescriptor.h"
 
 namespace smthgrp {
 namespace {
 
 constexpr std::size_t kChunkBytes = std::size_t{64} * 1024;
-
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int number) : number_(number) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() {
-    if (number_ >= 0) close(number_);
-  }
-  operator int() const { return number_; }
-
- private:
-  int number_;
-};
 
 /// Calls `visit` with one piece of the file after the other.
 template <class Visitor>
@@ -113,20 +100,35 @@ int openTarget(const std::string& path, int flags) {
 /// errors.
 std::optional<WrittenFile> exportToDevice(PluginLibrary& library, const char* name, double number,
                                           const std::string& path) {
-  const FileDescriptor memory(memfd_create("smthgrp", MFD_CLOEXEC));
-  if (memory < 0) throw systemFailure(outputName(path));
-  const std::string memoryPath = "/proc/self/fd/" + std::to_string(memory);
-  if (library.call(name, memoryPath.c_str(), number).value < 0) return std::nullopt;
-  WrittenFile written = checkComplete(memory, outputName(path));
+  const MemoryFile memory(outputName(path));
+  if (library.call(name, memory.path().c_str(), number).value < 0) return std::nullopt;
+  WrittenFile written = checkComplete(memory.descriptor(), outputName(path));
   written.announce = false;
-  if (lseek(memory, 0, SEEK_SET) != 0) throw systemFailure(outputName(path));
+  if (lseek(memory.descriptor(), 0, SEEK_SET) != 0) throw systemFailure(outputName(path));
   const FileDescriptor device(openTarget(path, 0));
   if (device < 0) throw systemFailure(outputName(path));
-  copyInto(device, memory, outputName(path));
+  copyInto(device, memory.descriptor(), outputName(path));
   return written;
 }
 
 }  // namespace
+
+MemoryFile::MemoryFile(const std::string& file) : file_(memfd_create("smthgrp", MFD_CLOEXEC)) {
+  if (file_ < 0) throw systemFailure(file);
+}
+
+std::string MemoryFile::path() const {
+  return "/proc/self/fd/" + std::to_string(file_);
+}
+
+std::string MemoryFile::content(const std::string& file) const {
+  std::string text;
+  struct stat status {};
+  if (fstat(file_, &status) == 0) text.reserve(static_cast<std::size_t>(status.st_size));
+  if (lseek(file_, 0, SEEK_SET) != 0) throw systemFailure(file);
+  readThrough(file_, file, [&text](std::string_view piece) { text += piece; });
+  return text;
+}
 
 std::string outputName(const std::string& path) {
   return path == kStandardOutput ? "standard output" : path;

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "smthgrp/FileDescriptor.h"
 #include "smthgrp/PluginLibrary.h"
 
 namespace smthgrp {
@@ -16,6 +17,18 @@ struct WrittenFile {
   std::uint64_t vertices = 0;
   std::uint64_t faces = 0;
   bool announce = true;  ///< false for a device, a pipe and what standard output goes to
+};
+
+/// A file in memory, for what the library writes only to a path. Failures name `file`, for which it stands.
+class MemoryFile {
+ public:
+  explicit MemoryFile(const std::string& file);
+  std::string path() const;
+  int descriptor() const { return file_; }
+  std::string content(const std::string& file) const;
+
+ private:
+  FileDescriptor file_;
 };
 
 /// `path` as messages call it.

@@ -2,11 +2,11 @@
 
 #include <png.h>
 
-#include <cstdio>
 #include <memory>
 #include <vector>
 
 #include "smthgrp/Failure.h"
+#include "smthgrp/OutputFile.h"
 
 namespace smthgrp {
 namespace {
@@ -45,16 +45,12 @@ void writePng(const std::string& path, const ABitMap& map, PngColours colours) {
   image.width = static_cast<png_uint_32>(map.width);
   image.height = static_cast<png_uint_32>(map.height);
   image.format = format;
-  std::FILE* const file = std::fopen(path.c_str(), "wb");
-  if (file == nullptr) throw systemFailure(path);
-  const bool written = png_image_write_to_stdio(&image, file, 0, samples.data(), 0, nullptr) != 0;
-  const std::string reason = written ? "" : image.message;
-  errno = 0;
-  if (std::fclose(file) == 0 && written) return;
-  const int error = errno;
-  std::remove(path.c_str());
-  if (error != 0) throw systemFailure(path, error);
-  throw Failure(path + ": cannot be written as PNG" + (reason.empty() ? "" : ": " + reason));
+  png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+  const auto file = std::make_unique_for_overwrite<char[]>(size);
+  if (png_image_write_to_memory(&image, file.get(), &size, 0, samples.data(), 0, nullptr) == 0) {
+    throw Failure(path + ": cannot be written as PNG: " + image.message);
+  }
+  writeFile(path, {file.get(), size});
 }
 
 }  // namespace smthgrp

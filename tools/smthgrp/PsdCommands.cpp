@@ -1,16 +1,18 @@
 #include "smthgrp/PsdCommands.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "smthgrp/Failure.h"
+#include "smthgrp/OutputFile.h"
 #include "smthgrp/PngFile.h"
 #include "smthgrp/PsdDocument.h"
 #include "smthgrp/PsdInfo.h"
+#include "smthgrp/PsdPixels.h"
 #include "smthgrp/SafeFileNames.h"
 #include "smthgrp/TerminalText.h"
 
@@ -23,15 +25,7 @@ struct Request {
   bool json = false;
 };
 
-class OwnedBitMap : public ABitMap {
- public:
-  OwnedBitMap() = default;
-  OwnedBitMap(const OwnedBitMap&) = delete;
-  OwnedBitMap& operator=(const OwnedBitMap&) = delete;
-  ~OwnedBitMap() { Free(); }
-};
-
-/// Two colours at most: grey. What the channels of other modes mean the library does not know.
+/// What the channels of other modes mean the library does not know.
 void requireReadable(const std::string& path, const PsdDocument& document) {
   const PSDHeader& header = document.header;
   if (header.depth != 8) {
@@ -48,117 +42,78 @@ void requireReadable(const std::string& path, const PsdDocument& document) {
   }
 }
 
-bool isGrey(const PsdDocument& document) {
-  const PSDFileMode mode = document.header.mode;
-  return mode == PSDFileMode::grayscale || mode == PSDFileMode::duotone ||
-         (mode == PSDFileMode::multichannel && document.header.channels < 3);
-}
-
 bool endsIn(const std::string& path, const std::string& ending) {
   std::string last = path.size() < ending.size() ? "" : path.substr(path.size() - ending.size());
   for (char& c : last) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   return last == ending;
 }
 
-void saveFlat(const std::string& path, ABitMap& map, bool grey, bool withAlpha) {
+/// Through memory, so that nothing is half written where the library gives up: short of memory it says that
+/// all went well.
+void savePsd(const std::string& path, ABitMap& map, bool grey, bool withAlpha) {
   for (std::int32_t i = 0; grey && i < map.BufferBytes(); i += 4) {
     unsigned char* const pixel = map.buffer + i;
     if (withAlpha) pixel[0] = pixel[2];
     pixel[2] = pixel[3] = pixel[1];
   }
-  // Absolute: the library takes some beginnings of paths for prefixes.
-  if (map.SavePSD(std::filesystem::absolute(path).c_str(), withAlpha) != 0) {
-    throw Failure(path + ": cannot be written");
-  }
+  const MemoryFile file(path);
+  if (map.SavePSD(file.path().c_str(), withAlpha) != 0) throw Failure(path + ": cannot be written");
+  constexpr std::size_t kFrameBytes = 40;
+  const std::size_t planes = static_cast<std::size_t>(map.BufferBytes()) / 4 * (withAlpha ? 4 : 3);
+  const std::string content = file.content(path);
+  if (content.size() != kFrameBytes + planes) throw Failure(path + ": not enough memory to write it");
+  writeFile(path, content);
 }
 
 void flatten(const Request& request) {
   const bool png = endsIn(request.output, ".png");
   if (!png && !endsIn(request.output, ".psd")) {
-    throw Failure(request.output + ": the output must end in .png or .psd", kUsageError);
+    throw Failure(
+        (request.output.empty() ? "\"\"" : request.output) + ": the output must end in .png or .psd",
+        kUsageError);
   }
+  requireOtherFile(request.output, request.file);
   const PsdDocument document = readPsd(request.file);
   requireReadable(request.file, document);
-  if (document.mergedCompression > 1) {
-    throw Failure(request.file + ": the merged image is compressed in a way that cannot be read: " +
-                  compressionName(document.mergedCompression));
-  }
   OwnedBitMap map;
-  const auto size = static_cast<std::int32_t>(document.bytes.size());
-  if (map.LoadPSD(nullptr, true, document.bytes.data(), size) != 0) {
-    throw Failure(request.file + ": the merged image cannot be read, it is cut off or too large");
-  }
-  if (map.width == 0 || map.height == 0) throw Failure(request.file + ": has no pixels");
+  readMerged(request.file, document, map);
   const bool grey = isGrey(document);
-  const bool withAlpha = document.header.channels >= (grey ? 2 : 4);
+  const bool withAlpha = mergedHasAlpha(document);
   if (png) {
     const PngColours colours = grey ? (withAlpha ? PngColours::kGreyAlpha : PngColours::kGrey)
                                     : (withAlpha ? PngColours::kRgba : PngColours::kRgb);
     writePng(request.output, map, colours);
   } else {
-    saveFlat(request.output, map, grey, withAlpha);
+    savePsd(request.output, map, grey, withAlpha);
   }
   std::printf("%s: %d x %d\n", printable(request.output).c_str(), map.width, map.height);
-}
-
-/// The pixels of a layer's own rectangle; false for a layer without any, such as a folder of layers.
-bool readLayer(const std::string& path, const PsdDocument& document, const PsdDocument::Layer& layer,
-               ABitMap& map, bool& withAlpha) {
-  if (layer.width() < 1 || layer.height() < 1) return false;
-  const Failure broken(path + ": the pixels of layer \"" + printable(layer.name) + "\" cannot be read");
-  std::uint64_t stored = 0;
-  for (const PsdDocument::Channel& channel : layer.channels) stored += channel.size;
-  // Run-length data unpack to 65 times their size at most; no memory for what cannot be there.
-  const std::uint64_t pixels =
-      static_cast<std::uint64_t>(layer.width()) * static_cast<std::uint64_t>(layer.height());
-  if (layer.width() > INT32_MAX || layer.height() > INT32_MAX || pixels > 65 * stored) throw broken;
-  if (map.Allocate(static_cast<std::int32_t>(layer.width()), static_cast<std::int32_t>(layer.height()), 32) ==
-      nullptr) {
-    throw broken;
-  }
-  map.ClearBuffer();
-  withAlpha = false;
-  for (const PsdDocument::Channel& channel : layer.channels) {
-    const std::int32_t number = channel.id == -1 ? 3 : channel.id;
-    if (number < 0 || number > 3) continue;
-    if (channel.compression > 1) {
-      throw Failure(path + ": layer \"" + printable(layer.name) +
-                    "\" is compressed in a way that cannot be read: " + compressionName(channel.compression));
-    }
-    withAlpha = withAlpha || number == 3;
-    const unsigned char* const data = document.bytes.data() + channel.position;
-    if (map.ReadRGBAChannelFromBuffer(data, static_cast<std::int32_t>(channel.size), number) != 0)
-      throw broken;
-  }
-  return true;
 }
 
 void extractLayers(const Request& request) {
   const PsdDocument document = readPsd(request.file);
   requireReadable(request.file, document);
+  if (document.layers.empty())
+    throw Failure(request.file + ": has no layers; smthgrp psd flatten writes its image");
+  // All that can be refused beforehand is, so that it leaves no folder and no files.
+  SafeFileNames names;
+  std::vector<std::pair<const PsdDocument::Layer*, std::string>> outputs;
+  for (const PsdDocument::Layer& layer : document.layers) {
+    if (!hasPixels(request.file, document, layer)) continue;
+    const std::string name = names.take(layer.name.empty() ? "layer" : layer.name, ".png");
+    outputs.emplace_back(&layer, (std::filesystem::path(request.output) / name).string());
+    requireOtherFile(outputs.back().second, request.file);
+  }
   std::error_code error;
   std::filesystem::create_directories(request.output, error);
   if (error) throw systemFailure(request.output, error.value());
-  SafeFileNames names;
-  std::size_t written = 0;
-  for (const PsdDocument::Layer& layer : document.layers) {
+  for (const auto& [layer, path] : outputs) {
     OwnedBitMap map;
-    bool withAlpha = false;
-    if (!readLayer(request.file, document, layer, map, withAlpha)) continue;
-    if (isGrey(document)) {
-      for (std::int32_t i = 0; i < map.BufferBytes(); i += 4)
-        map.buffer[i + 2] = map.buffer[i + 3] = map.buffer[i + 1];
-    }
-    const std::string path =
-        (std::filesystem::path(request.output) / names.take(layer.name, ".png")).string();
+    const bool withAlpha = readLayer(request.file, document, *layer, map);
     writePng(path, map, withAlpha ? PngColours::kRgba : PngColours::kRgb);
-    std::printf("%s: %d x %d at %d, %d\n", printable(path).c_str(), map.width, map.height, layer.record.left,
-                layer.record.top);
-    ++written;
+    std::printf("%s: %d x %d at %d, %d\n", printable(path).c_str(), map.width, map.height, layer->record.left,
+                layer->record.top);
   }
-  const std::size_t empty = document.layers.size() - written;
-  if (document.layers.empty())
-    throw Failure(request.file + ": has no layers; smthgrp psd flatten writes its image");
+  const std::size_t empty = document.layers.size() - outputs.size();
   if (empty > 0) std::printf("%s without pixels\n", counted(empty, "layer").c_str());
 }
 
@@ -169,7 +124,8 @@ constexpr const char* kFooter = R"(Examples:
   smthgrp psd layers picture.psd -o layers
 
 Reads 8-bit grayscale, RGB, multichannel and duotone (as grey) documents, raw or run-length compressed. flatten
-writes the merged image that the file holds; layers writes each layer in its own size, without blending.)";
+writes the merged image that the file holds; layers writes each layer in its own size, without blending.
+Files that are there are overwritten, but never the one that is read.)";
 
 }  // namespace
 

@@ -1,25 +1,51 @@
 #include "smthgrp/PsdDocument.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 
 #include "image/psd/Cursor.h"
 #include "image/psd/Sections.h"
 #include "smthgrp/Failure.h"
+#include "smthgrp/FileDescriptor.h"
 
 namespace smthgrp {
 namespace {
 
 using psd::Reader;
 
+/// The whole file, which may be a pipe. Nothing but its beginning where that is no PSD file's.
 std::vector<unsigned char> readBytes(const std::string& path) {
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  std::vector<unsigned char> bytes;
-  if (file) bytes.assign(std::istreambuf_iterator<char>(file), {});
-  if (!file || file.bad()) throw systemFailure(path, errno != 0 ? errno : EIO);
-  if (bytes.size() > INT32_MAX) throw Failure(path + ": is longer than 2 GiB");
+  constexpr std::size_t kSignature = 4;
+  constexpr std::size_t kMostBytes = INT32_MAX;
+  constexpr std::size_t kChunk = std::size_t{1} << 20;
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status {};
+  if (file < 0 || fstat(file, &status) != 0) throw systemFailure(path);
+  if (S_ISDIR(status.st_mode)) throw systemFailure(path, EISDIR);
+  const auto expected = S_ISREG(status.st_mode) ? static_cast<std::uint64_t>(status.st_size) : 0;
+  std::vector<unsigned char> bytes(kSignature);
+  std::size_t size = 0;
+  for (;;) {
+    const ssize_t got = read(file, bytes.data() + size, bytes.size() - size);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw systemFailure(path);
+    if (got == 0) break;
+    size += static_cast<std::size_t>(got);
+    if (size < bytes.size()) continue;
+    if (size == kSignature) {
+      if (std::memcmp(bytes.data(), "8BPS", kSignature) != 0) break;
+      // One byte more, to see the end.
+      if (expected <= kMostBytes) bytes.reserve(static_cast<std::size_t>(expected) + 1);
+    }
+    if (expected > kMostBytes || size > kMostBytes) throw Failure(path + ": is longer than 2 GiB");
+    bytes.resize(std::max(bytes.capacity(), size + kChunk));
+  }
+  bytes.resize(size);
   return bytes;
 }
 
@@ -154,8 +180,11 @@ PsdDocument readPsd(const std::string& path) {
   document.resources = readResources(section("image resources"));
   Reader layers = section("layer and mask information");
   const std::size_t merged = document.bytes.size() - file.left();
-  document.sections.push_back({"merged image", merged, file.left()});
-  document.mergedCompression = file.u16();
+  if (file.holds(2)) {
+    document.sections.push_back({"merged image", merged, file.left()});
+    document.mergedCompression = file.u16();
+    document.merged = merged + 2;
+  }
   const std::uint32_t infoSize = layers.left() == 0 ? 0 : layers.u32();
   if (infoSize > 0) {
     if (!layers.holds(infoSize)) throw Failure(path + ": is cut off in the layer info");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,7 +42,8 @@ struct PsdDocument {
   std::vector<Section> sections;
   std::vector<Resource> resources;
   std::vector<Layer> layers;  ///< the lowest first
-  std::uint16_t mergedCompression = 0;
+  std::size_t merged = 0;     ///< position of the merged image behind its compression code
+  std::optional<std::uint16_t> mergedCompression;  ///< none where the file ends before the merged image
   bool mergedAlpha = false;  ///< the first extra channel is the merged image's transparency
 };
 

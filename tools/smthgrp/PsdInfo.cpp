@@ -46,14 +46,11 @@ std::string joined(const std::vector<std::string>& words, const char* between, c
 void printJson(const std::string& path, const PsdDocument& document) {
   using Json = nlohmann::ordered_json;
   const PSDHeader& header = document.header;
-  Json out = {{"file", path},
-              {"width", header.columns},
-              {"height", header.rows},
-              {"channels", header.channels},
-              {"depth", header.depth},
-              {"mode", modeName(header.mode)},
-              {"compression", compressionName(document.mergedCompression)},
-              {"mergedTransparency", document.mergedAlpha}};
+  Json out = {{"file", path},           {"width", header.columns},
+              {"height", header.rows},  {"channels", header.channels},
+              {"depth", header.depth},  {"mode", modeName(header.mode)},
+              {"compression", nullptr}, {"mergedTransparency", document.mergedAlpha}};
+  if (document.mergedCompression) out["compression"] = compressionName(*document.mergedCompression);
   Json& sections = out["sections"] = Json::array();
   for (const PsdDocument::Section& section : document.sections) {
     sections.push_back({{"name", section.name}, {"position", section.position}, {"size", section.size}});
@@ -115,7 +112,8 @@ void printText(const std::string& path, const PsdDocument& document) {
   std::printf("  size          %u x %u\n", header.columns, header.rows);
   std::printf("  colour mode   %s, %u bits\n", modeName(header.mode).c_str(), header.depth);
   std::printf("  channels      %u\n", header.channels);
-  std::printf("  merged image  %s%s\n", compressionName(document.mergedCompression).c_str(),
+  std::printf("  merged image  %s%s\n",
+              document.mergedCompression ? compressionName(*document.mergedCompression).c_str() : "missing",
               document.mergedAlpha ? ", with transparency" : "");
   std::printf("  layers        %zu\n", document.layers.size());
   std::printf("\nSections\n  %10s  %10s  name\n", "position", "size");

@@ -316,10 +316,12 @@ int parseAndRun(int argc, char** argv) {
     app.parse(parserWords(argc, argv));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
-    const std::vector<CLI::App*> commands = app.get_subcommands();
-    const std::string help =
-        commands.empty() ? "smthgrp --help" : "smthgrp " + commands[0]->get_name() + " --help";
-    return reportFailure(std::string(error.what()) + "; see " + help, smthgrp::kUsageError);
+    std::string command = "smthgrp";
+    for (auto commands = app.get_subcommands(); !commands.empty();
+         commands = commands[0]->get_subcommands()) {
+      command += " " + commands[0]->get_name();
+    }
+    return reportFailure(std::string(error.what()) + "; see " + command + " --help", smthgrp::kUsageError);
   }
   run(request);
   return EXIT_SUCCESS;
