@@ -42,8 +42,8 @@ class FPoint3D;
 /// change sizes and margins.
 ///
 /// Margins that do not add up with stored and full size, such as `Allocate` leaves behind in a bitmap that
-/// was cropped, count as 0, columns and rows apart; `ReadValue8` and `ReadValue32` alone take them as they
-/// stand, as do comparisons of the margins themselves.
+/// was cropped, count as 0, columns and rows apart. `ReadValue8`, `ReadValue32` and the operations that
+/// compare or change margins take them as they stand.
 class KSMTH_API ABitMap {
  public:
   std::int32_t fullWidth = 0;   ///< of the logical image, in pixels: left + width + right

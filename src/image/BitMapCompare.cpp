@@ -200,10 +200,11 @@ std::int32_t ABitMap::Compare(const ABitMap& other) const {
       const unsigned char* const rowB = b.run(x, y, count + kReach);
       if (std::memcmp(rowA, rowB, static_cast<std::size_t>(count * 4)) == 0) continue;
       findAgreement(near, rowA, rowB, count);
-      const unsigned char* const end = near + count;
-      for (const unsigned char* at = std::find(near, near + count, 0); at != end;
-           at = std::find(at + 1, end, 0)) {
-        if (!agreeBelow(a, b, x + (at - near), y)) return 0;
+      for (std::int64_t i = 0; i < count; ++i) {
+        const void* const found = std::memchr(near + i, 0, static_cast<std::size_t>(count - i));
+        if (found == nullptr) break;
+        i = static_cast<const unsigned char*>(found) - near;
+        if (!agreeBelow(a, b, x + i, y)) return 0;
       }
     }
   }
