@@ -9,6 +9,7 @@
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/plugin/CurrentModel.h"
+#include "smthgrp/plugin/ReadNotes.h"
 
 namespace smthgrp {
 namespace {
@@ -38,27 +39,6 @@ struct ModelSummary {
   std::vector<GroupRow> groups;
   std::vector<std::uint32_t> smoothingGroups;
 };
-
-struct NoteText {
-  const char* key;
-  const char* reason;
-};
-
-NoteText noteText(Note::Kind kind) {
-  switch (kind) {
-    case Note::Kind::unknownLine:
-      return {"unknownLine", "unknown line"};
-    case Note::Kind::malformedCorner:
-      return {"malformedCorner", "face dropped, malformed corner"};
-    case Note::Kind::unknownMaterial:
-      return {"unknownMaterial", "unknown material"};
-    case Note::Kind::failedLibrary:
-      return {"failedLibrary", "material library cannot be read"};
-    case Note::Kind::unknownMtlKeyword:
-      return {"unknownMtlKeyword", "unknown line of a material library"};
-  }
-  return {"other", "passed over"};
-}
 
 ModelSummary summarise(PluginLibrary& library, const std::string& path) {
   const WavefrontOBJ::OBJModel& model = loadModel(library, path);

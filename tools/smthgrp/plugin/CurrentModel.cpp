@@ -1,49 +1,41 @@
 #include "smthgrp/plugin/CurrentModel.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <new>
 #include <string_view>
+#include <system_error>
 
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/InputFile.h"
 #include "smthgrp/common/TerminalText.h"
+#include "smthgrp/plugin/ReadNotes.h"
 
 namespace smthgrp {
 namespace {
 
 constexpr std::size_t kReasonWidth = 160;
 
-struct Reason {
-  std::string_view text;     ///< how the library begins the message; the OBJ line follows
-  std::string_view english;  ///< what to say instead; empty: the library's words will do
-};
-constexpr Reason kReasons[] = {
-    {"Vertex 0 invalid at (", "a face names vertex 0"},
-    {"Vertex not found at (", "a face names a vertex that the file has not given"},
-    {"Coordinate of texture 0 invalid at (", "a face names texture coordinate 0"},
-    {"Coordinate of texture invalid at (", "a face names a texture coordinate that the file has not given"},
-    {"Normal of vertex 0 invalid at ", "a face names normal 0"},
-    {"Usage of non valid normal for vertex at (", "a face names a normal that the file has not given"},
-    {"OBJ file not found: ", ""},
-    {"Not enough memory.", ""}};
-
-/// The reason that ended a read. The library's text holds the messages of all lines passed over before it,
-/// in part without a separator.
-std::string lastReason(std::string_view text, const std::string& path) {
-  while (text.ends_with('\n')) text.remove_suffix(1);
-  text.remove_prefix(text.rfind('\n') + 1);
-  const Reason* reason = nullptr;
-  std::size_t start = 0;
-  for (const Reason& candidate : kReasons) {
-    const std::size_t found = text.rfind(candidate.text);
-    if (found == std::string_view::npos || (reason != nullptr && found < start)) continue;
-    reason = &candidate;
-    start = found;
+/// Why the library could not read the file, in a person's words where the reader kept a note. The library has
+/// freed the model with the notes, so that a file is read again; of a pipe there is only what the library
+/// said.
+std::string reasonOf(const std::string& path, std::string_view said) {
+  std::error_code ignored;
+  if (std::filesystem::is_regular_file(path, ignored)) {
+    WavefrontOBJ::OBJModel model(true);
+    try {
+      model.read(path, false);
+    } catch (const std::bad_alloc&) {
+      return "not enough memory";
+    }
+    if (const auto& end = model._readNotes.end) {
+      return "line " + std::to_string(end->lineNumber) + ": " + noteText(end->kind).reason + ": " + end->text;
+    }
   }
-  text.remove_prefix(start);
-  if (reason == nullptr || reason->english.empty()) return std::string(text);
-  text.remove_prefix(reason->text.size());
-  const std::string where = ") in " + path;
-  if (text.ends_with(where)) text.remove_suffix(where.size());
-  return std::string(reason->english) + ": " + std::string(text);
+  // The messages of the lines passed over come first, and some end without a line feed.
+  while (said.ends_with('\n')) said.remove_suffix(1);
+  said.remove_prefix(said.rfind('\n') + 1);
+  return std::string(said.substr(said.size() - std::min(said.size(), kReasonWidth)));
 }
 
 std::uint32_t count(PluginLibrary& library, const char* key, std::uint32_t field) {
@@ -56,7 +48,7 @@ const WavefrontOBJ::OBJModel& loadModel(PluginLibrary& library, const std::strin
   requireReadable(path);
   PluginLibrary::workOn(path);
   const PluginLibrary::Answer answer = library.call("LoadOBJFile", path.c_str());
-  if (answer.value < 0) throw Failure(path + ": " + printable(lastReason(answer.text, path), kReasonWidth));
+  if (answer.value < 0) throw Failure(path + ": " + printable(reasonOf(path, answer.text), kReasonWidth));
   if (library.model() == nullptr) throw Failure(path + ": not enough memory");
   return *library.model();
 }
