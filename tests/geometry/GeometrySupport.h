@@ -1,10 +1,9 @@
 #pragma once
 
-#include <bit>
-#include <cmath>
 #include <cstdint>
 #include <ostream>
 
+#include "Checksum.h"
 #include "TestSupport.h"
 #include "geometry/Point3D.h"
 #include "geometry/Rect.h"
@@ -30,15 +29,10 @@ inline double units(std::int32_t raw) {
   return raw / 65536.0;
 }
 
-/// FNV-1a of many results, to the bit. What is expected are the sums of the same formulas in another
-/// language, with whole numbers of any length and with floats that are rounded at each step.
-struct Checksum {
-  void add(std::int32_t value) { sum = (sum ^ static_cast<std::uint32_t>(value)) * 0x01000193U; }
-  /// Which NaN an operation gives differs between processors.
-  void add(float value) { add(std::isnan(value) ? 0x7FC00000 : std::bit_cast<std::int32_t>(value)); }
+struct VectorChecksum : Checksum {
+  using Checksum::add;
   void add(const APoint3D& v) { add(v.x), add(v.y), add(v.z); }
   void add(const FPoint3D& v) { add(v.x), add(v.y), add(v.z); }
-  std::uint32_t sum = 0x811C9DC5;
 };
 
 inline std::ostream& operator<<(std::ostream& out, const ARect& r) {

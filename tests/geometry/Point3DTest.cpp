@@ -45,7 +45,7 @@ TEST(Point3D, OperationsAreExactToTheBit) {
   // On four vectors of any length, into the first of them; other results go to the sum by themselves.
   const struct {
     const char* name;
-    void (*work)(APoint3D* p, Checksum& out);
+    void (*work)(APoint3D* p, VectorChecksum& out);
     std::uint32_t sum;
   } cases[] = {
       {"Cross", [](auto* p, auto&) { p->Cross(*p, p[1]); }, 0x25EAD957},
@@ -75,7 +75,7 @@ TEST(Point3D, OperationsAreExactToTheBit) {
   };
   for (const auto& c : cases) {
     Random random(20);
-    Checksum out;
+    VectorChecksum out;
     for (int i = 0; i < 5000; ++i) {
       APoint3D p[4];
       for (APoint3D& v : p) v.x = anyRaw(random), v.y = anyRaw(random), v.z = anyRaw(random);

@@ -85,36 +85,26 @@ TEST(Rect, OperationsAreExactToTheBit) {
 
 TEST(Rect, KnownPlacements) {
   const ARect ref = whole(0, 0, 100, 100);
-  const struct {
-    void (*place)(ARect& r, const ARect& ref);
-    ARect expected;
-    int breaks = 0;
-  } cases[] = {
-      {[](ARect& r, const ARect& in) { r.Align(in, kAlignCenter, 0); }, whole(45, 45, 55, 55)},
-      {[](ARect& r, const ARect& in) { r.Align(in, kAlignCenter | kAlignTop, 0); }, whole(45, 0, 55, 10)},
-      {[](ARect& r, const ARect& in) { r.Align(in, kAlignTop, 5); }, whole(10, 5, 20, 10)},
-      {[](ARect& r, const ARect&) { r.Align(whole(0, 0, 7, 9), kAlignCenter, 0); }, whole(-2, -1, 8, 9)},
-      {[](ARect& r, const ARect&) { r.Align(r, kAlignRight | kAlignBottom, 1); }, whole(10, 10, 19, 19)},
-      {[](ARect& r, const ARect& in) { r.AlignOutside(in, kAlignBottom, 5); }, whole(10, 105, 20, 115)},
-      {[](ARect& r, const ARect& in) { r.AlignOutside(in, kAlignCenter, 5); }, whole(10, 10, 20, 20), 1},
-      {[](ARect& r, const ARect& in) { r.MapRect(r, in, whole(0, 0, 200, 200)); }, whole(20, 20, 40, 40)},
-      {[](ARect& r, const ARect& in) { r.MapRect(r, in, whole(50, 50, 150, 150)); }, whole(60, 60, 70, 70)},
-      {[](ARect& r, const ARect&) { r.ResizeToFit(APoint::FromWhole(100, 50), false); }, {40, 40, 80, 80}},
-      {[](ARect& r, const ARect& in) { ARect::RemoveRect(whole(20, 20, 40, 40), in, r); },
-       whole(0, 20, 20, 40)},
-      // How far an edge lies outside is not to wrap round.
-      {[](ARect& r, const ARect& in) {
-         r = ARect(INT32_MIN, 0, 10, 10);
-         ARect copy = r;
-         ARect::ClipRects(r, ARect(1, 0, 99, 99), copy, in);
-       },
-       {1, 0, 10, 10}},
-  };
-  for (const auto& c : cases) {
-    ARect r = whole(10, 10, 20, 20);
-    EXPECT_EQ(breaksOf([&] { c.place(r, ref); }), c.breaks) << c.expected;
-    EXPECT_EQ(r, c.expected);
-  }
+  ARect r = whole(10, 10, 20, 20);
+  r.Align(ref, kAlignCenter | kAlignTop, 5);
+  EXPECT_EQ(r, whole(45, 5, 55, 10)) << "smaller by the margin";
+  r.Align(whole(0, 0, 7, 8), kAlignCenter, 0);
+  EXPECT_EQ(r, whole(-2, 1, 8, 6)) << "rounded down, above and below 0";
+  r.Align(r, kAlignRight | kAlignBottom, 1);
+  EXPECT_EQ(r, whole(-2, 1, 7, 5)) << "in itself";
+  EXPECT_EQ(breaksOf([&] { r.AlignOutside(ref, kAlignCenter, 5); }), 1);
+  r.AlignOutside(ref, kAlignBottom, 5);
+  EXPECT_EQ(r, whole(-2, 105, 7, 109));
+  r.MapRect(whole(10, 10, 20, 20), ref, whole(0, 0, 200, 200));
+  EXPECT_EQ(r, whole(20, 20, 40, 40));
+  EXPECT_EQ(r.ResizeToFit(APoint::FromWhole(102, 202), false), 5);
+  EXPECT_EQ(r, ARect(100, 100, 200, 200));
+  EXPECT_EQ(ARect::RemoveRect(whole(20, 20, 40, 40), ref, r), 4);
+  EXPECT_EQ(r, whole(0, 20, 20, 40)) << "the last piece";
+  // How far an edge lies outside is not to wrap round.
+  ARect copy = r = ARect(INT32_MIN, 0, 10, 10);
+  ARect::ClipRects(r, ARect(1, 0, 99, 99), copy, ref);
+  EXPECT_EQ(r, ARect(1, 0, 10, 10));
 }
 
 TEST(Rect, TemporariesComeFromARingOf16) {
