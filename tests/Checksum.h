@@ -16,6 +16,9 @@ struct Checksum {
   void add(std::string_view text) {
     for (const char c : text) add(static_cast<std::int32_t>(static_cast<unsigned char>(c)));
   }
+  template <class Vector>
+  requires requires(Vector v) { v.z; }
+  void add(const Vector& v) { add(v.x), add(v.y), add(v.z); }
   std::uint32_t sum = 0x811C9DC5;
 };
 

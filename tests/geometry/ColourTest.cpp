@@ -6,7 +6,7 @@
 
 TEST(Colour, ConversionsAreExactToTheBit) {
   Random random(13);
-  VectorChecksum rgb, hsl, packed;
+  Checksum rgb, hsl, packed;
   for (int i = 0; i < 20000; ++i) {
     // Half of them in eighths, where components are equal and lightness is 0, 0.5 and 1; small ones have
     // digits that a sum has no place for.
@@ -65,7 +65,7 @@ TEST(Colour, GroupColoursAreLightAndWrap) {
   EXPECT_EQ(GetGroupColor(0), 0x007F7FFEU);
   EXPECT_EQ(GetGroupColor(1), 0xFFFEFEFEU);
   const std::int32_t after = gAllocatedMem;
-  VectorChecksum palette;
+  Checksum palette;
   for (std::int32_t id = 0; id < 512; ++id) {
     const std::uint32_t color = GetGroupColor(id);
     palette.add(static_cast<std::int32_t>(color));

@@ -21,12 +21,10 @@ TEST(Var, TracksPerKindAndStartsAgainPast10000) {
   gFVarTrackCount = INT32_MAX;
   AVar_TrackImmidiateMath();
   FVar_TrackImmidiateMath();
-  EXPECT_EQ(gAVarTrackCount, 10000);
-  EXPECT_EQ(gFVarTrackCount, 0);
+  EXPECT_TRUE(gAVarTrackCount == 10000 && gFVarTrackCount == 0);
   AVar_TrackImmidiateMath();
   FVar_TrackImmidiateMath();
-  EXPECT_EQ(gAVarTrackCount, 0);
-  EXPECT_EQ(gFVarTrackCount, 1);
+  EXPECT_TRUE(gAVarTrackCount == 0 && gFVarTrackCount == 1);
   gAVarTrackCount = 5;
   AVar_ResetTracking();
   EXPECT_TRUE(gAVarTrackCount == 0 && gFVarTrackCount == 0);

@@ -8,7 +8,7 @@
 #include "geometry/Point3D.h"
 #include "geometry/Rect.h"
 
-/// Calls of `Sys_BreakToDebugger` so far; the linker leads them past a counter (see BreakCount.cpp).
+/// Calls of `Sys_BreakToDebugger` so far; the linker leads them past a counter (see RectTest.cpp).
 extern int gBreakCount;
 
 /// How often `work` breaks to the debugger.
@@ -28,12 +28,6 @@ inline std::int32_t anyRaw(Random& random) {
 inline double units(std::int32_t raw) {
   return raw / 65536.0;
 }
-
-struct VectorChecksum : Checksum {
-  using Checksum::add;
-  void add(const APoint3D& v) { add(v.x), add(v.y), add(v.z); }
-  void add(const FPoint3D& v) { add(v.x), add(v.y), add(v.z); }
-};
 
 inline std::ostream& operator<<(std::ostream& out, const ARect& r) {
   return out << "(" << units(r.left) << ", " << units(r.top) << ", " << units(r.right) << ", "

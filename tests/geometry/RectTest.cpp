@@ -26,6 +26,12 @@ ARect rectangle(Random& random, bool inOrder) {
 
 }  // namespace
 
+int gBreakCount = 0;
+// Takes the place of Sys_BreakToDebugger() by the linker's --wrap.
+extern "C" void __wrap__Z19Sys_BreakToDebuggerv() {
+  ++gBreakCount;
+}
+
 TEST(Rect, OperationsAreExactToTheBit) {
   const struct {
     const char* name;

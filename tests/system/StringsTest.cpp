@@ -23,26 +23,18 @@ TEST(Strings, CompareMatchesPatternAgainstText) {
 }
 
 TEST(Strings, LongToStringPadsInFrontOfTheSign) {
-  const struct {
-    long value;
-    int width;
-    const char* text;
-  } cases[] = {
-      {0, 0, "0"},
-      {123, 5, "00123"},
-      {-5, 4, "00-5"},
-      {-5, 1, "-"},
-      {0, 3, "000"},
-      {1234, 2, "1234"},
-      {7, -3, "7"},
-      {-2147483647L - 1, 0, "-2147483648"},
-      {2147483647L, 12, "002147483647"},
-  };
-  for (const auto& c : cases) {
-    char out[24];
-    EXPECT_EQ(STR_LongToString(c.value, out, c.width), out + std::strlen(c.text)) << c.text;
-    EXPECT_STREQ(out, c.text);
+  char out[24];
+  Checksum all;
+  for (const long value : {0L, 7L, -5L, 1234L, -1234L, 2147483647L, -2147483647L - 1}) {
+    for (int width = -1; width < 14; ++width) {
+      const char* end = STR_LongToString(value, out, width);
+      EXPECT_EQ(end, out + std::strlen(out));
+      all.add(std::string_view(out));
+    }
   }
+  EXPECT_EQ(all.sum, 0xBF089065U);
+  STR_LongToString(-5, out, 4);
+  EXPECT_STREQ(out, "00-5");
   EXPECT_EQ(STR_LongToString(5, nullptr, 0), nullptr);
 }
 
