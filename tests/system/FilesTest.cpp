@@ -250,7 +250,8 @@ TEST_F(Files, WholeFilesGoBothWays) {
   EXPECT_EQ(SaveToFile(path.c_str(), nullptr, 1), -1);
   void* block = LoadFromFile(path.c_str(), nullptr);
   ASSERT_NE(block, nullptr);
-  EXPECT_STREQ(static_cast<char*>(block), "text") << "with zeros up to the block's end";
+  const std::string all(static_cast<char*>(block), static_cast<std::size_t>(Sys_GetMemSize(block)));
+  EXPECT_STREQ(all.c_str(), "text") << "with zeros up to the block's end";
   MY_MEM_FREE(block);
 }
 
