@@ -134,13 +134,13 @@ TEST(Point3D, KnownVectors) {
 
 TEST(Point3D, HeadingsAndOrientationsPointWhereTheyShould) {
   for (std::int32_t angle = -205000; angle < 205000; angle += 1777) {
-    const double heading = units(angle);
-    const double elevation = heading / 2;
+    const long double heading = units(angle);
+    const long double flat = std::cos(heading / 2);
     APoint3D v;
     v.NormalFromOrientation(APoint3D(angle / 2, angle, 5));
-    EXPECT_NEAR(units(v.x), std::sin(heading) * std::cos(elevation), 3e-5);
-    EXPECT_NEAR(units(v.y), std::sin(elevation), 3e-5);
-    EXPECT_NEAR(units(v.z), std::cos(heading) * std::cos(elevation), 3e-5);
+    EXPECT_NEAR(units(v.x), static_cast<double>(std::sin(heading) * flat), 3e-5);
+    EXPECT_NEAR(units(v.y), static_cast<double>(std::sin(heading / 2)), 3e-5);
+    EXPECT_NEAR(units(v.z), static_cast<double>(std::cos(heading) * flat), 3e-5);
     v.NormalFromHAngle(angle);
     EXPECT_EQ(v.y, 0);
     EXPECT_NEAR(v.HAngleFromNormal(), angle, 3.0);
