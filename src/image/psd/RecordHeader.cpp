@@ -5,7 +5,7 @@
 #include "image/psd/Cursor.h"
 #include "image/psd/Resources.h"
 #include "system/Host.h"
-#include "system/Truncate.h"
+#include "Truncate.h"
 
 PSDHeader gPSDHeader = {};
 

@@ -2,7 +2,7 @@
 
 #include "image/psd/Bytes.h"
 #include "image/psd/Thumbnail.h"
-#include "system/Truncate.h"
+#include "Truncate.h"
 
 namespace psd {
 namespace {

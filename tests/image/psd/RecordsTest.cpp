@@ -96,7 +96,7 @@ TEST(PsdRecords, ResourceSection) {
                 n + 1 == size && list.size() % 2 != 0 ? static_cast<int>(names.size()) : 0);
     }
   }
-  for (const auto& [odd, fixed] : {std::pair{1e300, 0x7FFFFFFFU}, {std::nan(""), 0U}}) {
+  for (const auto& [odd, fixed] : {std::pair{1e300, 0x7FFFFFFFU}, {std::nan(""), 0x80000000U}}) {
     EXPECT_EQ(numberAt(resourceData(resources(0, 0, 0, {}, odd), 1005), 0, 4), fixed);
   }
 }
