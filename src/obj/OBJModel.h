@@ -55,8 +55,8 @@ class KSMTH_API OBJModel {
   // ---- building -----------------------------------------------------------------------------------------
 
   /// Computes the face's normal and centre, stores them in `face`, appends a copy of it and files it under
-  /// its material, where the model has one of that index. Without memory for the face it is dropped silently;
-  /// callers compare the face count.
+  /// its material, where the model has one of that index. Without memory for the face it is dropped silently:
+  /// the face count tells.
   void addFace(OBJFace& face);
   /// Appends a copy of `material`, with an empty face list.
   void addMaterial(const OBJMaterial& material);
@@ -75,7 +75,7 @@ class KSMTH_API OBJModel {
   /// Number of faces that use the vertex; -1 without `_links` or for a vertex that it does not have.
   std::int32_t GetVertToFaceCount(std::uint32_t vertex) const;
   /// The i-th face that uses the vertex, in the order of linking; 0 where there is none, the same as the
-  /// first face's index: callers bound i by `GetVertToFaceCount`.
+  /// first face's index: bound i by `GetVertToFaceCount`.
   std::uint32_t GetFaceForVertexIndex(std::uint32_t vertex, std::int32_t i) const;
 
   // ---- reading ------------------------------------------------------------------------------------------
@@ -117,7 +117,7 @@ class KSMTH_API OBJModel {
   /// Number of faces that carry this smoothing-group number.
   std::uint32_t GetSmoothingGroupFaceCount(std::uint32_t number) const;
   /// True if the group's list holds the face. An unknown name gains an empty list (but no entry in
-  /// `_groupNames`): after the question `getGroupElements` knows it, which the mesh calls rely on.
+  /// `_groupNames`): after the question `getGroupElements` knows it. Fixed by the host's contract.
   bool IsFaceInGroup(std::uint32_t face, const std::string& name);
   /// Name of the first group, in the order of `_groupNames`, that holds the face; "default" if none does.
   std::string GetFaceGroupName(std::uint32_t face) const;
@@ -136,9 +136,8 @@ class KSMTH_API OBJModel {
   void WriteHeader(std::ostream& stream, const char* mtlName, std::uint32_t vertexCount,
                    std::uint32_t faceCount) const;
   /// Writes the whole model, in face order or group by group. Answers true.
-  /// The "vn" lines carry texture coordinates: files written so have always been and the host's importer
-  /// recomputes normals anyway. With more normals than texture coordinates the texture array's assertion
-  /// fails once the index is past its blocks.
+  /// The "vn" lines carry texture coordinates: fixed by the host's contract. With more normals than texture
+  /// coordinates the texture array's assertion fails once the index is past its blocks.
   bool write(std::string path, bool byFaceOrder, const char* mtlName);
   /// Writes the group's vertex range and faces. False, without a file, when it has no vertex range.
   bool WriteGroup(std::string path, std::uint32_t group, const char* mtlName) const;
@@ -169,8 +168,9 @@ class KSMTH_API OBJModel {
   friend class OBJReader;
 
   /// Appends a face that is not a flat record, computes its normal and centre and files it under its
-  /// material. False when there is no memory for it.
-  bool appendFace(const OBJFaceView& face);
+  /// material. `inPlace` tells that its corners stand in `OBJFaceArray::cornerRoom` already. False when there
+  /// is no memory for it.
+  bool appendFace(const OBJFaceView& face, bool inPlace);
   /// Appends the index of the last face to its material's list.
   void fileLastFace(std::int32_t materialIndex);
   /// The list of group `name`, made where it is new.

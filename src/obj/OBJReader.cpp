@@ -1,4 +1,4 @@
-#include "obj/OBJReader.h"
+#include "obj/internal/OBJReader.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -276,15 +276,17 @@ OBJReader::Outcome OBJReader::readFace() {
   OBJFaceView view = OBJFaceView::of(face);
   if (!hasTexture) view.textureIndex = {};
   if (!hasNormal) view.normalIndex = {};
-  addFace(view);
+  // Nothing has been written behind the corners.
+  view.spareEntries = 0;
+  addFace(view, false);
   return Outcome::nextLine;
 }
 
 /// Adds a face with the material, smoothing group and groups in force.
-void OBJReader::addFace(OBJFaceView& face) {
+void OBJReader::addFace(OBJFaceView& face, bool inPlace) {
   face.smoothingGroup = smoothingGroup_;
   face.materialIndex = materialIndex_;
-  if (!model_.appendFace(face)) throw std::bad_alloc();
+  if (!model_.appendFace(face, inPlace)) throw std::bad_alloc();
   if (groupLists_.empty()) {
     for (const std::string& name : groupNames_) groupLists_.push_back(&model_.groupList(name));
     if (groupNames_.size() == 1 && knownGroups_.size() < kMaxKnownGroups) {

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-#include "obj/OBJReader.h"
+#include "obj/internal/OBJReader.h"
 #include "obj/text/DigitScan.h"
 #include "obj/text/FastNumber.h"
 #include "obj/text/PlainFloats.h"
@@ -148,7 +148,7 @@ const char* OBJReader::takeFastCorners(const char* line, const char* text) {
   face.vertexCount = count;
   face.hasTexture = kTexture;
   face.hasNormal = kNormal;
-  addFace(face);
+  addFace(face, room != nullptr);
   fastToken_ = std::string_view(corner, static_cast<std::size_t>(end - corner));
   return lineFeed;
 }

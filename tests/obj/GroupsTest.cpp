@@ -84,7 +84,7 @@ TEST(Groups, Extraction) {
       ASSERT_EQ(group->_faces->count, list.size());
       ASSERT_EQ(group->_groupNames, std::vector<std::string>{model->_groupNames[g]});
       for (std::uint32_t j = 0; j < list.size(); ++j) {
-        OBJFace expected = faceCopy(*model->_faces, list[j]);
+        OBJFace expected = std::as_const(*model->_faces)[list[j]];
         for (std::uint32_t i = 0; i < expected.vertexCount; ++i) expected.vertexIndex[i] -= start;
         expected.hasTexture = expected.hasNormal = 0;
         expected.ComputeNormalAndCenter(*group->_vertices);

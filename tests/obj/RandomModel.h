@@ -25,6 +25,7 @@ inline std::unique_ptr<WavefrontOBJ::OBJModel> randomModel(Random& random) {
   const std::uint32_t nameCount = 1 + below(random, 5);
   for (std::uint32_t f = below(random, 80); f > 0; --f) {
     OBJFace face;
+    std::fill_n(face.vertexIndex, face.kMaxVertexCount, 0);
     const bool texture = below(random, 2) == 0;
     const bool normal = below(random, 2) == 0;
     for (std::uint32_t i = 1 + below(random, 6); i > 0; --i) {

@@ -1,7 +1,7 @@
 // Every way to read a file, fast and exact, in blocks of all sizes, against the plain reference reader.
 #include "ReferenceReader.h"
 #include "TestSupport.h"
-#include "obj/OBJReader.h"
+#include "obj/internal/OBJReader.h"
 
 using namespace WavefrontOBJ;
 

@@ -2,7 +2,7 @@
 #include <locale>
 
 #include "TestSupport.h"
-#include "obj/OBJReader.h"
+#include "obj/internal/OBJReader.h"
 
 using namespace WavefrontOBJ;
 

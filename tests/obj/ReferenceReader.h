@@ -143,6 +143,7 @@ class ReferenceReader {
     const bool normal = slashes >= 2;
     const bool texture = slashes >= 1 && !(normal && token_.find("//") == token_.find('/'));
     WavefrontOBJ::OBJFace face;
+    std::fill_n(face.vertexIndex, face.kMaxVertexCount, 0);
     int v = 0;
     int vt = 0;
     int vn = 0;

@@ -61,7 +61,7 @@ class ReferenceWriter {
     }
   }
   void face(std::uint32_t index, std::uint32_t start, bool all) {
-    const OBJFace face = faceCopy(*model_._faces, index);
+    const OBJFace face = std::as_const(*model_._faces)[index];
     if (face.materialIndex != material_) {
       material_ = face.materialIndex;
       if (material_ != -1)

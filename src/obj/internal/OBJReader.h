@@ -11,6 +11,8 @@
 #include "obj/text/DigitScan.h"
 #include "obj/text/TextSource.h"
 
+// For the library and its tests alone: not part of the library's interface.
+
 namespace WavefrontOBJ {
 
 class OBJTokenStream;
@@ -79,7 +81,7 @@ class OBJReader {
   void mapDigits();
   std::string& token();
   std::string_view textAfter(std::size_t characters) const;
-  void addFace(OBJFaceView& face);
+  void addFace(OBJFaceView& face, bool inPlace);
   void note(OBJReadNote::Kind kind, std::string_view text);
 
   OBJModel& model_;
