@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <map>
@@ -21,12 +22,21 @@ namespace WavefrontOBJ {
 /// Entries of `OBJModel::_smoothingGroups`. A numbered "s" line once all are taken fails an assertion.
 inline constexpr std::uint32_t kMaxSmoothingGroups = 256;
 
+/// Materials that a model takes. A read that meets more of them fails: a file may name a library any number
+/// of times.
+inline constexpr std::size_t kMaxMaterials = std::size_t{1} << 20;
+
 /// A whole OBJ model in memory: filled by one `read`, then queried, written and changed in place.
 ///
 /// Indices are from 0; the files' are from 1. A group or smoothing group is always handed on as one
 /// contiguous range of vertices, from the smallest to the largest index that its faces use, so that the
 /// file's vertex order survives without a table. A face may name a vertex that the file never gave; such a
 /// position reads as `gZeroVector`.
+///
+/// Threads may work at the same time on models of their own, and any number of them may call the const
+/// members of one model and read its fields through const references. Everything else wants the model to
+/// itself: `IsFaceInGroup` and `write` may add to `_groups`, and indexing `_faces` other than as a const
+/// array unpacks faces.
 class KSMTH_API OBJModel {
  public:
   std::string _errorMessage;  ///< texts of what the last read met; empty after a clean read
@@ -85,13 +95,15 @@ class KSMTH_API OBJModel {
   /// hold the messages of lines that were passed over. False with the reason in `_errorMessage`; what was
   /// read up to then stays. Index errors end the read in both modes; `strict` also ends it at an unknown
   /// line, a malformed corner, an unknown material and a failing library, which a lenient read passes over.
-  /// A folder cannot be opened. Throws std::bad_alloc.
+  /// A folder cannot be opened. When memory runs out, and past `kMaxMaterials`, `_errorMessage` is "Out of
+  /// memory." and the result false in both modes.
   bool read(std::string path, bool strict);
 
   /// Reads a material library and appends a new material to `materials` at each "newmtl" line; the caller
   /// owns them (`delete`), also on false. False with the reason appended to `_errorMessage` when it cannot be
   /// opened (only regular files can), when a keyword comes before the first "newmtl", and in strict mode
-  /// for an unknown keyword.
+  /// for an unknown keyword. Throws std::bad_alloc, also where this model and `materials` together would have
+  /// more than `kMaxMaterials`.
   bool readMaterialFile(std::string path, std::vector<OBJMaterial*>& materials, bool strict);
 
   /// Parses one corner, "v", "v/vt", "v//vn" or "v/vt/vn" as the two flags say. Numbers are the file's, from
@@ -100,10 +112,10 @@ class KSMTH_API OBJModel {
                              std::int32_t& vt, std::int32_t& vn);
   /// The part of `path` up to and including the last "\" or "/"; empty without one.
   static std::string getPath(const std::string& path);
-  /// Extracts three numbers in order. The first that is not one ends the extraction; it and those after it
-  /// stay as they were.
+  /// Extracts three numbers in order, as in the C locale whatever the stream's is. The first that is not one
+  /// ends the extraction; it and those after it stay as they were.
   static void readThreeDouble(double* values, std::istream& stream);
-  /// Extracts four numbers into x, y, z, w; one that is missing gives 0.
+  /// Extracts four numbers into x, y, z, w, likewise; one that is missing gives 0.
   static void readOBJVector(OBJVector& vector, std::istream& stream);
 
   // ---- groups -------------------------------------------------------------------------------------------
