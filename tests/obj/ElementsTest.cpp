@@ -55,7 +55,7 @@ TEST(BlockIndex, DividesExactly) {
 template <class Array, class Make, class Show>
 void pushAsTheFieldsSay(Make make, Show show, bool answers) {
   Random random(13);
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 100; ++round) {
     const std::uint32_t size = 1 + below(random, 5);
     Array array(size);
     std::vector<std::vector<std::uint32_t>> blocks;

@@ -66,7 +66,6 @@ TEST(FaceArray, KeepsRecordsAsGiven) {
       face->vertexIndex[3] = expected[at].vertexIndex[3] = random();
       face->smoothingGroup = expected[at].smoothingGroup = random();
     } else {
-      if(!sameBytes(std::as_const(faces)[i], expected[i])){OBJFace x; x=std::as_const(faces)[i]; const auto*p=(const unsigned*)&x;const auto*q=(const unsigned*)&expected[i];for(int k=0;k<280;k++)if(p[k]!=q[k])printf("%d %x %x\n",k,p[k],q[k]);}
       ASSERT_TRUE(sameBytes(std::as_const(faces)[i], expected[i])) << "face " << i;
       ASSERT_EQ(faces.view(i).smoothingGroup, expected[i].smoothingGroup);
     }

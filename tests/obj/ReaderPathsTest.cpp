@@ -226,9 +226,9 @@ std::string outcome(const std::string& path, bool strict, const Reader& read, bo
 
 TEST(ReaderPaths, AgreeOnGeneratedAndMutatedFiles) {
 #if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
-  constexpr int kFiles = 1000;
+  constexpr int kFiles = 500;
 #else
-  constexpr int kFiles = 250;
+  constexpr int kFiles = 150;
 #endif
   const TempFolder folder;
   Random random(6);

@@ -124,7 +124,7 @@ TEST(Writer, ExampleToTheByte) {
 TEST(Writer, SameBytesAsTheReference) {
   const TempFolder folder;
   Random random(10);
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 100; ++round) {
     // The reference's questions leave entries in the group map, so it works on a model of its own.
     Random again = random;
     const auto other = randomModel(again);
