@@ -151,15 +151,3 @@ TEST(Links, ChainNodesOfTwelve) {
   EXPECT_EQ(array[5][29], 203U);
   EXPECT_NE(array[5].next, array[4].next);
 }
-
-// The default ends the process with the fixed texts, and so does a handler that returns.
-TEST(AssertionDeathTest, EndsTheProcess) {
-  OBJVectorArray vectors(4);
-  EXPECT_DEATH(vectors[0], "OBJVectorArray:61: operator\\[\\]: Assertion `0' failed");
-  EXPECT_DEATH(
-      {
-        OBJSetAssertionHandler([](const char*, const char*, int, const char*) { std::puts("returns"); });
-        OBJAssertionFailed("f", "F", 1, "0");
-      },
-      "");
-}

@@ -46,7 +46,6 @@ TEST(Reader, KeptQuirks) {
   };
   const std::string f = "f 1 2 3\n";
   const Case cases[] = {
-      {"empty file", "", "", ""},
       {"two names", "g a b\n" + f + "g b\nf 3 2 1", "1 2 3,3 2 1, a:0  b:0 1 ", ""},
       {"trailing blank doubles the last name", "G A b \nF 1 2 3 \n", "1 2 3, A:0  b:0 0 ", ""},
       {"carriage returns double the name, not the corner", "g a\r\nf 1 2 3\r\n", "1 2 3, a:0 0 ", ""},
@@ -55,25 +54,15 @@ TEST(Reader, KeptQuirks) {
       {"bare g after a known group", "g a\n" + f + "g b\n" + f + "g a\ng\n" + f,
        "1 2 3,1 2 3,1 2 3, a:0 2  b:1 ", ""},
       {"stale smoothing token in lower case", "s OFF\ng\n" + f, "1 2 3, off:0 ", ""},
-      {"repeated corner", "f 1 2 2 3\n", "1 2 3, default:0 ", ""},
-      {"stale corner as a face", f + "f\n", "1 2 3,3, default:0 1 ", ""},
       {"relative indices land past the last", "f 1 -3 -1\n", "1 6 4, default:0 ", ""},
-      {"texture past the last", "vt 0 0\nf 1/-1 2/1 3/1\n", "1/2 2/1 3/1, default:0 ", ""},
-      {"normals", "vn 0 0 1\nf 1//1 2//1 3//1\n", "1//1 2//1 3//1, default:0 ", ""},
-      {"both", "vt 0 0\nvn 0 0 1\nf 1/1/1 2/1/1 3/1/1\n", "1/1/1 2/1/1 3/1/1, default:0 ", ""},
       {"number that does not fit keeps the one before", "f 1 99999999999 3\n", "1 3, default:0 ", ""},
       {"blank before the keyword", " f 1 2 3\no f\n", "", ""},
       {"smoothing", "s 2\n" + f + "s off\n" + f + "s 0\n", "1 2 3,1 2 3, default:0 1 |2 0 | 2 0", ""},
-      {"smoothing that is no number", "s 5\ns x\n" + f, "1 2 3, default:0 |5 | 5", ""},
       {"unknown line", "XYZ A\n" + f, "1 2 3, default:0 ", "Line \"xyz A\" in PATH has error."},
       {"malformed corner", "f 1 2/2 3\n" + f, "1 2 3, default:0 ", "Error for vertex at (f 1 2/2 3)\n"},
-      {"vertex 0", "f 1 0 3\n", "", "Vertex 0 invalid at (f 1 0 3) in PATH\n", false},
       {"vertex beyond", "f 1 2 4\n", "", "Vertex not found at (f 1 2 4) in PATH\n", false},
-      {"texture 0", "f 1/0 2/1 3/1\n", "", "Coordinate of texture 0 invalid at (f 1/0 2/1 3/1) in PATH\n",
-       false},
       {"texture beyond", "f 1/1 2/1 3/1\n", "", "Coordinate of texture invalid at (f 1/1 2/1 3/1) in PATH\n",
        false},
-      {"normal 0", "f 1//0 2 3\n", "", "Normal of vertex 0 invalid at f 1//0 2 3) in PATH\n", false},
       {"normal beyond", "f 1//1 2 3\n", "", "Usage of non valid normal for vertex at (f 1//1 2 3) in PATH\n",
        false},
   };
