@@ -11,6 +11,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "obj/OBJAssert.h"
 #include "obj/OBJModel.h"
@@ -84,27 +85,6 @@ inline std::uint32_t below(Random& random, std::uint32_t limit) {
   return random() % limit;
 }
 
-/// A copy of face `index`, whichever form it is kept in.
-inline WavefrontOBJ::OBJFace faceCopy(const WavefrontOBJ::OBJFaceArray& faces, std::uint32_t index) {
-  const WavefrontOBJ::OBJFaceView view = faces.view(index);
-  WavefrontOBJ::OBJFace face;
-  face.vertexCount = view.vertexCount;
-  for (std::uint32_t i = 0; i < view.vertexCount; ++i) {
-    face.vertexIndex[i] = view.vertexIndex[i];
-    face.textureIndex[i] = view.textureIndex[i];
-    face.normalIndex[i] = view.normalIndex[i];
-  }
-  face.hasTexture = view.hasTexture ? 1 : 0;
-  face.hasNormal = view.hasNormal ? 1 : 0;
-  face.smoothingGroup = view.smoothingGroup;
-  face.materialIndex = view.materialIndex;
-  const WavefrontOBJ::OBJFaceGeometry geometry = faces.geometry(index);
-  face.normal = geometry.normal;
-  face.center = geometry.center;
-  face.reserved = geometry.reserved;
-  return face;
-}
-
 /// The corners in use and every other field, as text; floats by their bits.
 inline std::string describe(const WavefrontOBJ::OBJFace& face) {
   std::string text;
@@ -146,7 +126,7 @@ inline std::string describe(const WavefrontOBJ::OBJModel& model) {
   std::string text = "message " + model._errorMessage + "\nv " + describe(*model._vertices) + "\nvt " +
                      describe(*model._textureCoords) + "\nvn " + describe(*model._normals) + "\n";
   for (std::uint32_t i = 0; i < model._faces->count; ++i) {
-    text += "f " + describe(faceCopy(*model._faces, i)) + "\n";
+    text += "f " + describe(std::as_const(*model._faces)[i]) + "\n";
   }
   for (const std::string& name : model._groupNames) text += "name " + name + "\n";
   for (const auto& [name, list] : model._groups) text += "group " + name + ": " + describe(list) + "\n";

@@ -74,3 +74,20 @@ TEST(Memory, EveryFailedAllocationIsAFailedLoad) {
   EXPECT_EQ(gOBJModel->_materials.size(), 3U);
   FreeOBJModel(nullptr, 0, nullptr, 0, 0, 0, nullptr);
 }
+
+TEST(Memory, EveryFailedAllocationIsAnExtractionOfNone) {
+  WavefrontOBJ::OBJModel model(true);
+  for (int i = 0; i < 3; ++i) model._vertices->push_back({});
+  WavefrontOBJ::OBJFace face;
+  for (std::uint32_t v = 0; v < 3; ++v) face.addVertex(v, 0, 0, false, false);
+  model.addFace(face);
+  model.addFaceToGroup("a_group_with_a_rather_long_name", 0);
+  int none = 0;
+  for (bool extracted = false; !extracted; none += extracted ? 0 : 1) {
+    ASSERT_LT(none, 100);
+    sAllocationsLeft = none;
+    extracted = model.ExtractGroup(0) != nullptr;
+    sAllocationsLeft = -1;
+  }
+  EXPECT_GT(none, 8);
+}
