@@ -78,6 +78,25 @@ std::string failedAssertion(Work work) {
   return {};
 }
 
+/// Debugging stops so far, and what the host's message call was last told: every test program is linked so
+/// that both calls of the system lead here.
+inline int gStops = 0;
+inline std::string gMessage;
+extern "C" [[gnu::used]] inline void __wrap__Z19Sys_BreakToDebuggerv() {
+  ++gStops;
+}
+extern "C" [[gnu::used]] inline void __wrap__Z15Sys_SystemMsgOkPKcPc(const char* message, char* /*unused*/) {
+  gMessage = message;
+}
+
+/// How often `work` stops for the debugger.
+template <class Work>
+int stopsOf(Work work) {
+  const int before = gStops;
+  work();
+  return gStops - before;
+}
+
 using Random = std::mt19937;
 
 inline std::uint32_t below(Random& random, std::uint32_t limit) {

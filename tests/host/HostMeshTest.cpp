@@ -1,13 +1,6 @@
 #include "host/HostMesh.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <memory>
-#include <new>
-#include <string>
-#include <vector>
+#include "TestSupport.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "TestSupport.h"
+#include "image/OwnedBitMap.h"
 #include "image/PSDFile.h"
 #include "system/Memory.h"
 
@@ -45,23 +45,11 @@ inline std::string headerBytes(unsigned channels, unsigned height, unsigned widt
          be16(mode);
 }
 
-/// An uncropped bitmap, freed at its end.
-class TestMap : public ABitMap {
- public:
-  TestMap() = default;
-  TestMap(int w, int h, int d, unsigned seed) {
-    Allocate(w, h, d);
-    Random random(seed);
-    for (std::int32_t i = 0; i < BufferBytes(); ++i) buffer[i] = static_cast<unsigned char>(random());
-  }
-  TestMap(const TestMap&) = delete;
-  TestMap& operator=(const TestMap&) = delete;
-  ~TestMap() { Free(); }
+struct TestMap : OwnedBitMap {
+  using OwnedBitMap::OwnedBitMap;
 
   unsigned at(std::size_t i) const { return i < static_cast<std::size_t>(BufferBytes()) ? buffer[i] : 0; }
-  std::string bytes() const {
-    return {reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(BufferBytes())};
-  }
+  std::string bytes() const { return text(); }
 };
 
 /// The pixels of a file by the rules of the two loaders, in the plainest way: "" for a failure.
