@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <bit>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -107,8 +107,7 @@ inline std::uint32_t below(Random& random, std::uint32_t limit) {
 inline WavefrontOBJ::OBJFace faceCopy(const WavefrontOBJ::OBJFaceArray& faces, std::uint32_t index) {
   const WavefrontOBJ::OBJFaceView view = faces.view(index);
   WavefrontOBJ::OBJFace face;
-  face.vertexCount = view.vertexCount;
-  for (std::uint32_t i = 0; i < view.vertexCount; ++i) {
+  for (std::uint32_t& i = face.vertexCount; i < view.vertexCount; ++i) {
     face.vertexIndex[i] = view.vertexIndex[i];
     face.textureIndex[i] = view.textureIndex[i];
     face.normalIndex[i] = view.normalIndex[i];
@@ -124,33 +123,30 @@ inline WavefrontOBJ::OBJFace faceCopy(const WavefrontOBJ::OBJFaceArray& faces, s
   return face;
 }
 
-/// The corners in use and every other field, as text; floats by their bits.
+/// Its four floats by their bits. Which NaN an operation gives differs between processors.
+inline std::string describe(const WavefrontOBJ::OBJVector& vector) {
+  std::string text;
+  for (const float f : {vector.x, vector.y, vector.z, vector.w}) {
+    text += (f != f ? "nan" : std::to_string(std::bit_cast<std::uint32_t>(f))) + " ";
+  }
+  return text;
+}
+
+/// The corners in use and every other field.
 inline std::string describe(const WavefrontOBJ::OBJFace& face) {
   std::string text;
   for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
     text += std::to_string(face.vertexIndex[i]) + "/" + std::to_string(face.textureIndex[i]) + "/" +
             std::to_string(face.normalIndex[i]) + " ";
   }
-  text += "t" + std::to_string(face.hasTexture) + " n" + std::to_string(face.hasNormal) + " s" +
-          std::to_string(face.smoothingGroup) + " m" + std::to_string(face.materialIndex);
-  for (const WavefrontOBJ::OBJVector& v : {face.normal, face.center}) {
-    for (const float f : {v.x, v.y, v.z, v.w}) {
-      std::uint32_t bits = 0;
-      std::memcpy(&bits, &f, sizeof bits);
-      // Which NaN an operation gives differs between processors.
-      text += f != f ? " nan" : " " + std::to_string(bits);
-    }
-  }
-  return text;
+  return text + "t" + std::to_string(face.hasTexture) + " n" + std::to_string(face.hasNormal) + " s" +
+         std::to_string(face.smoothingGroup) + " m" + std::to_string(face.materialIndex) + " " +
+         describe(face.normal) + describe(face.center);
 }
 
 inline std::string describe(const WavefrontOBJ::OBJVectorArray& vectors) {
   std::string text;
-  for (std::uint32_t i = 0; i < vectors.count; ++i) {
-    std::uint32_t bits[4];
-    std::memcpy(bits, &vectors[i], sizeof bits);
-    for (const std::uint32_t b : bits) text += std::to_string(b) + " ";
-  }
+  for (std::uint32_t i = 0; i < vectors.count; ++i) text += describe(vectors[i]);
   return text;
 }
 
