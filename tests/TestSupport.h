@@ -107,7 +107,8 @@ inline std::uint32_t below(Random& random, std::uint32_t limit) {
 inline WavefrontOBJ::OBJFace faceCopy(const WavefrontOBJ::OBJFaceArray& faces, std::uint32_t index) {
   const WavefrontOBJ::OBJFaceView view = faces.view(index);
   WavefrontOBJ::OBJFace face;
-  for (std::uint32_t& i = face.vertexCount; i < view.vertexCount; ++i) {
+  face.vertexCount = view.vertexCount;
+  for (std::uint32_t i = 0; i < view.vertexCount; ++i) {
     face.vertexIndex[i] = view.vertexIndex[i];
     face.textureIndex[i] = view.textureIndex[i];
     face.normalIndex[i] = view.normalIndex[i];

@@ -5,8 +5,24 @@
 #include <string>
 #include <vector>
 
-#include "image/OwnedBitMap.h"
+#include "TestSupport.h"
+#include "image/BitMap.h"
 #include "system/Memory.h"
+
+using Bytes = std::vector<unsigned char>;
+
+/// A bitmap that frees its buffer.
+struct OwnedBitMap : ABitMap {
+  OwnedBitMap() = default;
+  OwnedBitMap(OwnedBitMap&& other) noexcept : ABitMap(other) { other.Reset(); }
+  OwnedBitMap& operator=(OwnedBitMap&&) = delete;
+  ~OwnedBitMap() { Free(); }
+
+  Bytes bytes() const { return {buffer, buffer + BufferBytes()}; }
+};
+
+/// Debugging stops so far (StopsTest.cpp).
+extern int gStops;
 
 /// The four margins and the stored size of a test image.
 struct Geometry {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "image/OwnedBitMap.h"
+#include "TestSupport.h"
 #include "image/PSDFile.h"
 #include "system/Memory.h"
 
@@ -45,11 +45,23 @@ inline std::string headerBytes(unsigned channels, unsigned height, unsigned widt
          be16(mode);
 }
 
-struct TestMap : OwnedBitMap {
-  using OwnedBitMap::OwnedBitMap;
+/// An uncropped bitmap, freed at its end.
+class TestMap : public ABitMap {
+ public:
+  TestMap() = default;
+  TestMap(int w, int h, int d, unsigned seed) {
+    Allocate(w, h, d);
+    Random random(seed);
+    for (std::int32_t i = 0; i < BufferBytes(); ++i) buffer[i] = static_cast<unsigned char>(random());
+  }
+  TestMap(const TestMap&) = delete;
+  TestMap& operator=(const TestMap&) = delete;
+  ~TestMap() { Free(); }
 
   unsigned at(std::size_t i) const { return i < static_cast<std::size_t>(BufferBytes()) ? buffer[i] : 0; }
-  std::string bytes() const { return text(); }
+  std::string bytes() const {
+    return {reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(BufferBytes())};
+  }
 };
 
 /// The pixels of a file by the rules of the two loaders, in the plainest way: "" for a failure.
