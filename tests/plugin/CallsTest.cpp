@@ -24,8 +24,10 @@ struct CallsTest : testing::Test {
 }  // namespace
 
 TEST_F(CallsTest, Lifecycle) {
-  EXPECT_EQ(call(Version, nullptr), 1.3F);
   EXPECT_EQ(call(FreeOBJModel, nullptr), 0.0F);
+  for (const auto function : {GetOBJGroupInfo, GetOBJSmoothGroupInfo, ExportOBJGroup, ExportOBJSmoothGroup}) {
+    EXPECT_EQ(call(function, "name", 1), -1.0F) << "without a model";
+  }
   EXPECT_EQ(call(GetOBJInfo, "vertexCount"), 0.0F);
   EXPECT_EQ(load(kModel), 3.0F);
   EXPECT_EQ(call(LoadOBJFile, nullptr), 0.0F);
@@ -33,69 +35,51 @@ TEST_F(CallsTest, Lifecycle) {
   EXPECT_EQ(load("v 1 2 3\nv 1 2 3\n"), 0.0F);
   EXPECT_EQ(call(GetOBJInfo, "vertexCount"), 2.0F) << "no groups, and still a model";
   EXPECT_EQ(load("f 1\n"), -1.0F);
-  EXPECT_STREQ(sBlock, ("Vertex not found at (f 1) in " + folder.path("m.obj") + "\n").c_str());
+  EXPECT_EQ(sBlock, "Vertex not found at (f 1) in " + folder.path("m.obj") + "\n");
   EXPECT_EQ(gOBJModel, nullptr);
   EXPECT_EQ(call(LoadOBJFile, folder.path("none").c_str()), -1.0F) << "without a buffer";
   EXPECT_EQ(call(LoadOBJFile, folder.path("").c_str(), 0, sBlock), -1.0F);
-  EXPECT_STREQ(sBlock, ("OBJ file not found: " + folder.path("")).c_str()) << "a folder";
+  EXPECT_EQ(sBlock, "OBJ file not found: " + folder.path("")) << "a folder";
   testing::internal::CaptureStdout();
   KOBJRev01().HelloWorld("hello");
-  KOBJRev01().HelloWorld(nullptr);
   std::fflush(stdout);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "hello\n\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "hello\n");
 }
 
 TEST_F(CallsTest, AnswerForEveryIndex) {
-  for (const auto function : {GetOBJGroupInfo, GetOBJSmoothGroupInfo, ExportOBJGroup, ExportOBJSmoothGroup}) {
-    EXPECT_EQ(call(function, "name", 1), -1.0F) << "without a model";
-  }
   ASSERT_EQ(load(kModel), 3.0F);
   const struct {
     decltype(&Version) function;
     const char* key;
-    double number;
-    float answer;
-    const char* text = "";
+    std::vector<std::pair<double, float>> answers;
   } cases[] = {
-      {GetOBJInfo, "vertexCount", 0, 4},
-      {GetOBJInfo, "faceCount", 0, 4},
-      {GetOBJInfo, "groupCount", 0, 3},
-      {GetOBJInfo, "smoothGroupCount", 0, 2},
-      {GetOBJInfo, "VertexCount", 0, 0},
-      {GetOBJInfo, "vertexCount ", 0, 0},
-      {GetOBJInfo, nullptr, 0, 0},
-      {GetOBJGroupInfo, "name", 1, 0, "arm"},
-      {GetOBJGroupInfo, "name", 2.99, 0, "leg"},
-      {GetOBJGroupInfo, "name", 3, 0, "dot"},
-      {GetOBJGroupInfo, "name", 4, -1},
-      {GetOBJGroupInfo, "name", 0, -1},
-      {GetOBJGroupInfo, "name", 0.5, -1},
-      {GetOBJGroupInfo, "name", -1, -1},
-      {GetOBJGroupInfo, "name", std::nan(""), -1},
-      {GetOBJGroupInfo, "name", 4294967297.0, -1},
-      {GetOBJGroupInfo, "vertexCount", 0.5, 0},
-      {GetOBJGroupInfo, "vertexCount", 1, 3},
-      {GetOBJGroupInfo, "vertexCount", 3, 0},
-      {GetOBJGroupInfo, "faceCount", 1, -1},
-      {GetOBJGroupInfo, nullptr, 1, -1},
-      {GetOBJSmoothGroupInfo, "count", std::nan(""), 2},
-      {GetOBJSmoothGroupInfo, "value", 1, 7},
-      {GetOBJSmoothGroupInfo, "value", 2, 9},
-      {GetOBJSmoothGroupInfo, "value", 3, 0},
-      {GetOBJSmoothGroupInfo, "value", 4, -1},
-      {GetOBJSmoothGroupInfo, "value", 0.5, -1},
-      {GetOBJSmoothGroupInfo, "value", 0, -1},
-      {GetOBJSmoothGroupInfo, "value", 1e19, -1},
-      {GetOBJSmoothGroupInfo, "name", 1, -1},
-      {GetOBJSmoothGroupInfo, nullptr, 1, -1},
-      {ExportOBJGroup, nullptr, 0, -1},
-      {ExportOBJSmoothGroup, nullptr, 1, -1},
+      {GetOBJInfo, "vertexCount", {{0, 4}}},
+      {GetOBJInfo, "faceCount", {{0, 4}}},
+      {GetOBJInfo, "groupCount", {{0, 3}}},
+      {GetOBJInfo, "smoothGroupCount", {{0, 2}}},
+      {GetOBJInfo, "vertexCount ", {{0, 0}}},
+      {GetOBJInfo, nullptr, {{0, 0}}},
+      {GetOBJGroupInfo,
+       "name",
+       {{4, -1}, {0, -1}, {0.5, -1}, {-1, -1}, {std::nan(""), -1}, {4294967297.0, -1}}},
+      {GetOBJGroupInfo, "vertexCount", {{0.5, 0}, {1, 3}, {3, 0}, {4, -1}, {0, -1}}},
+      {GetOBJGroupInfo, "faceCount", {{1, -1}}},
+      {GetOBJGroupInfo, nullptr, {{1, -1}}},
+      {GetOBJSmoothGroupInfo, "count", {{std::nan(""), 2}}},
+      {GetOBJSmoothGroupInfo, "value", {{1, 7}, {2, 9}, {3, 0}, {4, -1}, {0.5, -1}, {0, -1}, {1e19, -1}}},
+      {GetOBJSmoothGroupInfo, "name", {{1, -1}}},
+      {GetOBJSmoothGroupInfo, nullptr, {{1, -1}}},
+      {ExportOBJGroup, nullptr, {{0, -1}}},
+      {ExportOBJSmoothGroup, nullptr, {{1, -1}}},
   };
   for (const auto& c : cases) {
-    sBlock[0] = '\0';
-    EXPECT_EQ(call(c.function, c.key, c.number, sBlock), c.answer)
-        << (c.key != nullptr ? c.key : "null") << " " << c.number;
-    EXPECT_STREQ(sBlock, c.text);
+    for (const auto& [number, answer] : c.answers) {
+      EXPECT_EQ(call(c.function, c.key, number, sBlock), answer) << (c.key != nullptr ? c.key : "") << number;
+    }
+  }
+  for (const auto& [number, name] : {std::pair{1.0, "arm"}, {2.99, "leg"}, {3.0, "dot"}}) {
+    EXPECT_EQ(call(GetOBJGroupInfo, "name", number, sBlock), 0.0F);
+    EXPECT_STREQ(sBlock, name);
   }
   EXPECT_EQ(call(GetOBJGroupInfo, "name", 1), -2.0F);
 }
@@ -104,36 +88,29 @@ TEST_F(CallsTest, Exports) {
   const char* const whole = "g arm\nf 1 2 3\ng leg\nf 2 3 4\nf 3 4 2\ng dot\nf 4\n";
   const struct {
     decltype(&Version) function;
-    double number;
-    const char* faces = nullptr;  ///< the lines from the first "g" on; null: -1, and no file is made
-    const char* more = "";        ///< behind the model
+    std::vector<double> numbers;
+    const char* faces = "";  ///< the lines from the first "g" on; empty: -1, and no file is made
+    const char* more = "";   ///< behind the model
   } cases[] = {
-      {ExportOBJGroup, 0, whole},
-      {ExportOBJGroup, 0.5, whole},
-      {ExportOBJGroup, -0.5, whole},
-      {ExportOBJGroup, 2, "g leg\nf 1 2 3\nf 2 3 1\n"},
-      {ExportOBJGroup, 3},
-      {ExportOBJGroup, 4},
-      {ExportOBJGroup, -1},
-      {ExportOBJGroup, std::nan("")},
-      {ExportOBJGroup, -4294967296.0},
-      {ExportOBJGroup, 4294967296.0},
-      {ExportOBJSmoothGroup, 2, "g 9\nf 1 2 3\nf 2 3 1\n"},
-      {ExportOBJSmoothGroup, 0.5},
-      {ExportOBJSmoothGroup, 0},
-      {ExportOBJSmoothGroup, 3},
-      {ExportOBJSmoothGroup, 0.5, "g 0\nf 4\nf 2 1 4\n", "f 2 1 4\n"},  // the faces outside all
+      {ExportOBJGroup, {0, 0.5, -0.5}, whole},
+      {ExportOBJGroup, {2}, "g leg\nf 1 2 3\nf 2 3 1\n"},
+      {ExportOBJGroup, {3, 4, -1, std::nan(""), -4294967296.0, 4294967296.0}},
+      {ExportOBJSmoothGroup, {2}, "g 9\nf 1 2 3\nf 2 3 1\n"},
+      {ExportOBJSmoothGroup, {0.5, 0, 3}},
+      {ExportOBJSmoothGroup, {0.5}, "g 0\nf 4\nf 2 1 4\n", "f 2 1 4\n"},  // the faces outside all
       // A position that is missing is written with zeros.
-      {ExportOBJGroup, 4, "g new\nf 1 2 3\n", "v 8 8 8\nv 9 9 9\ng new\nf 5 6 -1\n"},
+      {ExportOBJGroup, {4}, "g new\nf 1 2 3\n", "v 8 8 8\nv 9 9 9\ng new\nf 5 6 -1\n"},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.number);
-    std::filesystem::remove(folder.path("out.obj"));
     load(kModel + c.more);
-    EXPECT_EQ(call(c.function, folder.path("out.obj").c_str(), c.number), c.faces != nullptr ? 0.0F : -1.0F);
-    EXPECT_EQ(folder.has("out.obj"), c.faces != nullptr);
-    const std::string text = folder.read("out.obj");
-    EXPECT_EQ(text.substr(text.find("\ng ") + 1), c.faces != nullptr ? c.faces : "");
+    for (const double number : c.numbers) {
+      SCOPED_TRACE(number);
+      std::filesystem::remove(folder.path("out.obj"));
+      EXPECT_EQ(call(c.function, folder.path("out.obj").c_str(), number), *c.faces != '\0' ? 0.0F : -1.0F);
+      EXPECT_EQ(folder.has("out.obj"), *c.faces != '\0');
+      const std::string text = folder.read("out.obj");
+      EXPECT_EQ(text.substr(text.find("\ng ") + 1), c.faces);
+    }
   }
   EXPECT_NE(folder.read("out.obj").find("v 9.00000 9.00000 9.00000 \nv 0.00000 0.00000 0.00000 \ng"),
             std::string::npos);
@@ -144,9 +121,7 @@ TEST_F(CallsTest, ReplacesVertices) {
   ASSERT_EQ(load(kModel), 3.0F);
   EXPECT_EQ(call(ReplaceOBJVertices, nullptr), -1.0F);
   EXPECT_EQ(call(ReplaceOBJVertices, ""), -1.0F);
-  sBlock[0] = '\0';
-  EXPECT_EQ(call(ReplaceOBJVertices, folder.path("none").c_str(), 0, sBlock), -2.0F);
-  EXPECT_STREQ(sBlock, "");
+  EXPECT_EQ(call(ReplaceOBJVertices, folder.path("none").c_str()), -2.0F);
   EXPECT_EQ(call(ReplaceOBJVertices, folder.write("a.obj", "v 1 1 1\n").c_str()), -3.0F);
   const std::string moved = folder.write("b.obj", "v 9 0 0\nv 8 0 0\nv 7 0 0\nv 6 0 0\n");
   EXPECT_EQ(call(ReplaceOBJVertices, moved.c_str()), 0.0F);
@@ -156,13 +131,11 @@ TEST_F(CallsTest, ReplacesVertices) {
 
 TEST_F(CallsTest, NoExceptionLeavesACall) {
   const ThrowingAssertions throwing;
-  std::string fan = "v 0 0 0\n";
-  std::string face = "f";
-  for (int i = 1; i <= 89; ++i) {
-    fan += "v " + std::to_string(i) + " 0 0\n";
-    face += " " + std::to_string(i);
-  }
-  EXPECT_EQ(load(fan + face + "\n"), -1.0F);
+  std::string text;
+  for (int i = 1; i <= 89; ++i) text += "v 0 0 0\n";
+  text += "f";
+  for (int i = 1; i <= 89; ++i) text += " " + std::to_string(i);
+  EXPECT_EQ(load(text + "\n"), -1.0F) << "a corner more than a face takes";
   EXPECT_EQ(gOBJModel, nullptr);
   ASSERT_EQ(load(kModel), 3.0F);
   for (const auto function : {ExportOBJGroup, ExportOBJSmoothGroup}) {

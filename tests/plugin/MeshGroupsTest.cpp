@@ -15,7 +15,7 @@ TEST(MeshGroups, MarkWhatNestedLoopsMark) {
     for (std::uint32_t i = 0; i < vertices; ++i) model._vertices->push_back({});
     const std::uint32_t span = below(random, 4) == 0 ? vertices + 2 : vertices;
     const auto fill = [&](OBJFace& face) {
-      face.vertexCount = 1 + below(random, below(random, 8) == 0 ? 12 : 5);
+      face.vertexCount = 1 + below(random, below(random, 8) == 0 ? 24 : 5);
       for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
         // Two poles; not through addVertex, which takes no vertex twice.
         face.vertexIndex[i] = below(random, 3) == 0 ? below(random, 2) : below(random, span);
