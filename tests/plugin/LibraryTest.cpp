@@ -7,29 +7,20 @@
 TEST(Library, IsFoundAndCalledByName) {
   void* library = dlopen(KSMTH_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(library, nullptr) << dlerror();
-  const TempFolder folder;
-  const std::string path = folder.write("m.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\ng arm\ns 4\nf 1 2 3\n");
-  const std::tuple<const char*, const char*, float> calls[] = {{"Version", nullptr, 1.3F},
-                                                               {"LoadOBJFile", path.c_str(), 1},
-                                                               {"GetOBJInfo", "faceCount", 1},
-                                                               {"GetOBJGroupInfo", "vertexCount", 3},
-                                                               {"GetOBJSmoothGroupInfo", "value", 4},
-                                                               {"ReplaceOBJVertices", path.c_str(), 0},
-                                                               {"ExportOBJGroup", path.c_str(), 0},
-                                                               {"ExportOBJSmoothGroup", path.c_str(), 0},
-                                                               {"GetMesh3DInfo", nullptr, -1},
-                                                               {"SetMesh3DInfo", nullptr, -1},
-                                                               {"SetMesh3DFromOBJGroup", "", -1},
-                                                               {"SetMesh3DFromOBJSmoothGroup", "", -1},
-                                                               {"FileDelete", nullptr, -1},
-                                                               {"OpenFolder", nullptr, -1},
-                                                               {"CloseFolder", nullptr, -1},
-                                                               {"GetFile", nullptr, -1},
-                                                               {"FreeOBJModel", nullptr, 0}};
-  for (const auto& [name, text, answer] : calls) {
-    const auto function = reinterpret_cast<decltype(&Version)>(dlsym(library, name));
-    ASSERT_NE(function, nullptr) << name;
-    EXPECT_EQ(call(function, text, 1), answer) << name;
+  // With a number and nothing else.
+  const std::pair<float, std::vector<const char*>> calls[] = {
+      {1.3F, {"Version"}},
+      {0.0F, {"LoadOBJFile", "FreeOBJModel", "GetOBJInfo"}},
+      {-1.0F,
+       {"ReplaceOBJVertices", "GetOBJGroupInfo", "GetOBJSmoothGroupInfo", "ExportOBJGroup",
+        "ExportOBJSmoothGroup", "GetMesh3DInfo", "SetMesh3DInfo", "SetMesh3DFromOBJGroup",
+        "SetMesh3DFromOBJSmoothGroup", "FileDelete", "OpenFolder", "GetFile", "CloseFolder"}}};
+  for (const auto& [answer, names] : calls) {
+    for (const char* name : names) {
+      const auto function = reinterpret_cast<decltype(&Version)>(dlsym(library, name));
+      ASSERT_NE(function, nullptr) << name;
+      EXPECT_EQ(call(function, nullptr, 1), answer) << name;
+    }
   }
   // One name of each exported class and room.
   for (const char* name :
