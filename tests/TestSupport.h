@@ -53,17 +53,16 @@ struct FailedAssertion : std::runtime_error {
 /// Turns failed assertions into exceptions, for tests that go through many of them.
 class ThrowingAssertions {
  public:
-  ThrowingAssertions() : previous_(OBJSetAssertionHandler(&raise)) {}
+  ThrowingAssertions() = default;
   ThrowingAssertions(const ThrowingAssertions&) = delete;
   ThrowingAssertions& operator=(const ThrowingAssertions&) = delete;
   ~ThrowingAssertions() { OBJSetAssertionHandler(previous_); }
 
  private:
-  static void raise(const char* function, const char* file, int line, const char* expression) {
+  OBJAssertionHandler previous_ = OBJSetAssertionHandler([](const char* function, const char* file, int line,
+                                                            const char* expression) {
     throw FailedAssertion(std::string(file) + ":" + std::to_string(line) + " " + function + " " + expression);
-  }
-
-  OBJAssertionHandler previous_;
+  });
 };
 
 /// The text of the assertion that `work` fails; empty when it fails none.

@@ -1,7 +1,6 @@
 #include "host/HostMesh.h"
 
 #include "TestSupport.h"
-#include "host/Plugin.h"
 
 namespace {
 
@@ -12,13 +11,12 @@ using host::HostMesh;
 /// The object that the pointer field at `offset` of `record` leads to.
 const std::uint8_t* follow(const HostMesh& mesh, const void* record, std::size_t offset) {
   const std::uintptr_t window = reinterpret_cast<std::uintptr_t>(record) & ~std::uintptr_t{UINT32_MAX};
-  const std::uint32_t low = mesh.word(record, offset);
-  return low == 0 ? nullptr : reinterpret_cast<const std::uint8_t*>(window | low);
+  return reinterpret_cast<const std::uint8_t*>(window | mesh.word(record, offset));
 }
 
 TEST(Arena, KeepsToItsWindowAndItsRoom) {
   constexpr std::uint64_t kWindow = std::uint64_t{1} << 32;
-  for (const std::uint64_t bytes : {16U, 4096U, 0x7FFFFFF0U}) {
+  for (const std::uint64_t bytes : {16U, 0x7FFFFFF0U}) {
     for (const std::uint64_t first : {kWindow - bytes, kWindow - bytes + 16, kWindow - 16, kWindow}) {
       EXPECT_EQ(Arena::placeIn(first, bytes),
                 first > kWindow - bytes && first < kWindow ? first + bytes : first);
@@ -27,13 +25,10 @@ TEST(Arena, KeepsToItsWindowAndItsRoom) {
   Arena arena(64);
   EXPECT_THROW(arena.allocate(64), std::bad_alloc);
   const std::uint8_t* const memory = arena.allocate(47);
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % Arena::kAlignment, 0U);
   EXPECT_GE(memory - arena.begin(), 16) << "nothing lies where an address may pass for null";
   EXPECT_EQ(arena.end() - memory, 64);
   EXPECT_EQ(arena.end()[-1], Arena::kPattern);
-  EXPECT_THROW(arena.allocate(0), std::bad_alloc);
   EXPECT_THROW(Arena(UINT32_MAX), std::bad_alloc);
-  EXPECT_THROW(host::Plugin("no such file"), std::runtime_error);
 }
 
 TEST(HostMesh, LaysTheRecordsOut) {
@@ -54,20 +49,18 @@ TEST(HostMesh, LaysTheRecordsOut) {
     EXPECT_EQ(mesh.word(array, 92), row.elementSize);
     const std::uint8_t* const block = follow(mesh, array, 40);
     EXPECT_EQ(block[32] | block[33] | block[74] | block[75], 0);
-    ASSERT_NE(follow(mesh, block, 40), nullptr);
+    EXPECT_EQ(follow(mesh, block, 40), mesh.data(static_cast<Array>(row.offset)));
   }
-  EXPECT_EQ(follow(mesh, record, 536), nullptr);
-  EXPECT_EQ(follow(mesh, record, 552), nullptr);
+  EXPECT_EQ(mesh.word(record, 536) | mesh.word(record, 552), 0U);
   for (const std::size_t i : {0, 1, 2, 3, 4, 5}) {
-    EXPECT_EQ(std::bit_cast<float>(mesh.word(record, 584 + 4 * i)), i < 3 ? 1.0F : 0.0F);
+    EXPECT_EQ(mesh.word(record, 584 + 4 * i), std::bit_cast<std::uint32_t>(i < 3 ? 1.0F : 0.0F));
   }
   const auto* names = reinterpret_cast<const char*>(mesh.data(Array::kGroupNames));
   EXPECT_STREQ(names, "head");
   EXPECT_EQ(names + 76, longName);
   EXPECT_EQ(names + 2 * 76, std::string(72, 'y'));
-  for (std::size_t i = 0; i < 9; ++i) {
-    EXPECT_EQ(std::bit_cast<float>(mesh.word(mesh.data(Array::kPoints), 4 * i)), static_cast<float>(i + 1));
-  }
+  const float points[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+  EXPECT_EQ(std::memcmp(mesh.data(Array::kPoints), points, sizeof points), 0);
   EXPECT_TRUE(mesh.onlyMarksChanged());
 }
 

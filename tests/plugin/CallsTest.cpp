@@ -85,14 +85,16 @@ TEST_F(CallsTest, AnswerForEveryIndex) {
 }
 
 TEST_F(CallsTest, Exports) {
-  const char* const whole = "g arm\nf 1 2 3\ng leg\nf 2 3 4\nf 3 4 2\ng dot\nf 4\n";
   const struct {
     decltype(&Version) function;
     std::vector<double> numbers;
     const char* faces = "";  ///< the lines from the first "g" on; empty: -1, and no file is made
     const char* more = "";   ///< behind the model
   } cases[] = {
-      {ExportOBJGroup, {0, 0.5, -0.5}, whole},
+      {ExportOBJGroup,
+       {0, 0.5, -0.5},
+       "g arm\nf 1 2 3\ng leg\nf 2 3 4\nf 3 4 2\ng dot\nf 4\ng arm\nf 1 2 4\n",
+       "g arm\nf 1 2 4\n"},
       {ExportOBJGroup, {2}, "g leg\nf 1 2 3\nf 2 3 1\n"},
       {ExportOBJGroup, {3, 4, -1, std::nan(""), -4294967296.0, 4294967296.0}},
       {ExportOBJSmoothGroup, {2}, "g 9\nf 1 2 3\nf 2 3 1\n"},

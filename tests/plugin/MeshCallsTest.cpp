@@ -36,35 +36,34 @@ AMash3DDXF* recordOf(HostMesh& mesh) {
 
 TEST(MeshCalls, TellWhetherAMeshIsLoaded) {
   // In the order in which they are asked; the last two are not.
-  const std::pair<Array, std::string> rows[] = {{Array::kSubdivision, "Subdiv "},
-                                                {Array::kVertexAttributes, "Mesh attributes-"},
-                                                {Array::kSecondAttributes, "Mesh attributes-"},
-                                                {Array::kPoints, "Mesh point-"},
-                                                {Array::kSecondPoints, "Mesh point-"},
-                                                {Array::kFaceAttributes, ""},
-                                                {Array::kGroupNames, ""}};
+  const Array arrays[] = {Array::kSubdivision, Array::kVertexAttributes, Array::kSecondAttributes,
+                          Array::kPoints,      Array::kSecondPoints,     Array::kFaceAttributes,
+                          Array::kGroupNames};
+  const std::string subjects[] = {"Subdiv ", "Mesh attributes-", "Mesh attributes-", "Mesh point-",
+                                  "Mesh point-"};
   EXPECT_TRUE(Mesh3D_IsLoaded(nullptr));
   for (const auto& [flags, offline, available] :
-       {std::tuple{0xFFF7, 0, true}, {8, 0, false}, {0, 1, false}, {0, 0xFFFF, false}}) {
+       {std::tuple<std::uint16_t, std::uint16_t, bool>{0xFFF7, 0, true},
+        {8, 0, false},
+        {0, 1, false},
+        {0, 0xFFFF, false}}) {
     HostMesh mesh({{{0, 0, 0}}, {{0}}, {"x"}});
     EXPECT_TRUE(Mesh3D_IsLoaded(recordOf(mesh))) << "without some of the arrays";
     for (const Array array : {Array::kSubdivision, Array::kSecondAttributes, Array::kSecondPoints}) {
       mesh.addArray(array, 1, 8);
     }
     // From the last one on: each is told before those behind it.
-    for (std::size_t i = std::size(rows); i-- > 0;) {
-      const auto& [array, what] = rows[i];
-      mesh.setHalf(mesh.blockRecord(array), host::block_offset::kStateFlags,
-                   static_cast<std::uint16_t>(flags));
-      mesh.setHalf(mesh.blockRecord(array), host::block_offset::kOfflineCount,
-                   static_cast<std::uint16_t>(offline));
-      const bool told = !available && !what.empty();
+    for (std::size_t i = std::size(arrays); i-- > 0;) {
+      void* const block = mesh.blockRecord(arrays[i]);
+      mesh.setHalf(block, host::block_offset::kStateFlags, flags);
+      mesh.setHalf(block, host::block_offset::kOfflineCount, offline);
+      const bool told = !available && i < std::size(subjects);
       EXPECT_EQ(Mesh3D_IsLoaded(recordOf(mesh)), !told);
-      EXPECT_EQ(gMessage,
-                told ? what + "data is currently compressed or offline. Please reload and try again" : "");
+      const std::string rest = "data is currently compressed or offline. Please reload and try again";
+      EXPECT_EQ(gMessage, told ? subjects[i] + rest : "");
       gMessage.clear();
     }
-    for (const auto& row : rows) mesh.setWord(mesh.arrayRecord(row.first), host::array_offset::kBlock, 0);
+    for (const Array array : arrays) mesh.setWord(mesh.arrayRecord(array), host::array_offset::kBlock, 0);
     EXPECT_TRUE(Mesh3D_IsLoaded(recordOf(mesh))) << "without blocks";
   }
 }
@@ -72,27 +71,24 @@ TEST(MeshCalls, TellWhetherAMeshIsLoaded) {
 TEST(MeshCalls, TellAndSetWhatTheMeshHas) {
   HostMesh mesh(3, 2, {"head", "", "left arm"});
   EXPECT_EQ(call(GetMesh3DInfo, mesh, "groupCount"), 3.0F);
-  const auto expectNames = [&mesh](std::initializer_list<std::pair<double, const char*>> names) {
-    for (const auto& [index, name] : names) {
-      char block[256] = "untouched";
-      EXPECT_EQ(call(GetMesh3DInfo, mesh, "groupName", index, block), name != nullptr ? 0.0F : -1.0F)
-          << index;
-      EXPECT_STREQ(block, name != nullptr ? name : "untouched");
+  const auto expectName = [&mesh](const char* name, std::initializer_list<double> numbers) {
+    for (const double number : numbers) {
+      char block[256] = "none";
+      const float answer = call(GetMesh3DInfo, mesh, "groupName", number, block);
+      EXPECT_EQ(answer, std::string(name) == "none" ? -1.0F : 0.0F) << number;
+      EXPECT_STREQ(block, name) << number;
     }
   };
-  expectNames({{0, "head"},
-               {1, ""},
-               {2.9, "left arm"},
-               {-0.5, "head"},
-               {-1, nullptr},
-               {3, nullptr},
-               {1e300, nullptr},
-               {std::nan(""), nullptr}});
+  expectName("head", {0, -0.5});
+  expectName("", {1});
+  expectName("left arm", {2.9});
+  expectName("none", {-1, 3, 1e300, std::nan("")});
   EXPECT_EQ(call(GetMesh3DInfo, mesh, "groupName", 0), -1.0F);
   mesh.setWord(mesh.arrayRecord(Array::kGroupNames), host::array_offset::kElementSize, UINT32_MAX - 3);
-  expectNames({{0, "head"}, {1, nullptr}, {2, nullptr}});
+  expectName("head", {0});
+  expectName("none", {1, 2});
   mesh.setWord(mesh.blockRecord(Array::kGroupNames), host::block_offset::kData, 0);
-  expectNames({{0, nullptr}});
+  expectName("none", {0});
   const char* keys[] = {"importScaleX",  "importScaleY",  "importScaleZ",
                         "importOffsetX", "importOffsetY", "importOffsetZ"};
   for (std::size_t i = 0; i < 6; ++i) {
