@@ -96,7 +96,7 @@ TEST_F(CallsTest, Exports) {
        "g arm\nf 1 2 3\ng leg\nf 2 3 4\nf 3 4 2\ng dot\nf 4\ng arm\nf 1 2 4\n",
        "g arm\nf 1 2 4\n"},
       {ExportOBJGroup, {2}, "g leg\nf 1 2 3\nf 2 3 1\n"},
-      {ExportOBJGroup, {3, 4, -1, std::nan(""), -4294967296.0, 4294967296.0}},
+      {ExportOBJGroup, {3, 4, -1, std::nan(""), -4294967295.0, 4294967296.0}},
       {ExportOBJSmoothGroup, {2}, "g 9\nf 1 2 3\nf 2 3 1\n"},
       {ExportOBJSmoothGroup, {0.5, 0, 3}},
       {ExportOBJSmoothGroup, {0.5}, "g 0\nf 4\nf 2 1 4\n", "f 2 1 4\n"},  // the faces outside all
