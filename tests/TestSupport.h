@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -77,23 +77,17 @@ std::string failedAssertion(Work work) {
   return {};
 }
 
-/// Debugging stops so far, and what the host's message call was last told: every test program is linked so
-/// that both calls of the system lead here.
-inline int gStops = 0;
-inline std::string gMessage;
-extern "C" [[gnu::used]] inline void __wrap__Z19Sys_BreakToDebuggerv() {
-  ++gStops;
-}
-extern "C" [[gnu::used]] inline void __wrap__Z15Sys_SystemMsgOkPKcPc(const char* message, char* /*unused*/) {
-  gMessage = message;
-}
+/// Debugging stops so far, and what the host's message call was last told: in programs that are linked so
+/// that both calls of the system lead to Stops.cpp.
+extern int gStopCount;
+extern std::string gHostMessage;
 
 /// How often `work` stops for the debugger.
 template <class Work>
 int stopsOf(Work work) {
-  const int before = gStops;
+  const int before = gStopCount;
   work();
-  return gStops - before;
+  return gStopCount - before;
 }
 
 using Random = std::mt19937;
@@ -123,30 +117,33 @@ inline WavefrontOBJ::OBJFace faceCopy(const WavefrontOBJ::OBJFaceArray& faces, s
   return face;
 }
 
-/// Its four floats by their bits. Which NaN an operation gives differs between processors.
-inline std::string describe(const WavefrontOBJ::OBJVector& vector) {
-  std::string text;
-  for (const float f : {vector.x, vector.y, vector.z, vector.w}) {
-    text += (f != f ? "nan" : std::to_string(std::bit_cast<std::uint32_t>(f))) + " ";
-  }
-  return text;
-}
-
-/// The corners in use and every other field.
+/// The corners in use and every other field, as text; floats by their bits.
 inline std::string describe(const WavefrontOBJ::OBJFace& face) {
   std::string text;
   for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
     text += std::to_string(face.vertexIndex[i]) + "/" + std::to_string(face.textureIndex[i]) + "/" +
             std::to_string(face.normalIndex[i]) + " ";
   }
-  return text + "t" + std::to_string(face.hasTexture) + " n" + std::to_string(face.hasNormal) + " s" +
-         std::to_string(face.smoothingGroup) + " m" + std::to_string(face.materialIndex) + " " +
-         describe(face.normal) + describe(face.center);
+  text += "t" + std::to_string(face.hasTexture) + " n" + std::to_string(face.hasNormal) + " s" +
+          std::to_string(face.smoothingGroup) + " m" + std::to_string(face.materialIndex);
+  for (const WavefrontOBJ::OBJVector& v : {face.normal, face.center}) {
+    for (const float f : {v.x, v.y, v.z, v.w}) {
+      std::uint32_t bits = 0;
+      std::memcpy(&bits, &f, sizeof bits);
+      // Which NaN an operation gives differs between processors.
+      text += f != f ? " nan" : " " + std::to_string(bits);
+    }
+  }
+  return text;
 }
 
 inline std::string describe(const WavefrontOBJ::OBJVectorArray& vectors) {
   std::string text;
-  for (std::uint32_t i = 0; i < vectors.count; ++i) text += describe(vectors[i]);
+  for (std::uint32_t i = 0; i < vectors.count; ++i) {
+    std::uint32_t bits[4];
+    std::memcpy(bits, &vectors[i], sizeof bits);
+    for (const std::uint32_t b : bits) text += std::to_string(b) + " ";
+  }
   return text;
 }
 

@@ -1,5 +1,7 @@
 #include "host/HostMesh.h"
 
+#include <bit>
+
 #include "TestSupport.h"
 
 namespace {

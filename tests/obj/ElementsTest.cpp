@@ -96,6 +96,25 @@ TEST(BlockArrays, CheckTheBlockAndNotTheCount) {
   EXPECT_EQ(failedAssertion([&] { links[UINT32_MAX]; }), "OBJLinkArray:140 operator[] 0");
 }
 
+TEST(BlockArrays, AnswerFalseWhenABlockCannotBeHad) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer's allocator ends the process instead of answering null";
+#endif
+  volatile std::uint32_t hidden = UINT32_MAX;  // compilers know that no block is that large
+  const std::uint32_t huge = hidden;
+  OBJVectorArray vectors(huge);
+  OBJFaceArray faces(huge);
+  if (vectors.push_back({1, 2, 3})) GTEST_SKIP() << "this machine hands out 64 GB";
+  EXPECT_FALSE(faces.push_back(gNullFace));
+  EXPECT_EQ(vectors.count + faces.count, 0U);
+  EXPECT_EQ(vectors.lastBlock, -1);
+  EXPECT_EQ(faces.lastBlock, -1);
+  EXPECT_TRUE(vectors.blocks.empty());
+  OBJLinkArray links(huge);
+  EXPECT_FALSE(links.reserve(5));
+  EXPECT_EQ(links.count, 0U);
+}
+
 TEST(Links, ChainNodesOfTwelve) {
   OBJLinkArray array(2);
   ASSERT_TRUE(array.reserve(5));

@@ -1,4 +1,5 @@
 // The mesh calls on a host's records: what they answer, and what they leave alone.
+#include <bit>
 #include <cmath>
 
 #include "TestSupport.h"
@@ -60,8 +61,8 @@ TEST(MeshCalls, TellWhetherAMeshIsLoaded) {
       const bool told = !available && i < std::size(subjects);
       EXPECT_EQ(Mesh3D_IsLoaded(recordOf(mesh)), !told);
       const std::string rest = "data is currently compressed or offline. Please reload and try again";
-      EXPECT_EQ(gMessage, told ? subjects[i] + rest : "");
-      gMessage.clear();
+      EXPECT_EQ(gHostMessage, told ? subjects[i] + rest : "");
+      gHostMessage.clear();
     }
     for (const Array array : arrays) mesh.setWord(mesh.arrayRecord(array), host::array_offset::kBlock, 0);
     EXPECT_TRUE(Mesh3D_IsLoaded(recordOf(mesh))) << "without blocks";
