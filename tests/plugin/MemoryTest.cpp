@@ -54,6 +54,19 @@ void* __wrap_realloc(void* memory, std::size_t bytes) {
   std::free(memory);
 }
 
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size != 0 ? size : 1);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
 TEST(Memory, EveryFailedAllocationIsAFailedCall) {
   const TempFolder folder;
   folder.write("m.mtl",
