@@ -54,17 +54,16 @@ struct FailedAssertion : std::runtime_error {
 /// Turns failed assertions into exceptions, for tests that go through many of them.
 class ThrowingAssertions {
  public:
-  ThrowingAssertions() : previous_(OBJSetAssertionHandler(&raise)) {}
+  ThrowingAssertions() = default;
   ThrowingAssertions(const ThrowingAssertions&) = delete;
   ThrowingAssertions& operator=(const ThrowingAssertions&) = delete;
   ~ThrowingAssertions() { OBJSetAssertionHandler(previous_); }
 
  private:
-  static void raise(const char* function, const char* file, int line, const char* expression) {
+  OBJAssertionHandler previous_ = OBJSetAssertionHandler([](const char* function, const char* file, int line,
+                                                            const char* expression) {
     throw FailedAssertion(std::string(file) + ":" + std::to_string(line) + " " + function + " " + expression);
-  }
-
-  OBJAssertionHandler previous_;
+  });
 };
 
 /// The text of the assertion that `work` fails; empty when it fails none.
@@ -77,6 +76,19 @@ std::string failedAssertion(Work work) {
     return failed.what();
   }
   return {};
+}
+
+/// Debugging stops so far, and what the host's message call was last told: in programs that are linked so
+/// that both calls of the system lead to Stops.cpp.
+extern int gStopCount;
+extern std::string gHostMessage;
+
+/// How often `work` stops for the debugger.
+template <class Work>
+int stopsOf(Work work) {
+  const int before = gStopCount;
+  work();
+  return gStopCount - before;
 }
 
 using Random = std::mt19937;
