@@ -36,6 +36,7 @@ class CommandLine {
 
  private:
   std::vector<std::string> parserWords(int argc, char** argv) const;
+  std::string complaint(const CLI::ParseError& error) const;
   int parseAndRun(int argc, char** argv);
 
   CLI::App app_;
