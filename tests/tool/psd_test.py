@@ -60,9 +60,7 @@ class PsdTest(ToolCase):
         self.assertEqual([told[key] for key in ("width", "height", "channels", "mode", "mergedTransparency", "compression")],
                          [3, 1, 4, "RGB", True, "raw"])
         self.assertEqual([tuple(r.values()) for r in told["resources"]], [(1005, "", 3), (1000, "odd", 0), (1036, "even", 1)])
-        self.assertEqual([(s["name"], s["position"]) for s in told["sections"]],
-                         [("colour mode data", 30), ("image resources", 34), ("layer and mask information", 86),
-                          ("merged image", 86 + told["sections"][2]["size"])])
+        self.assertEqual([s["position"] for s in told["sections"]], [30, 34, 86, 86 + told["sections"][2]["size"]])
         self.assertEqual([first[key] for key in ("name", "left", "top", "width", "height", "blendMode", "opacity", "flagNames")],
                          ["up/../er", 1, 0, 2, 1, "multiply", 128, ["hidden"]])
         self.assertEqual([(c["id"], c["compression"]) for c in first["channels"]],
@@ -71,7 +69,6 @@ class PsdTest(ToolCase):
         self.assertRegex(self.succeed("psd", "info", "a.psd"), r"(?s)size +3 x 1\n.*merged image  raw, with transparency\n.*"
                          r"\n      1 +2x1 +1, 0  multiply +50%  hidden +-1 0 1 2 +up/../er\n.*\n   1000 +0  odd\n")
         self.write("a.psd", small()[:-14])
-        self.assertIsNone(json.loads(self.succeed("psd", "info", "--json", "a.psd"))["compression"])
         self.assertRegex(self.succeed("psd", "info", "a.psd"), r"merged image  missing\n")
         self.assertIn("3 x 1", self.succeed("psd", "info", "/dev/stdin", input=small()))
 
@@ -138,7 +135,6 @@ class PsdTest(ToolCase):
                 (good[:60], "is cut off in the layer and mask information"), (good[:32], "is cut off in the image resources"),
                 (good[:at + 4] + struct.pack(">I", 999) + good[at + 8:], "is cut off in the layer info"),
                 (good[:at + 8] + b"\0\3" + good[at + 10:], "layer 3 is cut off"),
-                (document(1, 1, 1, b"", [layer(b"cut", (0, 0, 1, 1), [(0, bytes(9))])])[:-7], "is cut off in the layer and mask information"),
                 (small()[:-14], "is cut off, the merged image is missing"), (good[:-1], damaged),
                 (document(3, 1, 1, bytes(8), depth=16), "has 16 bits per channel, 8 can be read"),
                 (document(4, 1, 1, bytes(6), mode=4), "is in colour mode CMYK, which cannot be read"),
