@@ -37,27 +37,27 @@ struct Geometry {
   std::int32_t width, height, left = 0, top = 0, right = 0, bottom = 0;
 };
 
-/// One pixel, one row, one column, odd sizes, cropped on every side, in one axis, stored outside the image.
-inline const Geometry kGeometries[] = {{1, 1},
-                                       {17, 1},
-                                       {1, 19},
-                                       {13, 11},
-                                       {7, 5, 3, 2, 1, 4},
-                                       {5, 9, 0, 0, 6, 0},
-                                       {12, 3, 0, 7, 0, 0},
-                                       {15, 13, -2, -3, -1, -4},
-                                       {9, 8, 4, -2, -3, 5}};
-/// Images of which the work is done in more than one piece, be it of rows or of all pixels.
-inline const Geometry kLargeGeometries[] = {{1100, 5}, {70, 70}};
+/// One pixel, one row, one column, odd sizes, cropped on every side, in one axis, stored outside the image;
+/// and images of which the work is done in more than one piece, be it of rows or of all pixels.
+inline const std::vector<Geometry> kGeometries = {{1, 1},
+                                                  {17, 1},
+                                                  {1, 19},
+                                                  {13, 11},
+                                                  {7, 5, 3, 2, 1, 4},
+                                                  {5, 9, 0, 0, 6, 0},
+                                                  {12, 3, 0, 7, 0, 0},
+                                                  {15, 13, -2, -3, -1, -4},
+                                                  {9, 8, 4, -2, -3, 5},
+                                                  {1100, 5},
+                                                  {70, 70}};
 /// Without a pixel, but with a buffer.
-inline const Geometry kEmptyGeometries[] = {{0, 0}, {0, 4}, {5, 0}};
+inline const std::vector<Geometry> kEmptyGeometries = {{0, 0}, {0, 4}, {5, 0}};
 
-/// The lists one after the other.
-template <std::size_t... kCounts>
-std::vector<Geometry> joined(const Geometry (&... lists)[kCounts]) {
-  std::vector<Geometry> all;
-  (all.insert(all.end(), lists, lists + kCounts), ...);
-  return all;
+/// What all pixels are looked at one by one of.
+inline std::vector<Geometry> smallGeometries() {
+  std::vector<Geometry> small(kGeometries.begin(), kGeometries.end() - 2);
+  small.insert(small.end(), kEmptyGeometries.begin(), kEmptyGeometries.end());
+  return small;
 }
 
 inline std::string describe(const ABitMap& map) {
