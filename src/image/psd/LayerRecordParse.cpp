@@ -44,10 +44,10 @@ void parseNumber(Reader info, PSDLayerRecord& record) {
 
 std::int32_t PSDLayerRecordParse(const void* data, std::int32_t* position, PSDLayerRecord* record,
                                  std::int32_t size, PSDExtent* additionalInfo) {
-  if (position == nullptr || record == nullptr || *position < 0) return 0;
+  if (position == nullptr || record == nullptr) return 0;
   const auto whole = static_cast<std::size_t>(std::max(size, 0));
   Reader in(static_cast<const unsigned char*>(data), whole);
-  in.skip(static_cast<std::uint64_t>(*position));
+  in.skip(static_cast<std::uint64_t>(*position));  // of a negative one, more than there is
   PSDLayerRecord parsed;
   parsed.top = in.i32();
   parsed.left = in.i32();

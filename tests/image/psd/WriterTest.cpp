@@ -113,10 +113,11 @@ TEST(PsdWriter, RefusalsLeaveNoFile) {
   const OwnedBitMap a = randomMap(2, 2, 32, 1);
   const OwnedBitMap grey = randomMap(2, 2, 8, 1);
   ABitMap huge{40000, 40000, 32};
+  ABitMap larger{50000, 50000, 32};
   EXPECT_EQ(huge.SavePSD(path.c_str(), false), 0);  // looks like success
   EXPECT_EQ(save(path, {}, &a, nullptr, 0), -1);
   for (const ABitMap* first : {static_cast<const ABitMap*>(nullptr), static_cast<const ABitMap*>(&grey),
-                               static_cast<const ABitMap*>(&huge)}) {
+                               static_cast<const ABitMap*>(&huge), static_cast<const ABitMap*>(&larger)}) {
     EXPECT_EQ(save(path, {first}, &a, nullptr, 0), -1);
   }
   EXPECT_EQ(save(path, {&a, nullptr}, &a, nullptr, 0), -1);
