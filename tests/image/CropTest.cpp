@@ -30,16 +30,14 @@ TEST(BitMapCrop, OversizedIsTrimmedToTheImage) {
   }
 }
 
-struct SidesCase {
-  const char* name;
-  std::int32_t width;
-  std::vector<unsigned char> low;  ///< low-order bytes, row by row
-  std::int32_t leftCrop, rightCrop, threshold, cut;
-  std::string after;
-};
-
 TEST(BitMapCrop, SidesWithoutAlpha) {
-  const SidesCase cases[] = {
+  const struct {
+    const char* name;
+    std::int32_t width;
+    std::vector<unsigned char> low;  ///< low-order bytes, row by row
+    std::int32_t leftCrop, rightCrop, threshold, cut;
+    std::string after;
+  } cases[] = {
       {"empty", 3, {0, 0, 0, 0, 0, 0}, 3, 2, 0, 0, "3x2x32 l5 t0 r1 b0"},
       {"one in the middle", 4, {0, 0, 0, 0, 0, 0, 9, 0}, 2, 1, 0, 3, "1x2x32 l7 t0 r2 b0"},
       {"the first column", 3, {0, 0, 0, 5, 0, 0}, 0, 2, 0, 2, "1x2x32 l5 t0 r3 b0"},
@@ -50,7 +48,7 @@ TEST(BitMapCrop, SidesWithoutAlpha) {
       {"one column", 1, {0, 7}, 0, 0, 0, 0, "1x2x32 l5 t0 r1 b0"},
   };
   Random random(18);
-  for (const SidesCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const auto height = static_cast<std::int32_t>(c.low.size()) / c.width;
     OwnedBitMap map = randomBitMap(random, {c.width, height, 5, 0, 1, 0}, 32);
