@@ -83,6 +83,8 @@ bool forParts(const PixelRect& whole, const PixelRect& a, const PixelRect& b, Wo
     return all;
   };
   if (whole.empty()) return true;
+  const PixelRect both = intersection(intersection(whole, a), b);
+  if (both.w == whole.w && both.h == whole.h) return work(whole, true, true);
   const auto xs = cuts(whole.x, whole.x + whole.w, {a.x, a.x + a.w, b.x, b.x + b.w});
   const auto ys = cuts(whole.y, whole.y + whole.h, {a.y, a.y + a.h, b.y, b.y + b.h});
   for (std::size_t row = 0; row + 1 < ys.size(); ++row) {
@@ -130,6 +132,31 @@ bool agreeBelow(LogicalPixels& a, LogicalPixels& b, std::int64_t x, std::int64_t
     if (a.at(x + kReach - k, y + k) == b.at(x + kReach - k, y + k)) return true;
   }
   return false;
+}
+
+// Whether each pixel of the part agrees, or one near to it.
+bool agreeShifted(const ABitMap& first, const ABitMap& second, const PixelRect& part) {
+  LogicalPixels a(first, 4);
+  LogicalPixels b(second, 4);
+  constexpr std::int64_t kRun = LogicalPixels::kMaxRun - kReach;
+  unsigned char near[LogicalPixels::kMaxRun];
+  const std::int64_t end = part.x + part.w;
+  for (std::int64_t y = part.y + part.h - 1; y >= part.y; --y) {
+    for (std::int64_t x = part.x; x < end; x += kRun) {
+      const std::int64_t count = std::min(kRun, end - x);
+      const unsigned char* const rowA = a.run(x, y, count + kReach);
+      const unsigned char* const rowB = b.run(x, y, count + kReach);
+      if (std::memcmp(rowA, rowB, static_cast<std::size_t>(count * 4)) == 0) continue;
+      findAgreement(near, rowA, rowB, count);
+      for (std::int64_t i = 0; i < count; ++i) {
+        const void* const found = std::memchr(near + i, 0, static_cast<std::size_t>(count - i));
+        if (found == nullptr) break;
+        i = static_cast<const unsigned char*>(found) - near;
+        if (!agreeBelow(a, b, x + i, y)) return false;
+      }
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -220,37 +247,16 @@ std::int32_t ABitMap::Compare(const ABitMap& other) const {
     return 0;
   }
   if (buffer == nullptr || other.buffer == nullptr || fullWidth < kEdge || fullHeight < kEdge) return 0;
-  constexpr std::int64_t kRun = LogicalPixels::kMaxRun - kReach;
-  LogicalPixels a(*this, 4);
-  LogicalPixels b(other, 4);
-  unsigned char near[LogicalPixels::kMaxRun];
   // The pixels whose neighbours are not all outside a stored rectangle.
   const auto reaching = [](const PixelRect& r) -> PixelRect {
     if (r.empty()) return r;
     return {r.x - kReach, r.y - (kReach - 1), r.w + kReach, r.h + kReach - 1};
   };
-  const auto agree = [&](const PixelRect& part) {
-    for (std::int64_t y = part.y + part.h - 1; y >= part.y; --y) {
-      for (std::int64_t x = part.x; x < part.x + part.w; x += kRun) {
-        const std::int64_t count = std::min(kRun, part.x + part.w - x);
-        const unsigned char* const rowA = a.run(x, y, count + kReach);
-        const unsigned char* const rowB = b.run(x, y, count + kReach);
-        if (std::memcmp(rowA, rowB, static_cast<std::size_t>(count * 4)) == 0) continue;
-        findAgreement(near, rowA, rowB, count);
-        for (std::int64_t i = 0; i < count; ++i) {
-          const void* const found = std::memchr(near + i, 0, static_cast<std::size_t>(count - i));
-          if (found == nullptr) break;
-          i = static_cast<const unsigned char*>(found) - near;
-          if (!agreeBelow(a, b, x + i, y)) return false;
-        }
-      }
-    }
-    return true;
-  };
   const PixelRect compared = {0, 0, std::int64_t{fullWidth} - kEdge, std::int64_t{fullHeight} - kEdge};
-  const bool good = forParts(compared, reaching(a.stored()), reaching(b.stored()),
-                             [&](const PixelRect& part, bool inA, bool inB) {
-                               return inA || inB ? agree(part) : fillValue == other.fillValue;
-                             });
+  const bool good =
+      forParts(compared, reaching(StoredRows(*this, 4).rect()), reaching(StoredRows(other, 4).rect()),
+               [&](const PixelRect& part, bool inA, bool inB) {
+                 return inA || inB ? agreeShifted(*this, other, part) : fillValue == other.fillValue;
+               });
   return good ? 1 : 0;
 }

@@ -34,10 +34,13 @@ unsigned char* writePlane(unsigned char* to, const StoredRows& rows, bool padded
   const PixelRect stored = padded ? rows.visible() : rows.rect();
   if (stored.empty()) return padded ? fillBytes(to, fill, image.w * image.h) : to;
   to = fillBytes(to, fill, (stored.y - image.y) * image.w);
-  for (std::int64_t y = stored.y; y < stored.y + stored.h; ++y) {
+  // Rows that follow one another on both sides are one.
+  const bool oneRun = gap == 0 && stored.w == image.w && stored.w == rows.rect().w;
+  const std::int64_t step = oneRun ? stored.h : 1;
+  for (std::int64_t y = stored.y; y < stored.y + stored.h; y += step) {
     to = fillBytes(to, fill, stored.x - image.x);
-    copyRow(to, rows.at(stored.x, y), static_cast<std::size_t>(stored.w));
-    to = fillBytes(to + stored.w, fill, image.x + image.w - stored.x - stored.w) + gap;
+    copyRow(to, rows.at(stored.x, y), static_cast<std::size_t>(stored.w * step));
+    to = fillBytes(to + stored.w * step, fill, image.x + image.w - stored.x - stored.w) + gap;
   }
   return fillBytes(to, fill, (image.y + image.h - stored.y - stored.h) * image.w);
 }
