@@ -178,57 +178,53 @@ TEST(BitMapCompare, OnePixelOfAnImageWithoutEnd) {
 
 TEST(BitMapCompare, LeastHeights) {
   Random random(16);
-  for (const Geometry& g : {Geometry{1, 1}, {13, 9}, {5, 40}, {1100, 5}, {70, 70}}) {
+  for (int round = 0; round < 200; ++round) {
+    const Geometry sizes[] = {{1, 1}, {13, 9}, {5, 40}, {1100, 5}, {70, 70}};
+    const Geometry g = sizes[round % 5];
     const OwnedBitMap heights = randomBitMap(random, g, 32);
-    for (int round = 0; round < 40; ++round) {
-      const std::uint32_t widest = g.width > 60 ? static_cast<std::uint32_t>(g.width) : 12;
-      const Geometry c{1 + static_cast<std::int32_t>(below(random, widest)),
-                       1 + static_cast<std::int32_t>(below(random, 12)),
-                       static_cast<std::int32_t>(below(random, 8)) - 4,
-                       static_cast<std::int32_t>(below(random, 8)) - 4};
-      OwnedBitMap colors = randomBitMap(random, c, 32, 0x11);
-      // The greatest value that does not count.
-      for (std::int32_t i = 0; i < c.width * c.height; i += 3) put(colors, i, 0x00FFFFFF);
-      // Few values, so that some are the least that counts.
-      const Geometry m = round % 2 == 0 ? kGeometries[below(random, std::size(kGeometries))] : g;
-      OwnedBitMap mask = randomBitMap(random, m, 32, 0x81);
-      mask.fillValue &= 0x81818181;
-      OwnedBitMap previous = randomBitMap(random, g, 32, 0x11);
-      const std::uint32_t minMask =
-          round % 4 == 0 ? 0x81000000 : static_cast<std::uint32_t>(random()) & 0x81818181;
-      if (round % 3 == 0) put(mask, 0, minMask);
-      const std::int32_t start = round % 3 == 1 ? -1000000000 : INT_MAX;
-      std::int32_t all = start;
-      std::int32_t plain = start;
-      std::int32_t masked = start;
-      std::int32_t differing = start;
-      for (std::int32_t i = 0; i < g.width * g.height; ++i) {
-        const auto h = static_cast<std::int32_t>(word(heights.buffer + 4 * i));
-        all = std::min(all, h);
-        const std::int32_t x = i % g.width;
-        const std::int32_t y = i / g.width;
-        const std::int32_t dx = x - colors.left;
-        const std::int32_t dy = y - colors.top;
-        if (dx < 0 || dy < 0 || dx >= c.width || dy >= c.height) continue;
-        const std::uint32_t color = word(colors.buffer + 4 * (dy * c.width + dx));
-        if (color <= 0xFFFFFF) continue;
-        plain = std::min(plain, h);
-        const std::int32_t mx = x - mask.left;
-        const std::int32_t my = y - mask.top;
-        const bool inMask = mx >= 0 && my >= 0 && mx < mask.width && my < mask.height;
-        if ((inMask ? word(mask.buffer + 4 * (my * mask.width + mx)) : mask.fillValue) >= minMask)
-          masked = std::min(masked, h);
-        if (((color ^ word(previous.buffer + 4 * i)) & 0xFFFFFF) != 0) differing = std::min(differing, h);
-      }
-      ASSERT_EQ(heights.MinValue32(start), all);
-      ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, nullptr, 0), plain);
-      ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, &mask, minMask), masked);
-      ASSERT_EQ(heights.FullMinValue32ColorMapDiffers(start, colors, previous), differing);
-      previous.Free();
-      ASSERT_EQ(heights.FullMinValue32ColorMapDiffers(start, colors, previous), start);
-      colors.Free();
-      ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, nullptr, 0), start);
+    const auto place = [&] { return static_cast<std::int32_t>(below(random, 8)) - 4; };
+    const auto size = [&](std::int32_t most) {
+      return 1 + static_cast<std::int32_t>(below(random, static_cast<std::uint32_t>(most)));
+    };
+    const Geometry c{size(g.width > 60 ? g.width : 12), size(12), place(), place()};
+    OwnedBitMap colors = randomBitMap(random, c, 32, 0x11);
+    // The greatest value that does not count.
+    for (std::int32_t i = 0; i < c.width * c.height; i += 3) put(colors, i, 0x00FFFFFF);
+    // Few values, so that some are the least that counts.
+    const Geometry m = round % 2 == 0 ? kGeometries[below(random, 9)] : g;
+    OwnedBitMap mask = randomBitMap(random, m, 32, 0x81);
+    mask.fillValue &= 0x81818181;
+    const std::uint32_t minMask =
+        round % 4 == 0 ? 0x81000000 : static_cast<std::uint32_t>(random()) & 0x81818181;
+    if (round % 3 == 0) put(mask, 0, minMask);
+    OwnedBitMap previous = randomBitMap(random, g, 32, 0x11);
+    const std::int32_t start = round % 3 == 1 ? -1000000000 : INT_MAX;
+    auto [all, plain, masked, differing] = std::array{start, start, start, start};
+    for (std::int32_t i = 0; i < g.width * g.height; ++i) {
+      const auto stored = [&](const ABitMap& map) {
+        const std::int32_t dx = i % g.width - map.left;
+        const std::int32_t dy = i / g.width - map.top;
+        return dx >= 0 && dy >= 0 && dx < map.width && dy < map.height
+                   ? map.buffer + 4 * (dy * map.width + dx)
+                   : nullptr;
+      };
+      const auto h = static_cast<std::int32_t>(word(heights.buffer + 4 * i));
+      all = std::min(all, h);
+      const std::uint32_t color = stored(colors) == nullptr ? 0 : word(stored(colors));
+      if (color <= 0xFFFFFF) continue;
+      plain = std::min(plain, h);
+      if ((stored(mask) == nullptr ? mask.fillValue : word(stored(mask))) >= minMask)
+        masked = std::min(masked, h);
+      if (((color ^ word(previous.buffer + 4 * i)) & 0xFFFFFF) != 0) differing = std::min(differing, h);
     }
+    ASSERT_EQ(heights.MinValue32(start), all);
+    ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, nullptr, 0), plain);
+    ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, &mask, minMask), masked);
+    ASSERT_EQ(heights.FullMinValue32ColorMapDiffers(start, colors, previous), differing);
+    previous.Free();
+    colors.Free();
+    ASSERT_EQ(heights.FullMinValue32ColorMapDiffers(start, colors, previous), start);
+    ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, nullptr, 0), start);
   }
   const OwnedBitMap cropped = randomBitMap(random, {5, 5, 0, 0, 0, 2}, 32);
   EXPECT_EQ(cropped.FullMinValue32ColorMap(INT_MAX, cropped, nullptr, 0), INT_MAX);

@@ -217,14 +217,12 @@ TEST(BitMapPaint, AlphaToMaterial) {
   EXPECT_EQ(empty.WriteAlphaToMaterial(empty, 0), 1);
 }
 
-struct ContrastCase {
-  const char* name;
-  std::int32_t depth;
-  Bytes before, normal, cavity;
-};
-
 TEST(BitMapPaint, ContrastIsStretched) {
-  const ContrastCase cases[] = {
+  const struct {
+    const char* name;
+    std::int32_t depth;
+    Bytes before, normal, cavity;
+  } cases[] = {
       {"grey", 8, {10, 20, 30, 12}, {0, 128, 255, 26}, {1, 12, 23, 4}},
       {"shade", 8, {128, 138, 108, 128}, {170, 255, 0, 170}, {128, 191, 1, 128}},
       {"one value", 8, {7, 7}, {7, 7}, {1, 1}},
@@ -242,7 +240,7 @@ TEST(BitMapPaint, ContrastIsStretched) {
       {"64", 64, {9, 9, 16, 0, 32, 0, 48, 0}, {9, 9, 0, 0, 128, 0, 255, 255}, {9, 9, 0, 1, 18, 74, 36, 147}},
       {"none", 24, {1, 2, 3}, {1, 2, 3}, {1, 2, 3}},
   };
-  for (const ContrastCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     for (const bool cavity : {false, true}) {
       OwnedBitMap map(static_cast<std::int32_t>(c.before.size()) * 8 / c.depth, 1, c.depth);

@@ -6,9 +6,7 @@ const crypto = require('crypto');
 const fs = require('fs');
 const { initializeCanvas, readPsd, writePsdBuffer } = require('ag-psd');
 
-initializeCanvas(
-  () => { throw new Error('no canvas here'); },
-  (width, height) => ({ width, height, data: new Uint8ClampedArray(width * height * 4) }));
+initializeCanvas(() => { throw new Error('no canvas here'); }, (width, height) => ({ width, height, data: new Uint8ClampedArray(width * height * 4) }));
 
 const digest = image => image && crypto.createHash('sha256').update(Buffer.from(image.data.buffer,
   image.data.byteOffset, image.data.byteLength)).digest('hex');
@@ -16,9 +14,7 @@ const digest = image => image && crypto.createHash('sha256').update(Buffer.from(
 const [command, ...rest] = process.argv.slice(2);
 if (command === 'read') {
   for (const file of rest) {
-    const psd = readPsd(fs.readFileSync(file), {
-      useImageData: true, useRawThumbnail: true, throwForMissingFeatures: false,
-    });
+    const psd = readPsd(fs.readFileSync(file), { useImageData: true, useRawThumbnail: true });
     process.stdout.write(JSON.stringify({
       size: [psd.width, psd.height], depth: psd.bitsPerChannel, merged: digest(psd.imageData),
       layers: (psd.children || []).map(layer => [layer.name, layer.blendMode, layer.left, layer.top, layer.right,

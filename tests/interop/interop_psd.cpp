@@ -23,9 +23,8 @@ int load(const char* file, const std::string& what, bool withAlpha) {
 int main(int argc, char** argv) {
   const std::string command = argc > 1 ? argv[1] : "";
   if (command == "write" && argc == 3) {
-    const bool written =
-        writeDocuments(argv[2], 1, 1) && writeDocuments(argv[2], 3, 5) && writeDocuments(argv[2], 257, 129);
-    return written ? 0 : 1;
+    const std::string to = argv[2];
+    return writeDocuments(to, 1, 1) && writeDocuments(to, 3, 5) && writeDocuments(to, 257, 129) ? 0 : 1;
   }
   if (command == "load" && argc == 5) return load(argv[2], argv[3], std::strcmp(argv[4], "1") == 0);
   std::fprintf(stderr, "usage: interop_psd write FOLDER | load FILE merged|layer 0|1\n");

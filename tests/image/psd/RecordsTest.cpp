@@ -75,7 +75,7 @@ TEST(PsdRecords, ResourceSection) {
   EXPECT_EQ(resourceData(plain, 1044), be32(8));
   EXPECT_EQ(plain.substr(plain.size() - 10), be32(6) + std::string(6, '\0'));  // "Layer Groups" is last
   EXPECT_EQ(resourceData(plain, 1006), "none");
-  for (const auto& [target, low] : {std::pair{2, 2}, {255, 255}, {256, 0}, {-1, 255}, {-256, 0}}) {
+  for (const auto& [target, low] : {std::pair{2, 2}, {255, 255}, {257, 0}, {-1, 255}, {-256, 0}}) {
     EXPECT_EQ(resourceData(resources(0, 0, target, {}, 72), 1024), be16(static_cast<unsigned>(low)))
         << target;
   }

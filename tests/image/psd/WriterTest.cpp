@@ -115,9 +115,9 @@ TEST(PsdWriter, PlanesOfCroppedBitmaps) {
   OwnedBitMap outside;
   outside.AllocateCropped(2, 2, -1, -1, 1, 1, 32);
   outside.fillValue = 0x01010101;
-  std::memset(outside.buffer, 9, 16);
+  for (int i = 0; i < 16; ++i) outside.buffer[i] = static_cast<unsigned char>(100 + i);
   EXPECT_EQ(outside.SaveBMap_WritePlaneToBuffer(got, 8, nullptr, 2, 0), got + 4);
-  EXPECT_EQ(std::memcmp(got, "\x9\1\1\1", 4), 0);
+  EXPECT_EQ(std::memcmp(got, "\x72\1\1\1", 4), 0);
   outside.AllocateCropped(2, 2, 5, 5, 6, 6, 32);
   EXPECT_EQ(outside.SaveBMap_WritePlaneToBuffer(got, 8, nullptr, 2, 0), got + 4);
   EXPECT_EQ(std::memcmp(got, "\1\1\1\1", 4), 0);
