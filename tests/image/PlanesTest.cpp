@@ -44,7 +44,8 @@ TEST(BitMapPlanes, HaveTheirLayout) {
   Random random(4);
   for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
     for (const Geometry& g : kGeometries) {
-      const OwnedBitMap map = randomBitMap(random, g, depth);
+      OwnedBitMap map = randomBitMap(random, g, depth);
+      if (depth >= 32) put(map, 0, 0x12345678);
       SCOPED_TRACE(describe(map));
       const Bytes pixels = map.bytes();
       const auto channel = [&](std::int32_t c) {
