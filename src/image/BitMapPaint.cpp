@@ -218,6 +218,7 @@ std::int32_t ABitMap::WriteAlphaToMaterial(const ABitMap& source, std::int32_t t
     return 0;
   }
   if (left != source.left || right != source.right || top != source.top || bottom != source.bottom) return 0;
+  if (width < 1 || height < 1) return 1;
   if (buffer == nullptr || source.buffer == nullptr) return 0;
   const std::size_t count = std::min(StoredRows(*this, 4).count(), StoredRows(source, 4).count());
   writeBelow(buffer, source.buffer, count, threshold);
