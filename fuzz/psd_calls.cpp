@@ -92,7 +92,7 @@ void checkWritten(const PSDLayerRecord& parsed) {
 }
 
 void checkRecords(const std::vector<unsigned char>& file) {
-  psd::Reader in(file.data(), file.size(), "file");
+  psd::Reader in(file.data(), file.size());
   in.skip(26);
   in.skip(in.u32());
   const std::uint32_t resourceSize = in.u32();
