@@ -80,7 +80,7 @@ TEST(PsdRecords, ResourceSection) {
         << target;
   }
   for (const auto& [dpi, fixed] :
-       {std::pair{300.5, 300U * 65536 + 32768}, {1e300, 0x7FFFFFFFU}, {std::nan(""), 0U}}) {
+       {std::pair{300.5, 300U * 65536 + 32768}, {1e300, 0x7FFFFFFFU}, {std::nan(""), 0x80000000U}}) {
     EXPECT_EQ(resourceData(resources(0, 0, 0, {}, dpi), 1005).substr(8, 4), be32(fixed));
   }
   for (const std::vector<const char*>& names : {std::vector<const char*>{"ab"}, {"ab", "", "cde"}}) {
