@@ -47,7 +47,7 @@ class DocumentReader {
   static constexpr std::uint32_t kFastCorners = 16;
 
   // The window.
-  Result fill();
+  Result fill(std::uint64_t offset);
   std::uint64_t offsetOf(const char* text) const {
     return windowOffset_ + static_cast<std::uint64_t>(text - base_);
   }

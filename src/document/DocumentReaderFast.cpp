@@ -48,11 +48,9 @@ bool DocumentReader::takeFastLine(const char* line, const char* lineFeed) {
     if (line[1] != ' ' || !takeFastFace(line, end)) return false;
   } else if (line[0] == 'v') {
     auto kind = VectorKind::position;
-    if (line[1] != ' ' && end - line > 2) {
-      kind = line[1] == 't'   ? VectorKind::texture
-             : line[1] == 'n' ? VectorKind::normal
-                              : VectorKind::parameter;
-      if (line[2] != ' ' || kind == VectorKind::parameter) return false;
+    if (line[1] != ' ') {
+      kind = line[1] == 't' ? VectorKind::texture : VectorKind::normal;
+      if ((kind == VectorKind::normal && line[1] != 'n') || line[2] != ' ') return false;
     }
     document_.vectors_[static_cast<std::size_t>(kind)].push_back(offsetOf(line));
   } else {
