@@ -231,7 +231,7 @@ std::string randomText(Random& random) {
 
 TEST(Document, RandomFilesAsThePlainReaderHasThem) {
   Random random(1);
-  for (int i = 0; i < 4000 && !HasFatalFailure(); ++i) check(randomText(random));
+  for (int i = 0; i < 1500 && !HasFatalFailure(); ++i) check(randomText(random));
 }
 
 TEST(Document, RealFiles) {
