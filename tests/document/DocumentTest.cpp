@@ -319,6 +319,8 @@ TEST(Document, SelectionsAndOptions) {
   EXPECT_TRUE(select(document, {}).whole);
   const OBJMembers byMaterial = document.members(Division::material, ElementKind::face);
   EXPECT_EQ(byMaterial.rows(), 3U);
+  const OBJDocument late = documentOf("v 0 0 0\nf 1 1 1\nusemtl m\nf 1 1 1\n");
+  EXPECT_EQ(late.members(Division::material, ElementKind::face).indices, (List{1, 0}));
   EXPECT_EQ(byMaterial.indices, (List{0, 1, 2}));
   EXPECT_EQ(document.members(Division::smoothing, ElementKind::face).row(1)[0], 1U);
 
