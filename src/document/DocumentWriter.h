@@ -1,0 +1,90 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KSmthExport.h"
+#include "document/LineText.h"
+#include "document/OBJDocument.h"
+#include "document/Selection.h"
+#include "document/Sink.h"
+
+namespace WavefrontOBJ {
+
+/// Lets a caller change what is written, line by line. The functions of this class change nothing. They may
+/// not throw.
+class KSMTH_API Rewriter {
+ public:
+  Rewriter() = default;
+  Rewriter(const Rewriter&) = delete;
+  Rewriter& operator=(const Rewriter&) = delete;
+  virtual ~Rewriter();
+
+  /// The numbers of a vertex line: `text` holds what stands behind the keyword. True when it was changed.
+  virtual bool vectorText(VectorKind kind, std::uint32_t index, std::string& text);
+  /// The names behind "g" for a face; `text` holds them, parted by blanks. True when it was changed.
+  virtual bool groupText(std::int32_t groupSet, std::int32_t object, std::string& text);
+  /// The smoothing group of an element ("off" or a number), asked for each element. True when changed.
+  virtual bool smoothingText(ElementKind kind, std::uint32_t index, std::string& text);
+  /// A face is written as several: fills `pieces` with positions (0 is the first corner) of their corners,
+  /// each piece ended by `kPieceEnd`. False to write it as it is.
+  virtual bool cutFace(std::uint32_t index, std::vector<std::uint32_t>& pieces);
+
+  static constexpr std::uint32_t kPieceEnd = 0xFFFFFFFFU;
+};
+
+struct WriteOptions {
+  bool keepOrder =
+      false;  ///< write every vertex line, so that indices stay; the whole document always has all
+  bool smoothing = true;        ///< write "s" lines
+  bool materials = true;        ///< write "mtllib" and "usemtl" lines
+  bool objects = true;          ///< write "o" lines
+  bool statements = true;       ///< of a whole document: write free-form and other statements, and "vp" lines
+  bool headComments = true;     ///< write the comments at the document's head
+  bool librariesApart = false;  ///< one "mtllib" line for each library
+  std::vector<std::string> notes;    ///< lines of comment, without "#" and line feed, behind the head's
+  std::vector<std::int32_t> groups;  ///< the only groups that "g" lines name; empty for all
+  const std::vector<std::string>* libraries = nullptr;  ///< names for `OBJDocument::libraries`, in order
+  Rewriter* rewriter = nullptr;
+  Progress progress;
+};
+
+/// What was written.
+struct WriteCounts {
+  std::array<std::uint32_t, kVectorKinds> vectors{};
+  std::array<std::uint32_t, kElementKinds> elements{};
+  std::uint64_t bytes = 0;
+};
+
+/// Writes documents, whole or in part, with the digits of the file. The order of vertex lines and of elements
+/// never changes. A part has the vertex lines that its elements use and indices to match; relative indices
+/// become absolute ones. "o", "g", "s" and "usemtl" lines stand where what is in force changes. Lines end in
+/// a line feed.
+///
+/// One writer for many parts keeps its tables: a part costs what it holds, not what the document holds.
+class KSMTH_API DocumentWriter {
+ public:
+  /// `document` must outlive the writer. May throw std::bad_alloc.
+  explicit DocumentWriter(const OBJDocument& document);
+
+  /// Writes the elements of `lists` to `sink`. Fails as the sink or the document's source does, and with
+  /// `Status::cancelled`; what the sink has got by then is incomplete.
+  Result write(const ElementLists& lists, const WriteOptions& options, Sink& sink,
+               WriteCounts* counts = nullptr);
+
+ private:
+  class Run;
+
+  const OBJDocument& document_;
+  LineText lines_;
+  /// New index + 1 of each vertex line of the part being written, 0 for those not in it; all 0 between parts.
+  std::array<std::vector<std::uint32_t>, 3> newIndex_;
+  std::array<std::vector<std::uint32_t>, 3> used_;
+};
+
+}  // namespace WavefrontOBJ

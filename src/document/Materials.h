@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KSmthExport.h"
+#include "document/OBJDocument.h"
+#include "document/Result.h"
+
+namespace WavefrontOBJ {
+
+/// The names in a material library (MTL file), by the format's published rules.
+struct MaterialLibrary {
+  struct Name {
+    std::string text;
+    std::uint64_t line = 0;  ///< from 1
+  };
+  /// A texture that a material names: the file name behind the options of "map_..." and the like.
+  struct Texture {
+    std::string text;  ///< as written, relative to the library's folder unless it is an absolute path
+    std::uint64_t line = 0;
+  };
+
+  std::string path;               ///< where it was read
+  std::vector<Name> materials;    ///< of "newmtl" lines, in order
+  std::vector<Texture> textures;  ///< in order, repeats included
+
+  bool has(std::string_view material) const;
+};
+
+/// The folder of a file as a prefix for names in it: up to and with the last "/"; empty when there is none.
+KSMTH_API std::string folderPrefix(std::string_view path);
+
+/// Reads the library at `path`, which has to be a regular file.
+KSMTH_API Result readMaterialLibrary(const std::string& path, MaterialLibrary& library);
+
+/// Where library `index` of a document lies: in the document's folder unless the name is an absolute path. A
+/// backslash in the name stands for "/" where there is no file with it. Names on one line that are not files
+/// each but are one file with blanks between them are joined: the answer of the first is that file, and
+/// those of the others are empty.
+KSMTH_API std::vector<std::string> libraryPaths(const OBJDocument& document);
+
+}  // namespace WavefrontOBJ
