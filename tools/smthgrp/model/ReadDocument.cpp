@@ -23,8 +23,4 @@ void readDocument(const std::string& path, WavefrontOBJ::OBJDocument& document) 
   require(tryReadDocument(path, document));
 }
 
-void require(const WavefrontOBJ::Result& result) {
-  if (!result) throw Failure(result.text);
-}
-
 }  // namespace smthgrp

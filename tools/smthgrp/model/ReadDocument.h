@@ -19,7 +19,4 @@ WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJD
 /// The same for commands that cannot go on without the document: throws a Failure that says why.
 void readDocument(const std::string& path, WavefrontOBJ::OBJDocument& document);
 
-/// Throws a Failure that says what `result` says, unless all went well.
-void require(const WavefrontOBJ::Result& result);
-
 }  // namespace smthgrp
