@@ -7,6 +7,7 @@
 
 #include "document/DocumentWriterRun.h"
 #include "document/LogicalLine.h"
+#include "document/PartNotes.h"
 #include "document/VectorLines.h"
 #include "obj/text/TokenStream.h"
 
@@ -124,13 +125,20 @@ bool DocumentWriter::Run::writeHead() {
   for (const std::uint64_t offset : comments) {
     std::string_view line;
     if (!fetch(offset, line)) return false;
+    // They would tell of what is left out.
+    if (!lists_.whole && isPartNote(line)) continue;
     out_.text(joinedText(line));
     out_.character('\n');
   }
-  for (const std::string& note : options_.notes) {
-    out_.text("# ");
-    out_.endLine(note);
-  }
+  const auto writeNotes = [this](const std::vector<std::string>& notes) {
+    for (const std::string& note : notes) {
+      out_.text("# ");
+      out_.endLine(note);
+    }
+  };
+  writeNotes(options_.notes);
+  if (options_.partNotes)
+    writeNotes(options_.partNotes({writer_.used_[0], writer_.used_[1], writer_.used_[2]}));
   return writeLibraries();
 }
 
@@ -213,29 +221,41 @@ bool DocumentWriter::Run::writeVectors(VectorKind kind) {
 }
 
 bool DocumentWriter::Run::writeVector(VectorKind kind, std::uint32_t index) {
-  const std::string_view word = kVectorWords[static_cast<std::size_t>(kind)];
   std::string_view line;
   if (!fetch(document_.vectorOffsets(kind)[index], line)) return false;
-  const bool plain = options_.rewriter == nullptr && line.size() > word.size() && line[0] == 'v' &&
-                     line[word.size()] == ' ' && line.size() < SinkBuffer::kMaxReserve &&
-                     line.back() != ' ' && line.back() != '\\' &&
-                     !hasControls(line.data(), line.data() + line.size()) &&
-                     std::memchr(line.data(), '\n', line.size()) == nullptr;
-  if (plain) {
-    char* const out = out_.reserve(line.size() + 1);
-    std::memcpy(out, line.data(), line.size());
-    out[line.size()] = '\n';
-    out_.advanceTo(out + line.size() + 1);
+  if (options_.rewriter == nullptr) {
+    writeVectorLine(out_, kind, line);
     return true;
   }
   LineWords words(line);
   words.next();
   scratch_ = joinedText(words.rest());
-  if (options_.rewriter != nullptr) options_.rewriter->vectorText(kind, index, scratch_);
-  out_.text(word);
+  options_.rewriter->vectorText(kind, index, scratch_);
+  out_.text(kVectorWords[static_cast<std::size_t>(kind)]);
   if (!scratch_.empty()) out_.character(' ');
   out_.endLine(scratch_);
   return true;
+}
+
+void writeVectorLine(SinkBuffer& out, VectorKind kind, std::string_view line) {
+  const std::string_view word = kVectorWords[static_cast<std::size_t>(kind)];
+  const bool plain = line.size() > word.size() && line[0] == 'v' && line[word.size()] == ' ' &&
+                     line.size() < SinkBuffer::kMaxReserve && line.back() != ' ' && line.back() != '\\' &&
+                     !hasControls(line.data(), line.data() + line.size()) &&
+                     std::memchr(line.data(), '\n', line.size()) == nullptr;
+  if (plain) {
+    char* const to = out.reserve(line.size() + 1);
+    std::memcpy(to, line.data(), line.size());
+    to[line.size()] = '\n';
+    out.advanceTo(to + line.size() + 1);
+    return;
+  }
+  LineWords words(line);
+  words.next();
+  const std::string text = joinedText(words.rest());
+  out.text(word);
+  if (!text.empty()) out.character(' ');
+  out.endLine(text);
 }
 
 }  // namespace WavefrontOBJ

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -50,6 +51,10 @@ struct WriteOptions {
   std::vector<std::string> notes;    ///< lines of comment, without "#" and line feed, behind the head's
   std::vector<std::int32_t> groups;  ///< the only groups that "g" lines name; empty for all
   const std::vector<std::string>* libraries = nullptr;  ///< names for `OBJDocument::libraries`, in order
+  /// Answers more of them, once it is known which vertex lines a part has: their indices by kind, v, vt and
+  /// vn, ascending; empty where it has all. May not throw but std::bad_alloc.
+  std::function<std::vector<std::string>(const std::array<std::span<const std::uint32_t>, 3>& used)>
+      partNotes;
   Rewriter* rewriter = nullptr;
   Progress progress;
 };

@@ -36,17 +36,19 @@ std::int64_t countBefore(const OBJDocument& document, VectorKind kind, std::uint
 
 }  // namespace
 
-std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset, const std::string& text) {
+std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset, const std::string& text,
+                              const IndexMap& map) {
   LineWords words(text);
   const std::string_view keyword = words.next();
   const auto* const row = std::find_if(std::begin(kIndexStatements), std::end(kIndexStatements),
                                        [&](const IndexStatement& r) { return r.keyword == keyword; });
-  if (row == std::end(kIndexStatements) || text.find('-') == std::string::npos) return text;
+  if (row == std::end(kIndexStatements) || (!map && text.find('-') == std::string::npos)) return text;
   std::string absolute(keyword);
-  std::size_t number = 0;
+  std::size_t wordNumber = 0;
+  bool changed = false;
   for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
     absolute += ' ';
-    if (++number < row->first) {
+    if (++wordNumber < row->first) {
       absolute += word;
       continue;
     }
@@ -57,10 +59,13 @@ std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset,
       std::int64_t index = 0;
       const auto parsed = std::from_chars(part.data(), part.data() + part.size(), index);
       const bool whole = parsed.ec == std::errc() && parsed.ptr == part.data() + part.size();
-      if (whole && index < 0 && kind < kVectorKinds) {
+      if (whole && (index < 0 || (map && index > 0)) && kind < kVectorKinds) {
+        const auto vector = static_cast<VectorKind>(kind);
+        const std::int64_t from0 = index < 0 ? index + countBefore(document, vector, offset) : index - 1;
         // One that counts back too far stays without a meaning.
-        const std::int64_t count = countBefore(document, static_cast<VectorKind>(kind), offset);
-        absolute += std::to_string(index < -count ? 0 : count + 1 + index);
+        const std::int64_t from1 = from0 < 0 ? 0 : (map ? map(vector, from0) : from0) + 1;
+        changed = changed || from1 != index;
+        absolute += from1 == index ? std::string(part) : std::to_string(from1);
       } else {
         absolute += part;
       }
@@ -69,7 +74,7 @@ std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset,
       word.remove_prefix(slash + 1);
     }
   }
-  return absolute;
+  return changed ? absolute : text;
 }
 
 std::uint64_t DocumentWriter::Run::Cursor::offset() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -47,6 +48,9 @@ class SinkBuffer {
   Result result_;
   std::uint64_t bytes_ = 0;
 };
+
+/// Writes a vertex line as it is, joined where it is continued.
+void writeVectorLine(SinkBuffer& out, VectorKind kind, std::string_view line);
 
 /// One write of a part.
 class DocumentWriter::Run {
@@ -114,8 +118,12 @@ class DocumentWriter::Run {
   std::vector<std::uint32_t> pieces_;
 };
 
+/// Turns the index of a vertex line, from 0, into the one to write.
+using IndexMap = std::function<std::int64_t(VectorKind kind, std::int64_t index)>;
+
 /// The text of a free-form statement with indices of vertex lines that count back, from where it stands, made
-/// absolute. `text` is a whole line, joined.
-std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset, const std::string& text);
+/// absolute and, where there is a `map`, all of them mapped. `text` is a whole line, joined.
+std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset, const std::string& text,
+                              const IndexMap& map = {});
 
 }  // namespace WavefrontOBJ

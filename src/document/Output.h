@@ -61,6 +61,9 @@ class KSMTH_API Output : public Sink {
   /// Goes to where standard output goes. Known after `open`.
   bool isStandardOutput() const { return standardOutput_; }
   std::uint64_t bytesWritten() const { return bytes_; }
+  /// The temporary file, for what can only write to a path: it may write there instead of calling `write`.
+  /// Empty before `open`, for what is written directly, and when all is over.
+  const std::string& temporaryPath() const { return temporary_; }
 
   /// Removes the temporary files of all outputs that are not committed. Safe to call in a signal handler; the
   /// process should end afterwards.

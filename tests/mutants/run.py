@@ -29,6 +29,7 @@ ROOMS = {
     "plugin": ["test_plugin", "test_memory"],
     "host": ["test_host"],
     "document": ["test_document"],
+    "parts": ["test_document", "smthgrp"],
     "tool": ["smthgrp"],
 }
 

@@ -113,9 +113,13 @@ class PsdTest(ToolCase):
         self.write("a.psd", small())
         os.mkdir(self.path("out"))
         os.link(self.path("a.psd"), self.path("out/up_.._er.png"))
-        for target, line in (("a.psd", "flatten a.psd -o a.psd"), ("out/up_.._er.png", "layers a.psd -o out")):
-            self.refuse(1, target + ": is the file that is read, and writing would destroy it", "psd", *line.split())
-        self.assertEqual(self.read("a.psd"), small())
+        self.succeed("psd", "layers", "a.psd", "-o", "out")
+        self.assertEqual(self.read("a.psd"), small(), "a name of the input alone is taken from it")
+        os.symlink("a.psd", self.path("link.psd"))
+        for target in "flat.psd", "link.psd":
+            self.succeed("psd", "flatten", "a.psd", "-o", target)
+        self.assertEqual(self.read("a.psd"), self.read("flat.psd"))
+        self.assertTrue(os.path.islink(self.path("link.psd")))
         for target in "x.png", "x.psd":
             os.symlink("/dev/full", self.path(target))
             self.refuse(1, target + ": No space left on device", "psd", "flatten", "a.psd", "-o", target)

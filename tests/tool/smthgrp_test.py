@@ -3,9 +3,11 @@
 import json
 import os
 import resource
+import signal as signals
 import struct
 import subprocess
 import sys
+import time
 import unittest
 
 from support import ToolCase
@@ -62,6 +64,119 @@ class ModelTest(ToolCase):
             self.assertIsInstance(json.loads(self.succeed("info", "--json", model)), dict)
 
     def test_export(self):
+        part = MODEL.replace("f 4\n", "f 2 3 4\np 4\n").replace("v 5 5 5", "v 5.50 5 5 1 0 0") + "o x\nusemtl red one\nf 1 2 4\n"
+        self.write("m.obj", "# head\nmtllib m.mtl\n" + part)
+        head, points, rest = "# head\nmtllib m.mtl\n", TRIANGLE + "v 5.50 5 5 1 0 0\n", "vt 0 0\nvn 0 0 1\nvn 1 0 0\n"
+        faces = "g a\ns 3\nf 1/1/1 2/1/1 3/1/2\ng 1\ns off\nf 2 3 4\ng point\nf 2 3 4\np 4\no x\nusemtl red one\nf 1 2 4\n"
+        last = TRIANGLE[:16] + "v 5.50 5 5 1 0 0\no x\ng point\ns off\nusemtl red one\nf 1 2 3\n"
+        for line, said, text in (
+                ("", "4 vertices, 4 faces", head + points + rest + faces.replace("o x\nus", "o x\nus")),
+                ("-g a", "3 vertices, 1 face", head + TRIANGLE + rest + "g a\ns 3\nf 1/1/1 2/1/1 3/1/2\n"),
+                ("-g a --no-smoothing --no-materials", "3 vertices, 1 face",
+                 "# head\n" + TRIANGLE + rest + "g a\nf 1/1/1 2/1/1 3/1/2\n"),
+                ("-g 1 --keep-order", "4 vertices, 1 face", head + points + rest + "g 1\ns off\nf 2 3 4\n"),
+                ("-g a -g 2-3 -s 3 -s off --material red*", "3 vertices, 1 face", head + last),
+                ("--object x", "3 vertices, 1 face", head + last),
+                ("--group p* --smoothing-group 0 --object none", "3 vertices, 1 face",
+                 head + points[8:] + "g point\ns off\nf 1 2 3\np 3\n")):
+            self.assertEqual(self.succeed("export", "m.obj", "-o", "o.obj", *line.replace("none", "").split(" ") if line else ()),
+                             f"o.obj: {said}\n", line)
+            self.assertEqual(self.read("o.obj").decode(), text, line)
+        piped = self.succeed("export", "-", "-o", "-", "-g", "a", input=self.read("m.obj"))
+        self.assertEqual(piped, head + TRIANGLE + rest + "g a\ns 3\nf 1/1/1 2/1/1 3/1/2\n")
+        for wanted, message in (("-g 9", "no group 9, the model has 3 groups"), ("-g 4-", "no group 4-, the model has 3 groups"),
+                                ("-g pont", 'no group "pont"; did you mean "point"?'), ("-s 4-9", "no smoothing group 4-9, the model has 3"),
+                                ("--object y", 'no object "y"'), ("--material bed_one", 'no material "bed_one"; did you mean "red one"?'),
+                                ("-g a --object x", "no element is in all that was asked for")):
+            self.refuse(1, "m.obj: " + message, "export", "m.obj", "-o", "n.obj", *wanted.split())
+        self.write("bare.obj", TRIANGLE + "f 1 2 3\n")
+        self.refuse(1, "bare.obj: the model has no materials", "export", "bare.obj", "-o", "n.obj", "--material", "x")
+        self.write("all.obj", TRIANGLE + "s 1\no x\nf 1 2 3\n")
+        self.refuse(1, "all.obj: there are no elements outside the smoothing groups", "export", "all.obj", "-o", "n.obj", "-s", "0")
+        self.refuse(1, "all.obj: there are no elements without object", "export", "all.obj", "-o", "n.obj", "--object", "")
+        self.assertFalse(os.path.exists(self.path("n.obj")), "nothing half-made is left")
+
+    def test_split_and_merge(self):
+        names = ["Arm", "arm", "_rest", "../../etc", "x"]
+        self.write("m.mtl", "newmtl red\nmap_Kd t.png\n")
+        self.write("t.png", "pixels")
+        text = "mtllib m.mtl\n" + TRIANGLE + "v 7 7 7\nusemtl red\n" + "".join(f"g {n} x\nf 1 2 3\n" for n in names[:-1])
+        self.write("m.obj", text)
+        self.assertEqual(self.succeed("split", "m.obj", "-o", "new/parts"), "new/parts: 6 files written\n")
+        files = sorted(os.listdir(self.path("new/parts")))
+        self.assertEqual(files, ["Arm.obj", "___.._etc.obj", "_rest.obj", "_rest_2.obj", "arm_2.obj", "x.obj"])
+        self.assertIn(b"\nmtllib ../../m.mtl\n", self.read("new/parts/x.obj"))
+        parts = ["new/parts/" + name for name in files]
+        self.assertEqual(self.succeed("merge", *parts, "-o", "back.obj"), "back.obj: 4 vertices, 4 faces\n")
+        self.succeed("export", "m.obj", "-o", "copy.obj")
+        self.assertEqual(self.read("back.obj"), self.read("copy.obj"))
+        self.succeed("merge", *parts[:-1], "-o", "back.obj")
+        self.assertEqual(self.read("back.obj"), self.read("copy.obj"), "the parts left have all of it")
+        self.succeed("merge", parts[0], parts[1], "-o", "some.obj",
+                     notes=["some.obj: parts are missing: 3 lines of the model are in none of the files"])
+        self.write(parts[0], self.read(parts[0]).replace(b"v 1 0 0", b"v 1 0 9"))
+        self.succeed("merge", *parts, "-o", "some.obj", notes=[
+            "some.obj: 1 vertex line not alike in all parts, the first file's is taken; see new/parts/___.._etc.obj:6"])
+        self.succeed("merge", parts[0], parts[1], "-o", "some.obj", "--concatenate", "--weld",
+                     notes=["some.obj: 2 vertex lines welded"])
+        self.write(parts[0], self.read(parts[0]) + b"f 1 2 3\n")
+        self.refuse(1, parts[0] + ": does not hold what its note of the part it is says; it was changed", "merge", *parts, "-o", "x")
+        self.assertEqual(self.succeed("split", "m.obj", "-o", "mat", "--by", "material", "--copy-materials"), "mat: 2 files written\n")
+        self.assertEqual(sorted(os.listdir(self.path("mat"))), ["_rest.obj", "m.mtl", "red.obj", "t.png"])
+        self.assertIn(b"\nmtllib m.mtl\n", self.read("mat/red.obj"))
+        self.write("mat/t.png", "other")
+        self.refuse(1, "mat/t.png: is there and is not ./t.png; it is not written over", "export", "m.obj", "-o", "mat/n.obj",
+                    "--copy-materials")
+        self.succeed("split", "m.obj", "-o", "some", "-g", "[Aa]rm", "--by", "smoothing")
+        self.assertEqual(os.listdir(self.path("some")), ["smoothing_off.obj"])
+        self.assertEqual(self.read("some/smoothing_off.obj").count(b"\nf "), 2)
+        self.assertEqual(self.succeed("split", self.write("bare.obj", TRIANGLE), "-o", "n"), "n: 1 file written\n")
+        self.refuse(1, "no.obj: there is nothing in the model to write", "split", self.write("no.obj", "# a\n"), "-o", "n")
+        self.write("gone.obj", "mtllib gone.mtl\n" + text)
+        result = self.run_tool("export", "gone.obj", "-o", "mat/gone.obj")
+        self.assertEqual(result.stderr, b"smthgrp: warning: gone.mtl: the material library is not there; its name stays as it is\n")
+
+    def test_replace_and_diff(self):
+        self.write("m.obj", MODEL)
+        self.write("p.obj", MODEL.replace("v 5 5 5", "v 5.0 5 7.50") + "g new\nusemtl m\nf 1 2 4\n")
+        self.refuse(1, "the models differ in their topology: m.obj has 2 faces, p.obj:18 has 3 faces; --force replaces nevertheless",
+                    "replace", "m.obj", "p.obj", "-o", "o.obj")
+        self.succeed("replace", "m.obj", "p.obj", "-o", "o.obj", "--force")
+        self.assertEqual(self.read("o.obj").decode(), MODEL.replace("v 5 5 5", "v 5.0 5 7.50").replace("g point\nf 4\n", ""))
+        said = ("same topology: 4 vertices, 2 faces\n1 vertex moved\n  mean move 2.5, greatest 2.5: vertex 4, lines 4 and 4, "
+                "from 5 5 5 to 5 5 7.5\n")
+        self.assertEqual(self.succeed("diff", "m.obj", "o.obj"), said)
+        result = self.run_tool("diff", "m.obj", "p.obj")
+        self.assertEqual((result.returncode, result.stdout.decode().splitlines()), (1, [
+            "another topology: m.obj has 2 faces, p.obj:18 has 3 faces", 'group "new": 1 face, only in p.obj',
+            "smoothing group 0: 1 face and 2, 0 only in the first, 1 only in the second",
+            'material "m": 1 face, only in p.obj', "without object: 2 faces and 3, 0 only in the first, 1 only in the second",
+             *said.splitlines()[1:]]))
+        told = json.loads(self.run_tool("diff", "m.obj", "p.obj", "--json").stdout)
+        self.assertEqual((told["sameTopology"], told["firstDifference"]["lines"], told["groups"], told["positions"]), (
+            False, [0, 18], [{"name": "new", "faces": [None, 1], "facesOnly": [0, 1]}],
+            {"moved": 1, "meanMove": 2.5, "greatestMove": 2.5, "greatestVertex": 4, "greatestLines": [4, 4],
+             "greatestPositions": [[5, 5, 5], [5, 5, 7.5]]}))
+        self.refuse(3, "nope: No such file or directory", "diff", "m.obj", "nope")
+        self.refuse(3, ".: Is a directory", "diff", ".", "m.obj")
+
+    def test_a_killed_writer_leaves_the_old_file(self):
+        self.write("big.obj", "".join(f"v {i} 0 0\n" for i in range(60000)) + "".join(f"g g{i % 7}\nf 1 2 {i + 3}\n" for i in range(50000)))
+        self.succeed("export", "big.obj", "-o", "o.obj")
+        whole = self.read("o.obj")
+        for number in range(24):
+            signal = ("TERM", "KILL", "INT")[number % 3]
+            tool = self.start("export", "big.obj", "-o", "o.obj")
+            time.sleep(number * 0.002)
+            tool.send_signal(getattr(signals, "SIG" + signal))
+            tool.communicate()
+            self.assertEqual(self.read("o.obj"), whole, signal)
+            left = set(os.listdir(self.folder)) - {"big.obj", "o.obj"}
+            self.assertTrue(signal == "KILL" or not left, left)
+            for name in left:
+                os.remove(self.path(name))
+
+    def test_export_as_host(self):
         self.write("m.obj", MODEL)
         points = [f"v {x} " for x in ("0.00000 0.00000 0.00000", "1.00000 0.00000 0.00000", "0.00000 1.00000 0.00000",
                                       "5.00000 5.00000 5.00000")]
@@ -74,10 +189,10 @@ class ModelTest(ToolCase):
                 ([], "4 vertices, 3 faces", points + coordinates + ["g a", "f 1/1/1 2/1/1 3/1/2", "g 1", "f 2 3 4",
                                                                     "g point", "f 4"])):
             notes = [] if arguments else ["o.obj: " + NORMALS]
-            self.assertEqual(self.succeed("export", "m.obj", "-o", "o.obj", *arguments, notes=notes), f"o.obj: {said}\n")
+            self.assertEqual(self.succeed("export", "m.obj", "-o", "o.obj", "--as-host", *arguments, notes=notes), f"o.obj: {said}\n")
             self.assertEqual(self.read("o.obj").decode().splitlines()[5:], lines)
 
-    def test_choice(self):
+    def test_choice_as_host(self):
         self.write("m.obj", MODEL)
         self.write("many.obj", TRIANGLE + "".join(f"s {i}\nf 1 2 3\n" for i in range(1, 14)))
         self.write("bare.obj", TRIANGLE)
@@ -96,36 +211,38 @@ class ModelTest(ToolCase):
                 ("names", ["-g", "arm"], 'no group "arm"; did you mean "left_arm", "right_arm" or "abc"?'),
                 ("names", ["-g", "ab"], 'no group "ab"; did you mean "abc"?'),
                 ("names", ["-g", "zzzz"], 'no group "zzzz"')):
-            self.refuse(1, f"{model}.obj: {message}", "export", model + ".obj", "-o", "o.obj", *wanted)
+            self.refuse(1, f"{model}.obj: {message}", "export", model + ".obj", "-o", "o.obj", "--as-host", *wanted)
         self.assertFalse(os.path.exists(self.path("o.obj")), "nothing half-made is left")
 
-    def test_split(self):
+    def test_split_as_host(self):
         names = ["Arm", "arm", "ARM", "arm_2", "../../etc", ".hidden", "a\\b\x1f\x7f", "ä" * 100, "a" + "ä" * 100, "ä" * 100 + "b"]
         files = ["Arm", "arm_2", "ARM_3", "arm_2_2", "___.._etc", "_hidden", "a_b__", "ä" * 100, "a" + "ä" * 99,
                  "ä" * 100 + "_2"]
         text = TRIANGLE + "".join(f"g {name}\nf 1 2 3\n" for name in ["point", *names]).replace("f 1 2 3", "f 1", 1)
-        said = self.succeed("split", self.write("m.obj", text), "-o", "new/parts",
+        said = self.succeed("split", self.write("m.obj", text), "-o", "new/parts", "--as-host",
                             notes=['skipped group 1 "point", it has no vertex range'])
         self.assertEqual((said, sorted(os.listdir(self.path("new/parts")))),
                          ("new/parts: 10 files written\n", sorted(name + ".obj" for name in files)))
         self.assertIn(b"g ARM\nf 1 2 3\n", self.read("new/parts/ARM_3.obj"))
-        self.assertEqual(self.succeed("split", ROBOT, "-o", "robot"), "robot: 11 files written\n")
+        self.assertEqual(self.succeed("split", ROBOT, "-o", "robot", "--as-host"), "robot: 11 files written\n")
         none = [f'skipped group {i + 1} "g{i}", it has no vertex range' for i in range(20)]
         self.write("p.obj", TRIANGLE + "".join(f"g g{i}\nf 1\n" for i in range(22)) + "g a\nf 1 2 3\n")
-        self.succeed("split", "p.obj", "-o", "p", notes=none + ["skipped 2 more groups without a vertex range"])
-        self.refuse(1, "m.obj: Not a directory", "split", "p.obj", "-o", "m.obj")
-        self.refuse(1, "n.obj: the model has no groups, there is nothing to write", "split", self.write("n.obj", TRIANGLE), "-o", "n")
+        self.succeed("split", "p.obj", "-o", "p", "--as-host", notes=none + ["skipped 2 more groups without a vertex range"])
+        self.refuse(1, "m.obj: Not a directory", "split", "p.obj", "-o", "m.obj", "--as-host")
+        self.refuse(1, "n.obj: the model has no groups, there is nothing to write", "split", self.write("n.obj", TRIANGLE), "-o", "n",
+                    "--as-host")
 
-    def test_replace(self):
+    def test_replace_as_host(self):
         self.write("m.obj", MODEL)
         self.write("p.obj", "v 1 2 3\n" * 4)
-        self.assertEqual(self.succeed("replace", "m.obj", "p.obj", "-o", "o.obj", notes=["o.obj: " + NORMALS]),
+        self.assertEqual(self.succeed("replace", "m.obj", "p.obj", "-o", "o.obj", "--as-host", notes=["o.obj: " + NORMALS]),
                          "o.obj: 4 vertices, 3 faces\n")
         self.assertEqual(self.read("o.obj").count(b"v 1.00000 2.00000 3.00000 \n"), 4)
-        self.refuse(1, "t.obj: has 3 vertices, but m.obj has 4", "replace", "m.obj", self.write("t.obj", TRIANGLE), "-o", "x")
+        self.refuse(1, "t.obj: has 3 vertices, but m.obj has 4", "replace", "m.obj", self.write("t.obj", TRIANGLE), "-o", "x",
+                    "--as-host")
         self.refuse(1, "b.obj: line 2: a face names vertex 0: f 0", "replace", "m.obj", self.write("b.obj", "v 1 2 3\nf 0\n"),
-                    "-o", "x")
-        self.refuse(1, "nope: No such file or directory", "replace", "m.obj", "nope", "-o", "x")
+                    "-o", "x", "--as-host")
+        self.refuse(1, "nope: No such file or directory", "replace", "m.obj", "nope", "-o", "x", "--as-host")
 
     def test_calls(self):
         self.write("m.obj", MODEL)
@@ -147,7 +264,7 @@ class ModelTest(ToolCase):
     def test_output(self):
         self.write("m.obj", MODEL)
         os.mkfifo(self.path("pipe"))
-        for arguments, notes in ((["export", "m.obj", "-g", "a"], []), (["replace", "m.obj", "m.obj"], [NORMALS])):
+        for arguments, notes in ((["export", "m.obj", "-g", "a"], []), (["replace", "m.obj", "m.obj", "--as-host"], [NORMALS])):
             self.succeed(*arguments, "-o", "file", notes=["file: " + note for note in notes])
             content = self.read("file").decode()
             self.assertEqual(self.succeed(*arguments, "-o", "/dev/stdout", notes=["/dev/stdout: " + n for n in notes]), content)
@@ -159,35 +276,39 @@ class ModelTest(ToolCase):
                 log.flush()
                 self.succeed(*arguments, "-o", "-", stdout=log, notes=["standard output: " + note for note in notes])
             self.assertEqual(self.read("log").decode(), "before\n" + content)
-        self.succeed("export", ROBOT, "-o", "robot.obj", notes=["robot.obj: " + NORMALS])
+        self.succeed("export", ROBOT, "-o", "robot.obj", "--as-host", notes=["robot.obj: " + NORMALS])
         os.mkdir(self.path("folder.obj"))
         for name, failed, most, *arguments in (
                 ("o.obj", "is incomplete, writing it failed (no space left, or a file size limit)",
-                 self.read("robot.obj").rindex(b"f "), "export", ROBOT),
-                ("o.ply", "File too large", 4096, "mesh", ROBOT, "--mask", "1")):
+                 self.read("robot.obj").rindex(b"f "), "export", ROBOT, "--as-host"),
+                ("o.obj", "File too large", 4096, "export", ROBOT), ("o.ply", "File too large", 4096, "mesh", ROBOT, "--mask", "1")):
             for target, message in (("folder.obj", "Is a directory"), ("no/o.obj", "No such file or directory"),
                                     ("/dev/full", "No space left on device")):
                 self.refuse(1, f"{target}: {message}", *arguments, "-o", target)
             self.refuse(1, f"{name}: {failed}", *arguments, "-o", name,
                         preexec_fn=lambda most=most: resource.setrlimit(resource.RLIMIT_FSIZE, (most, most)))
-        self.assertFalse(os.path.exists(self.path("o.ply")))
+        self.assertFalse({"o.obj", "o.ply"} & set(os.listdir(self.folder)), "nothing half-made is left")
         os.symlink("new.ply", self.path("link.ply"))
         self.succeed("mesh", "m.obj", "--mask", "a", "-o", "link.ply", notes=["link.ply: without 1 face that is no polygon"])
         self.assertTrue(os.path.islink(self.path("link.ply")) and os.path.isfile(self.path("new.ply")))
 
-    def test_input_is_not_written_over(self):
+    def test_output_onto_the_input(self):
+        text = TRIANGLE + "g m\nf 1 2 3\n"
         for name in "m.obj", "other.obj":
-            self.write(name, TRIANGLE + "g m\nf 1 2 3\n")
+            self.write(name, text)
         os.symlink("m.obj", self.path("link.obj"))
-        os.link(self.path("other.obj"), self.path("hard.obj"))
-        reads = ": is the file that is read, and writing would destroy it"
-        for target, line in (("./m.obj", "mesh m.obj --mask m -o ./m.obj"), ("link.obj", "export m.obj -o link.obj"),
-                             ("m.obj", "export link.obj -g m -o m.obj"), ("m.obj", "replace m.obj other.obj -o m.obj"),
-                             ("hard.obj", "replace m.obj other.obj -o hard.obj"), ("./m.obj", "split m.obj -o .")):
-            self.refuse(1, target + reads, *line.split())
-        with open(self.path("m.obj"), "ab") as log:
-            self.refuse(1, "standard output" + reads, "export", "m.obj", "-o", "-", stdout=log)
-        self.assertEqual(self.read("m.obj") + self.read("other.obj"), (TRIANGLE + "g m\nf 1 2 3\n").encode() * 2)
+        self.assertEqual(self.succeed("export", "m.obj", "-o", "link.obj"), "link.obj: 3 vertices, 1 face\n")
+        self.succeed("replace", "m.obj", "other.obj", "-o", "other.obj")
+        self.assertEqual(self.read("m.obj") + self.read("other.obj"), text.encode() * 2)
+        self.assertTrue(os.path.islink(self.path("link.obj")))
+        for line in "split m.obj -o .", "split m.obj -o . --by group --no-smoothing":  # nobody named that file
+            self.refuse(1, "./m.obj: is the file that is read; a part of it would take its place", *line.split())
+        for line in "export m.obj -o -", "export m.obj -o - --as-host", "replace other.obj m.obj -o -", "merge m.obj -o -":
+            with open(self.path("m.obj"), "ab") as log:
+                self.refuse(1, "standard output: is the file that is read, and writing would destroy it", *line.split(), stdout=log)
+        self.succeed("mesh", "m.obj", "--mask", "m", "-o", "./m.obj")
+        self.assertTrue(self.read("m.obj").endswith(b"\nf 1 2 3\n"))
+        self.assertEqual(sorted(os.listdir(self.folder)), ["link.obj", "m.obj", "other.obj"])
 
     def test_models_that_cannot_be_read(self):
         corners = "".join(f"v {i} 0 0\n" for i in range(89)) + "f " + " ".join(str(i + 1) for i in range(89)) + "\n"
@@ -203,8 +324,8 @@ class ModelTest(ToolCase):
         self.refuse(1, ".: Is a directory", "info", ".")
         self.write("n.obj", TRIANGLE + "vn 0 0 1\ng a\nf 1//1 2//1 3//1\n")
         self.refuse(1, "n.obj: the library cannot write this model as a whole, it has 1 normal and only 0 texture coordinates; its "
-                    "groups can be written one by one, with split or export --group", "export", "n.obj", "-o", "o")
-        self.assertIn("1 file written", self.succeed("split", "n.obj", "-o", "parts"))
+                    "groups can be written one by one, with split or export --group", "export", "n.obj", "-o", "o", "--as-host")
+        self.assertIn("1 file written", self.succeed("split", "n.obj", "-o", "parts", "--as-host"))
         self.assertRegex(self.run_tool("info", ROBOT, "--library", "/nope.so").stderr, b"^smthgrp: cannot load the library: /nope.so: cannot open")
 
     def test_usage(self):
@@ -218,16 +339,19 @@ class ModelTest(ToolCase):
                 ("info m.obj a b c", 'more than is expected: "a" "b" "c"; see smthgrp info --help'),
                 ("export m.obj --ouput=x", 'there is no option "--ouput"; did you mean "--output"? See smthgrp export --help'),
                 ("info --libary x", 'there is no option "--libary"; did you mean "--library"? See smthgrp info --help'),
-                ("export m.obj -o x -s 1 -g a", "--group excludes --smoothing-group; see smthgrp export --help"),
+                ("export m.obj -o x -s 1 -g a --as-host", "--as-host takes one --group or one --smoothing-group"),
+                ("export m.obj -o x -s abc --as-host", '--as-host takes the number of a smoothing group, not "abc"'),
+                ("replace m.obj m.obj -o x --force --as-host", "--force does not go with --as-host; see smthgrp replace --help"),
+                ("diff - -", "only one of the models can be read from standard input"),
                 ("mesh m.obj --mask-value 3", "nothing to mask or crease; see smthgrp mesh --help"),
                 ("mesh m.obj --mask a -o x", "x: a marked mesh is written to NAME.ply or NAME.obj"),
                 ("call Version --script s", "NAME and --script exclude each other; see smthgrp call --help")):
             self.refuse(2, message, *line.split())
-        for line in "export m.obj -o x -s abc", "mesh m.obj --mask 1 --mask-value 256", "mesh m.obj --crease-all-smoothing=3":
+        for line in "split m.obj -o x --by colour", "mesh m.obj --mask 1 --mask-value 256", "mesh m.obj --crease-all-smoothing=3":
             self.assertEqual(self.run_tool(*line.split()).returncode, 2, line)
         self.assertEqual(os.listdir(self.folder), ["m.obj"])
         self.assertEqual(self.succeed("--version"), "KSmthGrpImpt 1.3\n")
-        for command in ("", "info", "export", "split", "replace", "mesh", "call", "psd", "psd layers"):
+        for command in ("", "info", "export", "split", "replace", "merge", "diff", "mesh", "call", "psd", "psd layers"):
             text = self.succeed(*command.split(), "--help")
             self.assertIn("Usage: " + f"smthgrp {command}".strip(), text)
             self.assertLessEqual(max(map(len, text.splitlines())), 80, command)

@@ -35,6 +35,9 @@ class ToolCase(unittest.TestCase):
         return subprocess.run([TOOL, *arguments], stdout=stdout, stderr=subprocess.PIPE, timeout=60, cwd=self.folder,
                               check=False, **options)
 
+    def start(self, *arguments):
+        return subprocess.Popen([TOOL, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.folder)
+
     def succeed(self, *arguments, notes=(), **options):
         """Answers what the tool printed; on standard error there have to be the notes and nothing else."""
         result = self.run_tool(*arguments, **options)

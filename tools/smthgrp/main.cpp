@@ -26,6 +26,8 @@ int main(int argc, char** argv) {
   smthgrp::addExport(line, plugin);
   smthgrp::addSplit(line, plugin);
   smthgrp::addReplace(line, plugin);
+  smthgrp::addMerge(line);
+  smthgrp::addDiff(line);
   smthgrp::addMesh(line, plugin);
   smthgrp::addCall(line, plugin);
   smthgrp::addPsd(line);

@@ -9,6 +9,7 @@
 #include <new>
 #include <sstream>
 
+#include "document/Output.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/SimilarNames.h"
 #include "smthgrp/common/TerminalText.h"
@@ -155,14 +156,20 @@ int CommandLine::parseAndRun(int argc, char** argv) {
     return reportFailure(complaint(error), kUsageError);
   }
   if (!work_) throw Failure("a command is needed; smthgrp --help lists them", kUsageError);
-  work_();
+  int status = EXIT_SUCCESS;
+  try {
+    work_();
+  } catch (const ExitStatus& end) {
+    status = end.status;
+  }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) throw systemFailure("standard output");
-  return EXIT_SUCCESS;
+  return status;
 }
 
 int CommandLine::run(int argc, char** argv) {
   // A file size limit then fails the write instead of ending the process.
   std::signal(SIGXFSZ, SIG_IGN);
+  WavefrontOBJ::Output::removeTemporariesOnSignals();
   try {
     return parseAndRun(argc, argv);
   } catch (const Failure& failure) {

@@ -108,4 +108,13 @@ std::string counted(std::size_t count, std::string_view noun, std::string_view p
   return plural.empty() ? (text += noun) += 's' : text += plural;
 }
 
+std::string listed(const std::vector<std::uint64_t>& numbers) {
+  constexpr std::size_t kMost = 12;
+  std::string text;
+  for (std::size_t i = 0; i < std::min(numbers.size(), kMost); ++i) {
+    text += (i == 0 ? "" : ", ") + std::to_string(numbers[i]);
+  }
+  return numbers.size() > kMost ? text + ", ..." : text;
+}
+
 }  // namespace smthgrp

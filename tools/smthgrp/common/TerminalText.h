@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace smthgrp {
 
@@ -18,5 +20,8 @@ std::string quoted(std::string_view text, std::size_t maxWidth = kAnyWidth);
 
 /// "1 face", "2 faces"; an empty `plural` stands for the noun with an "s".
 std::string counted(std::size_t count, std::string_view noun, std::string_view plural = "");
+
+/// "1, 2, 3" with at most a dozen numbers, then "...".
+std::string listed(const std::vector<std::uint64_t>& numbers);
 
 }  // namespace smthgrp

@@ -11,7 +11,7 @@
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/LowerCase.h"
-#include "smthgrp/common/OutputFile.h"
+#include "smthgrp/common/SafeOutput.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/mesh/LongFaces.h"
 #include "smthgrp/mesh/MeshFile.h"
@@ -188,14 +188,12 @@ class MeshSession {
 using FileMaker = MeshFile (*)(const host::HostMesh&, const host::MeshDescription&);
 
 /// By the extension, which only devices, pipes and standard output need not have.
-FileMaker fileMaker(const std::string& path) {
-  const std::string extension = lowerCase(std::filesystem::path(path).extension().string());
+FileMaker fileMaker(const WavefrontOBJ::Output& output) {
+  const std::string extension = lowerCase(std::filesystem::path(output.path()).extension().string());
   if (extension == ".obj") return &objFile;
   if (extension == ".ply") return &plyFile;
-  std::error_code error;
-  const bool special = std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error);
-  if (extension.empty() && (special || isStandardOutput(path))) return &plyFile;
-  throw Failure(path + ": a marked mesh is written to NAME.ply or NAME.obj", kUsageError);
+  if (extension.empty() && output.isDirect()) return &plyFile;
+  throw Failure(output.path() + ": a marked mesh is written to NAME.ply or NAME.obj", kUsageError);
 }
 
 void printText(std::FILE* to, const MeshSession& session, const Request& request, const Groups& groups,
@@ -258,7 +256,8 @@ void printJson(std::FILE* to, const MeshSession& session, const Request& request
 
 /// What the marks or the file leave out.
 std::vector<std::string> notesOn(const MeshSession& session, const Request& request,
-                                 const std::vector<Operation>& list, const MeshFile& file) {
+                                 const std::vector<Operation>& list, const MeshFile& file,
+                                 const WavefrontOBJ::Output& output) {
   std::vector<std::string> notes;
   const std::size_t inPart = session.facesCreasedInPart(list);
   if (inPart > 0) {
@@ -267,19 +266,19 @@ std::vector<std::string> notesOn(const MeshSession& session, const Request& requ
   }
   const std::size_t leftOut = request.output ? session.mesh().faceCount() - file.faces : 0;
   if (leftOut > 0) {
-    notes.push_back(outputName(*request.output) + ": without " + counted(leftOut, "face") + " that " +
+    notes.push_back(output.name() + ": without " + counted(leftOut, "face") + " that " +
                     (leftOut == 1 ? "is" : "are") + " no polygon");
   }
   return notes;
 }
 
 void run(PluginLibrary& library, const Request& request) {
-  const FileMaker makeFile = request.output ? fileMaker(*request.output) : nullptr;
-  if (request.output) requireOtherFile(*request.output, request.model);
+  WavefrontOBJ::Output output(request.output.value_or(""));
+  if (request.output) openOutput(output, request.model);
+  const FileMaker makeFile = request.output ? fileMaker(output) : nullptr;
   loadModel(library, request.model);
   const Groups groups{groupNames(library), smoothingGroups(library)};
   const std::vector<Operation> list = operations(request, groups);
-  if (request.output) requireWritable(*request.output);
 
   const host::MeshDescription description = importMesh(*library.model());
   host::HostMesh mesh(description);
@@ -289,13 +288,13 @@ void run(PluginLibrary& library, const Request& request) {
   for (const Operation& operation : list) outcomes.push_back(session.run(operation));
 
   // A mesh on standard output is all that goes there.
-  std::FILE* const to = request.output && isStandardOutput(*request.output) ? stderr : stdout;
+  std::FILE* const to = output.isStandardOutput() ? stderr : stdout;
   MeshFile file;
   if (request.output) {
     file = makeFile(session.mesh(), session.description());
-    writeFile(*request.output, file.content);
+    commitOutput(output, file.content);
   }
-  const std::vector<std::string> notes = notesOn(session, request, list, file);
+  const std::vector<std::string> notes = notesOn(session, request, list, file, output);
   if (request.json) {
     printJson(to, session, request, groups, list, outcomes, notes);
     return;
@@ -303,7 +302,7 @@ void run(PluginLibrary& library, const Request& request) {
   printText(to, session, request, groups, list, outcomes);
   for (const std::string& note : notes) std::fprintf(stderr, "smthgrp: note: %s\n", printable(note).c_str());
   if (!request.output) return;
-  std::fprintf(to, "%s: %s, %s, %s\n", printable(outputName(*request.output)).c_str(),
+  std::fprintf(to, "%s: %s, %s, %s\n", printable(output.name()).c_str(),
                counted(session.mesh().vertexCount(), "vertex", "vertices").c_str(),
                counted(file.faces, "face").c_str(), counted(file.edges, "creased edge").c_str());
 }

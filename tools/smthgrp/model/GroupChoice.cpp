@@ -8,19 +8,6 @@
 #include "smthgrp/common/TerminalText.h"
 
 namespace smthgrp {
-namespace {
-
-std::string listed(const std::vector<std::uint32_t>& numbers) {
-  constexpr std::size_t kMost = 12;
-  std::string text;
-  for (std::size_t i = 0; i < std::min(numbers.size(), kMost); ++i) {
-    text += (i == 0 ? "" : ", ") + std::to_string(numbers[i]);
-  }
-  return numbers.size() > kMost ? text + ", ..." : text;
-}
-
-}  // namespace
-
 std::size_t chooseGroup(const std::vector<std::string>& names, std::string_view wanted,
                         const std::string& modelPath) {
   const auto exact = std::find(names.begin(), names.end(), wanted);
@@ -45,7 +32,8 @@ std::size_t chooseSmoothingGroup(const std::vector<std::uint32_t>& numbers, std:
   const auto found = std::find(numbers.begin(), numbers.end(), wanted);
   if (found != numbers.end()) return static_cast<std::size_t>(found - numbers.begin()) + 1;
   throw Failure(modelPath + ": no smoothing group " + std::to_string(wanted) +
-                (numbers.empty() ? ", the model has none" : ", the model has " + listed(numbers)));
+                (numbers.empty() ? ", the model has none"
+                                 : ", the model has " + listed({numbers.begin(), numbers.end()})));
 }
 
 }  // namespace smthgrp

@@ -1,12 +1,22 @@
-#include <memory>
+#include "document/Replace.h"
 
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "document/Diff.h"
+#include "document/Materials.h"
+#include "document/Output.h"
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
-#include "smthgrp/common/InputFile.h"
-#include "smthgrp/common/OutputFile.h"
-#include "smthgrp/common/TerminalText.h"
-#include "smthgrp/model/WholeModel.h"
-#include "smthgrp/plugin/CurrentModel.h"
+#include "smthgrp/common/ProgressBar.h"
+#include "smthgrp/common/SafeOutput.h"
+#include "smthgrp/model/Announce.h"
+#include "smthgrp/model/AsHost.h"
+#include "smthgrp/model/PartOptions.h"
+#include "smthgrp/model/ReadDocument.h"
 
 namespace smthgrp {
 namespace {
@@ -15,28 +25,50 @@ struct Request {
   std::string model;
   std::string positions;
   std::string output;  ///< "-" for standard output
+  bool force = false;
+  PartOptions options;
 };
 
 constexpr const char* kFooter = R"(Example:
   smthgrp replace robot.obj robot_pose.obj -o posed.obj
 
-Both models must have the same number of vertices.)";
+Both models must have the same topology: as many vertices, and faces that join
+them alike. With --force they need not; vertices that the second does not have
+then keep their places. All but the positions stays as the first file has it.)";
 
-void run(PluginLibrary& library, const Request& request) {
-  requireOtherFile(request.output, request.model);
-  requireOtherFile(request.output, request.positions);
-  requireReadable(request.positions);
-  requireWholeModelWritable(loadModel(library, request.model), request.model);
-  const std::uint32_t wanted = vertexCount(library);
-  PluginLibrary::workOn(request.positions);
-  const float answer = library.call("ReplaceOBJVertices", request.positions.c_str()).value;
-  if (answer != 0.0F) {
-    // The call gives no reason; reading the file as a model does.
-    loadModel(library, request.positions);
-    throw Failure(request.positions + ": has " + counted(vertexCount(library), "vertex", "vertices") +
-                  ", but " + request.model + " has " + std::to_string(wanted));
+void run(const Request& request) {
+  auto output = std::make_unique<WavefrontOBJ::Output>(request.output);
+  openOutput(*output, request.model);
+  openOutput(*output, request.positions);
+  if (request.model == kStandardInput && request.positions == kStandardInput) {
+    throw Failure("only one of the models can be read from standard input", kUsageError);
   }
-  exportWholeModel(library, request.model, request.output);
+  WavefrontOBJ::OBJDocument model;
+  WavefrontOBJ::OBJDocument positions;
+  readDocument(request.model, model);
+  readDocument(request.positions, positions);
+  std::optional<WavefrontOBJ::TopologyDifference> difference;
+  require(compareTopology(model, positions, difference));
+  if (difference && !request.force) {
+    throw Failure("the models differ in their topology: " + difference->text(model, positions) +
+                  "; --force replaces nevertheless");
+  }
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
+  WavefrontOBJ::WriteOptions options = writeOptions(request.options);
+  std::vector<std::string> libraries;
+  if (!output->isDirect()) {
+    libraries = takeLibraries(model, request.options, WavefrontOBJ::folderPrefix(request.output), outputs);
+  }
+  if (!libraries.empty()) options.libraries = &libraries;
+  WavefrontOBJ::WriteCounts counts;
+  {
+    ProgressBar bar("writing " + output->name());
+    options.progress = bar.progress();
+    require(writeWithPositions(model, positions, options, *output, &counts));
+  }
+  outputs.push_back(std::move(output));
+  commitOutputs(outputs);
+  announce(*outputs.back(), counts);
 }
 
 }  // namespace
@@ -44,12 +76,17 @@ void run(PluginLibrary& library, const Request& request) {
 void addReplace(CommandLine& line, const PluginOptions& plugin) {
   const auto request = std::make_shared<Request>();
   CLI::App& command = line.add("replace", "Write the model with the vertex positions of another", kFooter);
-  addInput(command, "MODEL", request->model, "OBJ file to read");
+  addInput(command, "MODEL", request->model, "OBJ file to read; - for standard input");
   addInput(command, "POSITIONS", request->positions, "OBJ file to take the positions from");
   addOutput(command, request->output, "OBJ file to write; - for standard output");
-  line.setWork(command, [&plugin, request] {
+  command.add_flag("--force", request->force, "Replace in spite of another topology");
+  addMaterials(command, request->options);
+  addAsHost(command, request->options);
+  line.setWork(command, [&plugin, &command, request] {
+    if (!request->options.asHost) return run(*request);
+    requireAsHostAlone(command, {"output"});
     PluginLibrary library(plugin.file);
-    run(library, *request);
+    replaceAsHost(library, request->model, request->positions, request->output);
   });
 }
 

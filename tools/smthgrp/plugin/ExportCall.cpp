@@ -1,14 +1,13 @@
 #include "smthgrp/plugin/ExportCall.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <charconv>
 #include <string_view>
 
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/FileDescriptor.h"
-#include "smthgrp/common/OutputFile.h"
+#include "smthgrp/common/MemoryFile.h"
 
 namespace smthgrp {
 namespace {
@@ -54,33 +53,27 @@ WrittenFile checkComplete(int file, const std::string& path) {
   return written;
 }
 
-/// Devices and pipes cannot be read back. The model is written to memory first and copied, which reports
-/// errors.
-std::optional<WrittenFile> exportToDevice(PluginLibrary& library, const char* name, double number,
-                                          const std::string& path) {
-  const MemoryFile memory(outputName(path));
-  if (library.call(name, memory.path().c_str(), number).value < 0) return std::nullopt;
-  WrittenFile written = checkComplete(memory.descriptor(), outputName(path));
-  written.announce = false;
-  memory.copyTo(path);
-  return written;
-}
-
 }  // namespace
 
 std::optional<WrittenFile> exportTo(PluginLibrary& library, const char* name, double number,
-                                    const std::string& path) {
-  PluginLibrary::workOn(outputName(path));
-  requireWritable(path);
-  if (path == kStandardOutput) return exportToDevice(library, name, number, path);
-  struct stat status {};
-  const bool exists = stat(path.c_str(), &status) == 0;
-  if (exists && !S_ISREG(status.st_mode)) return exportToDevice(library, name, number, path);
-  if (library.call(name, path.c_str(), number).value < 0) return std::nullopt;
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file < 0) throw systemFailure(path);
-  WrittenFile written = checkComplete(file, path);
-  written.announce = !exists || !isStandardOutput(path);
+                                    WavefrontOBJ::Output& output) {
+  PluginLibrary::workOn(output.name());
+  if (output.isDirect()) {
+    // Devices and pipes cannot be read back. The model is written to memory first.
+    const MemoryFile memory(output.name());
+    if (library.call(name, memory.path().c_str(), number).value < 0) return std::nullopt;
+    const WrittenFile written = checkComplete(memory.descriptor(), output.name());
+    memory.rewind();
+    readThrough(memory.descriptor(), output.name(),
+                [&output](std::string_view text) { require(output.write(text)); });
+    require(output.finish());
+    return written;
+  }
+  if (library.call(name, output.temporaryPath().c_str(), number).value < 0) return std::nullopt;
+  const FileDescriptor file(open(output.temporaryPath().c_str(), O_RDONLY | O_CLOEXEC));
+  if (file < 0) throw systemFailure(output.name());
+  const WrittenFile written = checkComplete(file, output.name());
+  require(output.finish());
   return written;
 }
 

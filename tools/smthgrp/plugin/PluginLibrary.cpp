@@ -10,6 +10,7 @@
 #include <iterator>
 #include <type_traits>
 
+#include "document/Output.h"
 #include "obj/OBJAssert.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/TerminalText.h"
@@ -76,6 +77,7 @@ void endAtLimit(const char* function, const char* file, int /*line*/, const char
   std::fflush(stdout);
   std::fprintf(stderr, "smthgrp: %s: %s\n", printable(workedOnFile()).c_str(), sentence.c_str());
   std::fflush(stderr);
+  WavefrontOBJ::Output::removeTemporaries();
   std::_Exit(kDataError);
 }
 

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "smthgrp/common/Failure.h"
-#include "smthgrp/common/OutputFile.h"
 
 namespace smthgrp {
 namespace {
@@ -32,7 +31,7 @@ Layout layoutOf(PngColours colours) {
 
 }  // namespace
 
-void writePng(const std::string& path, const ABitMap& map, PngColours colours) {
+void writePng(WavefrontOBJ::Output& output, const ABitMap& map, PngColours colours) {
   const auto [format, order] = layoutOf(colours);
   const auto pixels = static_cast<std::size_t>(map.BufferBytes()) / 4;
   std::vector<unsigned char> samples;
@@ -48,9 +47,9 @@ void writePng(const std::string& path, const ABitMap& map, PngColours colours) {
   png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
   const auto file = std::make_unique_for_overwrite<char[]>(size);
   if (png_image_write_to_memory(&image, file.get(), &size, 0, samples.data(), 0, nullptr) == 0) {
-    throw Failure(path + ": cannot be written as PNG: " + image.message);
+    throw Failure(output.name() + ": cannot be written as PNG: " + image.message);
   }
-  writeFile(path, {file.get(), size});
+  require(output.write({file.get(), size}));
 }
 
 }  // namespace smthgrp

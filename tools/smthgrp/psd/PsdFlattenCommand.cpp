@@ -4,7 +4,8 @@
 
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/LowerCase.h"
-#include "smthgrp/common/OutputFile.h"
+#include "smthgrp/common/MemoryFile.h"
+#include "smthgrp/common/SafeOutput.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/psd/PngFile.h"
 #include "smthgrp/psd/PsdCommands.h"
@@ -21,19 +22,22 @@ struct Request {
 
 /// Through memory, so that nothing is half written where the library gives up: short of memory it says that
 /// all went well.
-void savePsd(const std::string& path, ABitMap& map, bool grey, bool withAlpha) {
+void savePsd(WavefrontOBJ::Output& output, ABitMap& map, bool grey, bool withAlpha) {
   for (std::int32_t i = 0; grey && i < map.BufferBytes(); i += 4) {
     unsigned char* const pixel = map.buffer + i;
     if (withAlpha) pixel[0] = pixel[2];
     pixel[2] = pixel[3] = pixel[1];
   }
-  const MemoryFile file(path);
-  if (map.SavePSD(file.path().c_str(), withAlpha) != 0) throw Failure(path + ": cannot be written");
+  const MemoryFile file(output.name());
+  if (map.SavePSD(file.path().c_str(), withAlpha) != 0) throw Failure(output.name() + ": cannot be written");
   constexpr std::size_t kFrameBytes = 40;
   const std::size_t planes = static_cast<std::size_t>(map.BufferBytes()) / 4 * (withAlpha ? 4 : 3);
-  const std::string content = file.content(path);
-  if (content.size() != kFrameBytes + planes) throw Failure(path + ": not enough memory to write it");
-  writeFile(path, content);
+  file.rewind();
+  readThrough(file.descriptor(), output.name(),
+              [&output](std::string_view text) { require(output.write(text)); });
+  if (output.bytesWritten() != kFrameBytes + planes) {
+    throw Failure(output.name() + ": not enough memory to write it");
+  }
 }
 
 void flatten(const Request& request) {
@@ -43,7 +47,8 @@ void flatten(const Request& request) {
         (request.output.empty() ? "\"\"" : request.output) + ": the output must end in .png or .psd",
         kUsageError);
   }
-  requireOtherFile(request.output, request.file);
+  WavefrontOBJ::Output output(request.output);
+  openOutput(output, request.file);
   const PsdDocument document = readPsd(request.file);
   requireReadablePixels(request.file, document);
   OwnedBitMap map;
@@ -53,10 +58,11 @@ void flatten(const Request& request) {
   if (png) {
     const PngColours colours = grey ? (withAlpha ? PngColours::kGreyAlpha : PngColours::kGrey)
                                     : (withAlpha ? PngColours::kRgba : PngColours::kRgb);
-    writePng(request.output, map, colours);
+    writePng(output, map, colours);
   } else {
-    savePsd(request.output, map, grey, withAlpha);
+    savePsd(output, map, grey, withAlpha);
   }
+  require(output.commit());
   std::printf("%s: %d x %d\n", printable(request.output).c_str(), map.width, map.height);
 }
 

@@ -2,12 +2,12 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "smthgrp/common/Failure.h"
-#include "smthgrp/common/OutputFile.h"
+#include "smthgrp/common/ProgressBar.h"
 #include "smthgrp/common/SafeFileNames.h"
+#include "smthgrp/common/SafeOutput.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/psd/PngFile.h"
 #include "smthgrp/psd/PsdCommands.h"
@@ -29,23 +29,30 @@ void extractLayers(const Request& request) {
     throw Failure(request.file + ": has no layers; smthgrp psd flatten writes its image");
   // All that can be refused beforehand is, so that it leaves no folder and no files.
   SafeFileNames names;
-  std::vector<std::pair<const PsdDocument::Layer*, std::string>> outputs;
+  std::vector<const PsdDocument::Layer*> layers;
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
   for (const PsdDocument::Layer& layer : document.layers) {
     if (!hasPixels(request.file, document, layer)) continue;
     const std::string name = names.take(layer.name.empty() ? "layer" : layer.name, ".png");
-    outputs.emplace_back(&layer, (std::filesystem::path(request.folder) / name).string());
-    requireOtherFile(outputs.back().second, request.file);
+    layers.push_back(&layer);
+    outputs.push_back(
+        std::make_unique<WavefrontOBJ::Output>((std::filesystem::path(request.folder) / name).string()));
   }
-  std::error_code error;
-  std::filesystem::create_directories(request.folder, error);
-  if (error) throw systemFailure(request.folder, error.value());
-  for (const auto& [layer, path] : outputs) {
+  makeFolder(request.folder);
+  std::vector<std::string> lines;
+  ProgressBar bar("writing " + request.folder);
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    bar.advanceTo(static_cast<double>(i) / static_cast<double>(outputs.size()));
+    openOutput(*outputs[i], request.file);
     OwnedBitMap map;
-    const bool withAlpha = readLayer(request.file, document, *layer, map);
-    writePng(path, map, withAlpha ? PngColours::kRgba : PngColours::kRgb);
-    std::printf("%s: %d x %d at %d, %d\n", printable(path).c_str(), map.width, map.height, layer->record.left,
-                layer->record.top);
+    const bool withAlpha = readLayer(request.file, document, *layers[i], map);
+    writePng(*outputs[i], map, withAlpha ? PngColours::kRgba : PngColours::kRgb);
+    require(outputs[i]->finish());
+    lines.push_back(outputs[i]->path() + ": " + std::to_string(map.width) + " x " +
+                    std::to_string(map.height) + " at " + std::to_string(layers[i]->record.left) + ", " +
+                    std::to_string(layers[i]->record.top));
   }
+  commitOutputs(outputs, [&lines](std::size_t i) { std::printf("%s\n", printable(lines[i]).c_str()); });
   const std::size_t empty = document.layers.size() - outputs.size();
   if (empty > 0) std::printf("%s without pixels\n", counted(empty, "layer").c_str());
 }

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "KSmthExport.h"
+#include "document/DocumentWriter.h"
+#include "document/OBJDocument.h"
+#include "document/Result.h"
+#include "document/Sink.h"
+
+namespace WavefrontOBJ {
+
+/// Writes `model` with the positions of `positions`, digit by digit: the first three numbers of its vertex
+/// lines. What stands behind them (a weight, a colour) is the model's. With fewer vertices in `positions` the
+/// others keep theirs. Whether the two fit is for the caller to ask, see `compareTopology`.
+KSMTH_API Result writeWithPositions(const OBJDocument& model, const OBJDocument& positions,
+                                    WriteOptions options, Sink& sink, WriteCounts* counts = nullptr);
+
+}  // namespace WavefrontOBJ
