@@ -62,6 +62,9 @@ class KSMTH_API ElementTable {
 
  private:
   friend class DocumentReader;
+  friend class OBJDocument;
+
+  void shrink();
 
   std::span<const std::int32_t> row(const PlainArray<std::int32_t>& column, std::uint32_t i) const {
     if (column.empty()) return {};

@@ -217,10 +217,12 @@ class KSMTH_API Findings {
   }
   /// The next `add` of `kind` keeps the place.
   bool keepsNext(FindingKind kind) const { return counts_[static_cast<std::size_t>(kind)] < placesPerKind_; }
-  /// Takes over what `other` has.
+  /// Takes over what `other` has, and sorts.
   void add(const Findings& other);
+  /// Brings the kept ones into the order of their places.
+  void sortByPlace();
 
-  /// The kept ones in the order in which they were met.
+  /// The kept ones; of a read and of `lint`, by place.
   const std::vector<Finding>& kept() const { return kept_; }
   std::uint64_t count(FindingKind kind) const { return counts_[static_cast<std::size_t>(kind)]; }
   /// All of a severity, those of the host alone with `withHost`.

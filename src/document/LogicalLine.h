@@ -24,6 +24,9 @@ const char* logicalLineEnd(const char* begin, const char* end);
 /// stands last counts.
 std::uint64_t countLineEnds(const char* begin, const char* end);
 
+/// Some byte of [begin, end) is a control character other than a line feed.
+bool hasControls(const char* begin, const char* end);
+
 /// Walks through the words of one logical line, [begin, end) as `logicalLineEnd` gives it.
 class LineWords {
  public:

@@ -1,0 +1,328 @@
+// Elements (faces, lines, points) and the state they are in: the exact path, and what both paths share.
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <new>
+
+#include "document/DocumentReader.h"
+#include "obj/text/TokenStream.h"
+
+namespace WavefrontOBJ {
+namespace {
+
+/// Corners that a face of the host's has room for.
+constexpr std::size_t kHostCorners = 88;
+constexpr std::size_t kLeastCorners[kElementKinds] = {3, 2, 1};
+
+}  // namespace
+
+/// Turns the text of one index into one that counts from 0. Positive ones may lie ahead.
+DocumentReader::IndexOutcome DocumentReader::resolve(std::string_view text, VectorKind kind,
+                                                     std::int32_t& index) {
+  const bool negative = text[0] == '-';
+  if (negative || text[0] == '+') text.remove_prefix(1);
+  if (text.empty() || !std::all_of(text.begin(), text.end(), isDigit)) return IndexOutcome::notANumber;
+  constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+  std::int64_t number = 0;
+  for (const char c : text) {
+    number = number * 10 + (c - '0');
+    if (number > kMost) return IndexOutcome::overflow;
+  }
+  if (number == 0) return IndexOutcome::zero;
+  const auto count = static_cast<std::int64_t>(document_.vectorCount(kind));
+  if (!negative) {
+    forward_ |= number > count;
+    index = static_cast<std::int32_t>(number - 1);
+    return IndexOutcome::good;
+  }
+  if (number > count) return IndexOutcome::outOfRange;
+  index = static_cast<std::int32_t>(count - number);
+  return IndexOutcome::good;
+}
+
+void DocumentReader::doubtIndex(IndexOutcome outcome, std::string_view text) {
+  constexpr FindingKind kKinds[] = {FindingKind::kindCount, FindingKind::indexNotANumber,
+                                    FindingKind::indexZero, FindingKind::indexOverflow,
+                                    FindingKind::indexOutOfRange};
+  find(kKinds[static_cast<std::size_t>(outcome)], text);
+}
+
+/// Reads "v", "v/vt", "v//vn" or "v/vt/vn", with parts that may be empty but for the first. False when there
+/// is no vertex.
+bool DocumentReader::takeCorner(std::string_view word, Corner& corner) {
+  std::string_view parts[3];
+  std::size_t count = 0;
+  for (std::string_view left = word;;) {
+    const std::size_t slash = left.find('/');
+    if (count == 3) {
+      find(FindingKind::indexNotANumber, word);
+      return false;
+    }
+    parts[count++] = left.substr(0, slash);
+    if (slash == std::string_view::npos) break;
+    left.remove_prefix(slash + 1);
+  }
+  const IndexOutcome vertex =
+      parts[0].empty() ? IndexOutcome::notANumber : resolve(parts[0], VectorKind::position, corner.vertex);
+  if (vertex != IndexOutcome::good) {
+    doubtIndex(vertex, word);
+    return false;
+  }
+  const auto other = [&](std::string_view part, VectorKind kind, std::int32_t& index, bool& drop) {
+    if (part.empty()) return;
+    const IndexOutcome outcome = resolve(part, kind, index);
+    if (outcome == IndexOutcome::good) return;
+    if (!drop) doubtIndex(outcome, word);
+    drop = true;
+  };
+  other(parts[1], VectorKind::texture, corner.texture, dropTextures_);
+  other(parts[2], VectorKind::normal, corner.normal, dropNormals_);
+  return true;
+}
+
+bool DocumentReader::takeElement(std::string_view keyword, LineWords& words) {
+  ElementKind kind = ElementKind::face;
+  if (keyword == "l") {
+    kind = ElementKind::line;
+  } else if (keyword == "p") {
+    kind = ElementKind::point;
+  } else if (keyword != "f" && keyword != "fo") {
+    return false;
+  }
+  if (kind != ElementKind::face) find(FindingKind::lineOrPoint, keyword);
+  // An old name of "f", which the format's description still has readers take.
+  if (keyword == "fo") find(FindingKind::freeForm, keyword);
+  corners_.clear();
+  forward_ = dropTextures_ = dropNormals_ = false;
+  bool relative = false;
+  bool emptyPart = false;
+  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+    Corner corner;
+    if (!takeCorner(word, corner)) return true;
+    if (!relative && word.find('-') != std::string_view::npos) {
+      relative = true;
+      find(FindingKind::relativeIndex, word);
+    }
+    if (!emptyPart && word.back() == '/') {
+      emptyPart = true;
+      find(FindingKind::emptyPart, word);
+    }
+    corners_.push_back(corner);
+  }
+  if (corners_.size() < kLeastCorners[static_cast<std::size_t>(kind)]) {
+    findLine(FindingKind::tooFewCorners,
+             std::string_view(line_, static_cast<std::size_t>(words.end() - line_)));
+    return true;
+  }
+  bool textures = false;
+  bool normals = false;
+  for (Corner& corner : corners_) {
+    if (dropTextures_) corner.texture = kNoIndex;
+    if (dropNormals_) corner.normal = kNoIndex;
+    textures |= corner.texture != kNoIndex;
+    normals |= corner.normal != kNoIndex;
+  }
+  doubtCorners(kind);
+  if (forward_) {
+    std::uint32_t& first = firstForward_[static_cast<std::size_t>(kind)];
+    first = std::min(first, document_.elements(kind).size());
+  }
+  add(kind, offsetOf(line_), corners_.data(), static_cast<std::uint32_t>(corners_.size()), textures, normals);
+  return true;
+}
+
+/// What can be doubted about the corners of an element as a whole.
+void DocumentReader::doubtCorners(ElementKind kind) {
+  const Corner& first = corners_[0];
+  const bool mixed = std::any_of(corners_.begin(), corners_.end(), [&first](const Corner& corner) {
+    return (corner.texture == kNoIndex) != (first.texture == kNoIndex) ||
+           (corner.normal == kNoIndex) != (first.normal == kNoIndex);
+  });
+  if (mixed) findLine(FindingKind::mixedForms);
+  if (kind != ElementKind::face) return;
+  sorted_.clear();
+  for (const Corner& corner : corners_) sorted_.push_back(corner.vertex);
+  std::sort(sorted_.begin(), sorted_.end());
+  const auto twice = std::adjacent_find(sorted_.begin(), sorted_.end());
+  if (twice != sorted_.end()) findLine(FindingKind::repeatedCorner, std::to_string(std::int64_t{*twice} + 1));
+  if (corners_.size() > kHostCorners) findLine(FindingKind::manyCorners, std::to_string(corners_.size()));
+}
+
+/// Appends one index of each corner to a column that has `before` rows, or should have.
+void DocumentReader::appendColumn(PlainArray<std::int32_t>& column, std::size_t before,
+                                  const std::int32_t* first, std::uint32_t count) {
+  constexpr std::size_t kStride = sizeof(Corner) / sizeof(std::int32_t);
+  // The first element that uses the column.
+  if (column.size() < before) column.resize(before, kNoIndex);
+  column.reserve(count);
+  std::int32_t* const out = column.data() + before;
+  for (std::uint32_t i = 0; i < count; ++i) out[i] = first[kStride * i];
+  column.extend(count);
+}
+
+/// Adds the row of an element with `count` corners, whose columns are the caller's work, in the state in
+/// force.
+void DocumentReader::addRow(ElementTable& table, std::uint64_t offset, std::uint32_t count) {
+  const std::size_t before = table.vertices_.size();
+  // Too many corners for their counts is too much memory for most machines.
+  if (before > std::numeric_limits<std::uint32_t>::max() - count) throw std::bad_alloc();
+  const std::uint32_t state = stateIsNew_ ? currentState() : state_;
+  if (table.runs_.empty() || table.runs_.back().state != state) table.runs_.push_back({table.size(), state});
+  if (table.begins_.empty()) table.begins_.push_back(0);
+  table.begins_.push_back(static_cast<std::uint32_t>(before + count));
+  table.offsets_.push_back(offset);
+}
+
+void DocumentReader::add(ElementKind kind, std::uint64_t offset, const Corner* corners, std::uint32_t count,
+                         bool textures, bool normals) {
+  static_assert(sizeof(Corner) == 3 * sizeof(std::int32_t));
+  ElementTable& table = document_.elements_[static_cast<std::size_t>(kind)];
+  const std::size_t before = table.vertices_.size();
+  addRow(table, offset, count);
+  appendColumn(table.vertices_, before, &corners->vertex, count);
+  if (textures || !table.textures_.empty()) appendColumn(table.textures_, before, &corners->texture, count);
+  if (normals || !table.normals_.empty()) appendColumn(table.normals_, before, &corners->normal, count);
+}
+
+std::int32_t DocumentReader::indexOfName(std::vector<OBJName>& names, KnownNames& known,
+                                         std::string_view name, std::uint64_t offset) {
+  if (const auto found = known.find(name); found != known.end()) return found->second;
+  const auto index = static_cast<std::int32_t>(names.size());
+  known.emplace(name, index);
+  names.push_back({std::string(name), offset});
+  return index;
+}
+
+std::int32_t DocumentReader::currentGroupSet() {
+  OBJDocument& d = document_;
+  if (!anyGroup_) {
+    d.defaultGroup_ = indexOfName(d.groups_, knownGroups_, "default", 0);
+    return kNoIndex;
+  }
+  if (const auto found = knownGroupSets_.find(groupText_); found != knownGroupSets_.end())
+    return found->second;
+  if (d.groupSetBegins_.empty()) d.groupSetBegins_.push_back(0);
+  LineWords words(groupText_);
+  std::string_view name = words.next();
+  if (name.empty()) name = "default";
+  std::unordered_set<std::int32_t> taken;
+  for (; !name.empty(); name = words.next()) {
+    const std::int32_t group = indexOfName(d.groups_, knownGroups_, name, groupOffset_);
+    if (taken.insert(group).second) d.groupSetNames_.push_back(group);
+  }
+  d.groupSetBegins_.push_back(static_cast<std::uint32_t>(d.groupSetNames_.size()));
+  const auto set = static_cast<std::int32_t>(d.groupSetBegins_.size() - 2);
+  knownGroupSets_.emplace(groupText_, set);
+  return set;
+}
+
+std::int32_t DocumentReader::currentSmoothing() {
+  if (!anySmoothing_) return kNoIndex;
+  const auto next = static_cast<std::int32_t>(document_.smoothings_.size());
+  std::int32_t index = next;
+  if (smoothing_.off) {
+    if (offSmoothing_ == kNoIndex) offSmoothing_ = next;
+    index = offSmoothing_;
+  } else {
+    index = knownSmoothings_.emplace(smoothing_.number, next).first->second;
+  }
+  if (index == next) document_.smoothings_.push_back(smoothing_);
+  return index;
+}
+
+/// The index of the state in force, which has changed since the last element.
+std::uint32_t DocumentReader::currentState() {
+  ElementState state;
+  state.groupSet = currentGroupSet();
+  state.smoothing = currentSmoothing();
+  if (!materialText_.empty()) {
+    state.material = indexOfName(document_.materials_, knownMaterials_, materialText_, materialOffset_);
+  }
+  if (!objectText_.empty()) {
+    state.object = indexOfName(document_.objects_, knownObjects_, objectText_, objectOffset_);
+  }
+  const auto next = static_cast<std::uint32_t>(document_.states_.size());
+  const auto [position, isNew] = knownStates_.emplace(state, next);
+  if (isNew) document_.states_.push_back(state);
+  state_ = position->second;
+  stateIsNew_ = false;
+  return state_;
+}
+
+/// Looks, at the file's end, at the elements that name what came later: drops those that name what did not
+/// come.
+void DocumentReader::checkForwardReferences(ElementKind kind) {
+  ElementTable& table = document_.elements_[static_cast<std::size_t>(kind)];
+  const std::uint32_t first = firstForward_[static_cast<std::size_t>(kind)];
+  if (first >= table.size()) return;
+  const auto doubt = [&](FindingKind finding, std::uint64_t offset, std::int64_t index,
+                         std::string_view what) {
+    if (!document_.findings_.keepsNext(finding)) {
+      document_.findings_.addUncounted(finding, 1);
+      return;
+    }
+    std::uint64_t number = 0;
+    // Without a line where the file cannot be read any more.
+    static_cast<void>(document_.lineNumber(offset, number));
+    document_.findings_.add(finding, number, 0, offset, std::string(what) + " " + std::to_string(index + 1));
+  };
+  /// 0: all there before the element; 1: some behind it; 2: some nowhere.
+  const auto lookAt = [&](std::span<const std::int32_t> indices, VectorKind vector, std::uint64_t offset,
+                          std::string_view what) {
+    const auto offsets = document_.vectorOffsets(vector);
+    bool ahead = false;
+    for (const std::int32_t index : indices) {
+      if (index == kNoIndex) continue;
+      if (static_cast<std::size_t>(index) >= offsets.size()) {
+        doubt(FindingKind::indexOutOfRange, offset, index, what);
+        return 2;
+      }
+      if (offsets[static_cast<std::size_t>(index)] > offset && !ahead) {
+        ahead = true;
+        doubt(FindingKind::forwardReference, offset, index, what);
+      }
+    }
+    return ahead ? 1 : 0;
+  };
+  std::uint32_t kept = first;
+  std::uint32_t keptCorners = table.begin(first);
+  std::size_t keptRuns = 0;
+  while (keptRuns < table.runs_.size() && table.runs_[keptRuns].first < first) ++keptRuns;
+  std::size_t run = keptRuns;
+  // The state of the element before the first, and of the one last kept.
+  std::uint32_t state = keptRuns > 0 ? table.runs_[keptRuns - 1].state : 0;
+  std::uint32_t keptState = state;
+  bool anyKept = keptRuns > 0;
+  for (std::uint32_t i = first; i < table.size(); ++i) {
+    if (run < table.runs_.size() && table.runs_[run].first == i) state = table.runs_[run++].state;
+    const std::uint64_t offset = table.offset(i);
+    const std::uint32_t begin = table.begins_[i];
+    const std::uint32_t count = table.begins_[i + 1] - begin;
+    if (lookAt(table.vertices(i), VectorKind::position, offset, "vertex") == 2) continue;
+    const bool noTextures = lookAt(table.textures(i), VectorKind::texture, offset, "texture coordinate") == 2;
+    const bool noNormals = lookAt(table.normals(i), VectorKind::normal, offset, "normal") == 2;
+    for (std::uint32_t c = 0; c < count; ++c) {
+      table.vertices_[keptCorners + c] = table.vertices_[begin + c];
+      if (!table.textures_.empty()) {
+        table.textures_[keptCorners + c] = noTextures ? kNoIndex : table.textures_[begin + c];
+      }
+      if (!table.normals_.empty()) {
+        table.normals_[keptCorners + c] = noNormals ? kNoIndex : table.normals_[begin + c];
+      }
+    }
+    if (!anyKept || state != keptState) table.runs_[keptRuns++] = {kept, state};
+    anyKept = true;
+    keptState = state;
+    table.offsets_[kept++] = offset;
+    keptCorners += count;
+    table.begins_[kept] = keptCorners;
+  }
+  table.offsets_.truncate(kept);
+  table.begins_.truncate(kept == 0 ? 0 : kept + 1);
+  table.vertices_.truncate(keptCorners);
+  if (!table.textures_.empty()) table.textures_.truncate(keptCorners);
+  if (!table.normals_.empty()) table.normals_.truncate(keptCorners);
+  table.runs_.truncate(keptRuns);
+}
+
+}  // namespace WavefrontOBJ

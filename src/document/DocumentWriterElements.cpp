@@ -1,0 +1,267 @@
+// What a document writer writes behind the vertex lines: elements, the state they are in, other statements.
+#include <algorithm>
+#include <charconv>
+#include <iterator>
+#include <limits>
+
+#include "document/DocumentWriter.h"
+#include "document/DocumentWriterRun.h"
+#include "document/LogicalLine.h"
+#include "obj/text/FormatNumber.h"
+#include "obj/text/TokenStream.h"
+
+namespace WavefrontOBJ {
+namespace {
+
+constexpr std::uint64_t kNoOffset = std::numeric_limits<std::uint64_t>::max();
+constexpr char kElementWords[kElementKinds] = {'f', 'l', 'p'};
+
+/// Statements of which some words are indices of vertex lines: those from word `first` on, 1 being the first
+/// behind the keyword. "v/vt/vn" where the kind is a position.
+struct IndexStatement {
+  std::string_view keyword;
+  std::size_t first;
+  VectorKind kind;
+};
+constexpr IndexStatement kIndexStatements[] = {{"curv", 3, VectorKind::position},
+                                               {"surf", 5, VectorKind::position},
+                                               {"curv2", 1, VectorKind::parameter},
+                                               {"sp", 1, VectorKind::parameter}};
+
+/// Vertex lines of `kind` before `offset`.
+std::int64_t countBefore(const OBJDocument& document, VectorKind kind, std::uint64_t offset) {
+  const auto offsets = document.vectorOffsets(kind);
+  return std::lower_bound(offsets.begin(), offsets.end(), offset) - offsets.begin();
+}
+
+}  // namespace
+
+std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset, const std::string& text) {
+  LineWords words(text);
+  const std::string_view keyword = words.next();
+  const auto* const row = std::find_if(std::begin(kIndexStatements), std::end(kIndexStatements),
+                                       [&](const IndexStatement& r) { return r.keyword == keyword; });
+  if (row == std::end(kIndexStatements) || text.find('-') == std::string::npos) return text;
+  std::string absolute(keyword);
+  std::size_t number = 0;
+  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+    absolute += ' ';
+    if (++number < row->first) {
+      absolute += word;
+      continue;
+    }
+    auto kind = static_cast<std::size_t>(row->kind);
+    for (;; ++kind) {
+      const std::size_t slash = word.find('/');
+      const std::string_view part = word.substr(0, slash);
+      std::int64_t index = 0;
+      const auto parsed = std::from_chars(part.data(), part.data() + part.size(), index);
+      const bool whole = parsed.ec == std::errc() && parsed.ptr == part.data() + part.size();
+      if (whole && index < 0 && kind < kVectorKinds) {
+        // One that counts back too far stays without a meaning.
+        const std::int64_t count = countBefore(document, static_cast<VectorKind>(kind), offset);
+        absolute += std::to_string(index < -count ? 0 : count + 1 + index);
+      } else {
+        absolute += part;
+      }
+      if (slash == std::string_view::npos) break;
+      absolute += '/';
+      word.remove_prefix(slash + 1);
+    }
+  }
+  return absolute;
+}
+
+std::uint64_t DocumentWriter::Run::Cursor::offset() const {
+  return position < size() ? table->offset(element()) : kNoOffset;
+}
+
+/// The state of the element at the cursor, which only moves on.
+std::uint32_t DocumentWriter::Run::Cursor::state() {
+  const auto runs = table->runs();
+  const std::uint32_t i = element();
+  if (run + 1 < runs.size() && runs[run + 1].first <= i) {
+    ++run;
+    if (run + 1 < runs.size() && runs[run + 1].first <= i) {
+      const auto behind =
+          std::upper_bound(runs.begin() + static_cast<std::ptrdiff_t>(run), runs.end(), i,
+                           [](std::uint32_t index, const StateRun& row) { return index < row.first; });
+      run = static_cast<std::size_t>(behind - runs.begin()) - 1;
+    }
+  }
+  return runs[run].state;
+}
+
+bool DocumentWriter::Run::writeElements() {
+  Cursor cursors[kElementKinds];
+  const std::vector<std::uint32_t>* const lists[kElementKinds] = {&lists_.faces, &lists_.lines,
+                                                                  &lists_.points};
+  for (std::size_t k = 0; k < kElementKinds; ++k) {
+    cursors[k].kind = static_cast<ElementKind>(k);
+    cursors[k].table = &document_.elements(cursors[k].kind);
+    cursors[k].list = lists_.whole ? nullptr : lists[k];
+  }
+  std::span<const OBJStatement> statements;
+  if (lists_.whole && options_.statements) statements = document_.statements();
+  for (;;) {
+    // What comes next in the file.
+    Cursor* next = nullptr;
+    std::uint64_t offset = kNoOffset;
+    std::uint64_t limit = statements.empty() ? kNoOffset : statements[0].offset;
+    for (Cursor& cursor : cursors) {
+      const std::uint64_t at = cursor.offset();
+      if (at < offset) {
+        limit = std::min(limit, offset);
+        offset = at;
+        next = &cursor;
+      } else {
+        limit = std::min(limit, at);
+      }
+    }
+    if (next == nullptr || (!statements.empty() && statements[0].offset < offset)) {
+      if (statements.empty()) return true;
+      if (!writeStatement(statements[0])) return false;
+      statements = statements.subspan(1);
+      continue;
+    }
+    for (; next->offset() < limit; ++next->position) {
+      if (!advance()) return false;
+      writeElement(*next);
+    }
+  }
+}
+
+bool DocumentWriter::Run::writeStatement(const OBJStatement& statement) {
+  std::string_view line;
+  if (!fetch(statement.offset, line)) return false;
+  const std::string text = joinedText(line);
+  out_.endLine(statement.kind == OBJStatement::Kind::freeForm
+                   ? absoluteStatement(document_, statement.offset, text)
+                   : text);
+  return true;
+}
+
+void DocumentWriter::Run::writeElement(Cursor& cursor) {
+  const std::uint32_t element = cursor.element();
+  writeState(cursor, element);
+  pieces_.clear();
+  const bool cut = options_.rewriter != nullptr && cursor.kind == ElementKind::face &&
+                   options_.rewriter->cutFace(element, pieces_);
+  writeCorners(cursor.kind, element, cut ? &pieces_ : nullptr);
+}
+
+void DocumentWriter::Run::writeName(std::string_view keyword, const std::vector<OBJName>& names,
+                                    std::int32_t index) {
+  out_.text(keyword);
+  if (index != kNoIndex) {
+    out_.character(' ');
+    out_.endLine(names[static_cast<std::size_t>(index)].text);
+  } else {
+    out_.endLine({});
+  }
+}
+
+/// Writes a "g" line where the names differ from those in force.
+void DocumentWriter::Run::writeGroups(const ElementState& state) {
+  scratch_.clear();
+  for (const std::int32_t group : document_.groupSet(state.groupSet)) {
+    const auto& wanted = options_.groups;
+    if (!wanted.empty() && std::find(wanted.begin(), wanted.end(), group) == wanted.end()) continue;
+    if (!scratch_.empty()) scratch_ += ' ';
+    scratch_ += document_.groups()[static_cast<std::size_t>(group)].text;
+  }
+  if (scratch_.empty()) scratch_ = "default";
+  const bool changed =
+      options_.rewriter != nullptr && options_.rewriter->groupText(state.groupSet, state.object, scratch_);
+  // Before the first "g" line nothing needs to be said.
+  if (!changed && state.groupSet == kNoIndex && groupText_.empty()) return;
+  if (scratch_ == groupText_) return;
+  groupText_ = scratch_;
+  out_.text("g ");
+  out_.endLine(groupText_);
+}
+
+std::string DocumentWriter::Run::smoothingText(std::int32_t index) const {
+  if (index == kNoIndex) return smoothingText_.empty() ? "" : "off";
+  const OBJSmoothing& smoothing = document_.smoothings()[static_cast<std::size_t>(index)];
+  return smoothing.off ? "off" : std::to_string(smoothing.number);
+}
+
+void DocumentWriter::Run::writeState(Cursor& cursor, std::uint32_t element) {
+  const std::uint32_t index = cursor.state();
+  const bool isNew = first_ || index != lastState_;
+  if (!isNew && options_.rewriter == nullptr) return;
+  const ElementState& state = document_.states()[index];
+  if (isNew) {
+    if (options_.objects && state.object != written_.object)
+      writeName("o", document_.objects(), state.object);
+    writeGroups(state);
+  }
+  if (options_.smoothing && (options_.rewriter != nullptr || state.smoothing != written_.smoothing)) {
+    std::string text = smoothingText(state.smoothing);
+    if (options_.rewriter != nullptr) options_.rewriter->smoothingText(cursor.kind, element, text);
+    if (text != smoothingText_) {
+      smoothingText_ = std::move(text);
+      out_.text("s ");
+      out_.endLine(smoothingText_);
+    }
+  }
+  if (isNew && options_.materials && state.material != written_.material) {
+    writeName("usemtl", document_.materials(), state.material);
+  }
+  written_ = state;
+  lastState_ = index;
+  first_ = false;
+}
+
+inline char* DocumentWriter::Run::writeCorner(char* out, const ElementTable& table,
+                                              std::uint32_t corner) const {
+  const auto number = [&](std::size_t kind, std::int32_t index) {
+    const auto i = static_cast<std::uint32_t>(index);
+    out = formatUnsigned(out, allVectors_ ? i + 1 : writer_.newIndex_[kind][i]);
+  };
+  *out++ = ' ';
+  number(0, table.vertexColumn()[corner]);
+  const std::int32_t texture = table.textureColumn().empty() ? kNoIndex : table.textureColumn()[corner];
+  const std::int32_t normal = table.normalColumn().empty() ? kNoIndex : table.normalColumn()[corner];
+  if (texture != kNoIndex) {
+    *out++ = '/';
+    number(1, texture);
+  }
+  if (normal != kNoIndex) {
+    *out++ = '/';
+    if (texture == kNoIndex) *out++ = '/';
+    number(2, normal);
+  }
+  return out;
+}
+
+/// Writes an element, or the pieces that it is cut into.
+void DocumentWriter::Run::writeCorners(ElementKind kind, std::uint32_t element,
+                                       const std::vector<std::uint32_t>* pieces) {
+  constexpr std::size_t kCornerBytes = 3 * kMaxNumberText + 4;
+  const ElementTable& table = document_.elements(kind);
+  const auto k = static_cast<std::size_t>(kind);
+  const std::uint32_t begin = table.begin(element);
+  const std::uint32_t count =
+      pieces != nullptr ? static_cast<std::uint32_t>(pieces->size()) : table.cornerCount(element);
+  bool open = false;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    char* out = out_.reserve(kCornerBytes);
+    if (pieces != nullptr && (*pieces)[i] == Rewriter::kPieceEnd) {
+      if (open) *out++ = '\n';
+      open = false;
+    } else {
+      if (!open) {
+        *out++ = kElementWords[k];
+        ++counts_.elements[k];
+      }
+      open = true;
+      out = writeCorner(out, table, begin + (pieces != nullptr ? (*pieces)[i] : i));
+    }
+    out_.advanceTo(out);
+  }
+  if (open) out_.character('\n');
+}
+
+}  // namespace WavefrontOBJ
