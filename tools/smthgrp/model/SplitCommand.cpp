@@ -55,9 +55,9 @@ std::vector<std::size_t> writeGroups(PluginLibrary& library, const std::vector<s
                                      const Request& request) {
   std::vector<std::size_t> skipped;
   SafeFileNames fileNames;
-  ProgressBar progress(names.size());
+  ProgressBar progress("writing " + request.folder);
   for (std::size_t index = 1; index <= names.size(); ++index) {
-    progress.advanceTo(index - 1);
+    progress.advanceTo(static_cast<double>(index - 1) / static_cast<double>(names.size()));
     // A skipped group must not use up a name that a later one could have.
     const auto key = static_cast<double>(index);
     if (library.call("GetOBJGroupInfo", "vertexCount", key).value <= 0) {
