@@ -24,8 +24,7 @@ bool isNegativeNumber(const std::string& word) {
 }
 
 int reportFailure(const std::string& message, int status) {
-  std::fflush(stdout);
-  std::fprintf(stderr, "smthgrp: %s\n", printable(message).c_str());
+  tellFailure(message);
   return status;
 }
 
@@ -155,9 +154,14 @@ int CommandLine::parseAndRun(int argc, char** argv) {
     return reportFailure(complaint(error), kUsageError);
   }
   if (!work_) throw Failure("a command is needed; smthgrp --help lists them", kUsageError);
-  work_();
+  int status = EXIT_SUCCESS;
+  try {
+    work_();
+  } catch (const ExitStatus& end) {
+    status = end.status;
+  }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) throw systemFailure("standard output");
-  return EXIT_SUCCESS;
+  return status;
 }
 
 int CommandLine::run(int argc, char** argv) {
@@ -172,6 +176,11 @@ int CommandLine::run(int argc, char** argv) {
   } catch (const std::exception& error) {
     return reportFailure(error.what(), kDataError);
   }
+}
+
+void tellFailure(const std::string& message) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "smthgrp: %s\n", printable(message).c_str());
 }
 
 void addInput(CLI::App& command, const char* name, std::string& file, const char* description) {

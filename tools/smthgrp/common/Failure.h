@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "document/Result.h"
+
 namespace smthgrp {
 
 inline constexpr int kDataError = 1;   ///< a file cannot be read or written, or has no such group
@@ -25,6 +27,16 @@ class Failure : public std::runtime_error {
 /// A data error that says about `file` what the system says about `error`.
 inline Failure systemFailure(const std::string& file, int error = errno) {
   return Failure((file.empty() ? "\"\"" : file) + ": " + std::strerror(error));
+}
+
+/// Thrown, it ends the command with this exit status, which is its answer, and no words.
+struct ExitStatus {
+  int status;
+};
+
+/// Throws a data error that says what `result` says, unless all went well.
+inline void require(const WavefrontOBJ::Result& result) {
+  if (!result) throw Failure(result.text);
 }
 
 }  // namespace smthgrp

@@ -12,6 +12,7 @@
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/LowerCase.h"
 #include "smthgrp/common/OutputFile.h"
+#include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/mesh/LongFaces.h"
 #include "smthgrp/mesh/MeshFile.h"
@@ -19,6 +20,7 @@
 #include "smthgrp/mesh/MeshMarks.h"
 #include "smthgrp/model/GroupChoice.h"
 #include "smthgrp/plugin/CurrentModel.h"
+#include "smthgrp/plugin/ReadNotes.h"
 
 namespace smthgrp {
 namespace {
@@ -276,7 +278,7 @@ std::vector<std::string> notesOn(const MeshSession& session, const Request& requ
 void run(PluginLibrary& library, const Request& request) {
   const FileMaker makeFile = request.output ? fileMaker(*request.output) : nullptr;
   if (request.output) requireOtherFile(*request.output, request.model);
-  loadModel(library, request.model);
+  tellReading(request.model, passedOverLine(loadModel(library, request.model)._readNotes));
   const Groups groups{groupNames(library), smoothingGroups(library)};
   const std::vector<Operation> list = operations(request, groups);
   if (request.output) requireWritable(*request.output);
