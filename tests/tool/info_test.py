@@ -54,6 +54,8 @@ class InfoTest(ToolCase):
         told = [document.get("error") for document in documents(result.stdout.decode())]
         self.assertEqual((result.returncode, told), (1, ["nope: No such file or directory", None, ".: Is a directory"]))
         self.assertEqual(result.stderr.decode(), f"smthgrp: {told[0]}\nsmthgrp: {told[2]}\n")
+        passed = "c.obj: 2 lines passed over, the first line 4: unknown line"
+        self.succeed("mesh", self.write("c.obj", TRIANGLE + "xyz\nxyz\ng a\nf 1 2 3\n"), "--mask", "a", notes=[passed])
         self.assertRegex(self.succeed("info", os.path.join(EXAMPLES, "robot.obj")),
                          r"\n  findings +none\n\nGroups\n  index  faces  triangles  quads  more  vertices  name\n")
 
@@ -68,7 +70,9 @@ class InfoTest(ToolCase):
         for i in range(120):
             some = [chance.choice(lines) for _ in range(chance.randrange(1, 6))]
             names.append(self.write(f"{i}.obj", "\ufeff" * (i == 0) + TRIANGLE + "".join(some) + "f 1 2 3\n"))
-        for name, told in zip(names, documents(self.run_tool("info", "--json", *names).stdout.decode()), strict=True):
+        answers = documents(self.run_tool("info", "--json", *names).stdout.decode())
+        self.assertEqual(len(os.listdir(self.folder)), len(names), "the library's log file is not made")
+        for name, told in zip(names, answers, strict=True):
             groups = [(group["hostIndex"], group["name"]) for group in told["groups"] if group["hostIndex"]]
             groups += [(group["hostIndex"], group["name"]) for group in told["host"]["otherGroups"]]
             result = self.run_tool("info", "--as-host", "--json", name)

@@ -9,6 +9,7 @@
 #include "document/LineText.h"
 #include "document/Materials.h"
 #include "smthgrp/common/Failure.h"
+#include "smthgrp/common/ProgressBar.h"
 
 namespace smthgrp {
 namespace {
@@ -108,7 +109,10 @@ std::vector<StatementSummary> statementsOf(const OBJDocument& document) {
 
 std::optional<BoundingBox> boxOf(const OBJDocument& document) {
   std::vector<double> xyz;
-  require(document.positions(xyz));
+  {
+    ProgressBar bar("measuring " + document.source().name());
+    require(document.values(WavefrontOBJ::VectorKind::position, 3, xyz, bar.progress()));
+  }
   std::optional<BoundingBox> box;
   for (std::size_t i = 0; i < xyz.size(); i += 3) {
     const std::array<double, 3> place = {xyz[i], xyz[i + 1], xyz[i + 2]};
