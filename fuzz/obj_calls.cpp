@@ -19,7 +19,7 @@
 #include "Require.h"
 #include "ScratchFolder.h"
 #include "obj/OBJAssert.h"
-#include "obj/OBJReader.h"
+#include "obj/internal/OBJReader.h"
 
 namespace fuzz {
 

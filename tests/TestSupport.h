@@ -11,6 +11,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "obj/OBJAssert.h"
 #include "obj/OBJModel.h"
@@ -53,17 +54,16 @@ struct FailedAssertion : std::runtime_error {
 /// Turns failed assertions into exceptions, for tests that go through many of them.
 class ThrowingAssertions {
  public:
-  ThrowingAssertions() : previous_(OBJSetAssertionHandler(&raise)) {}
+  ThrowingAssertions() = default;
   ThrowingAssertions(const ThrowingAssertions&) = delete;
   ThrowingAssertions& operator=(const ThrowingAssertions&) = delete;
   ~ThrowingAssertions() { OBJSetAssertionHandler(previous_); }
 
  private:
-  static void raise(const char* function, const char* file, int line, const char* expression) {
+  OBJAssertionHandler previous_ = OBJSetAssertionHandler([](const char* function, const char* file, int line,
+                                                            const char* expression) {
     throw FailedAssertion(std::string(file) + ":" + std::to_string(line) + " " + function + " " + expression);
-  }
-
-  OBJAssertionHandler previous_;
+  });
 };
 
 /// The text of the assertion that `work` fails; empty when it fails none.
@@ -78,31 +78,23 @@ std::string failedAssertion(Work work) {
   return {};
 }
 
+/// Debugging stops so far, and what the host's message call was last told: in programs that are linked so
+/// that both calls of the system lead to Stops.cpp.
+extern int gStopCount;
+extern std::string gHostMessage;
+
+/// How often `work` stops for the debugger.
+template <class Work>
+int stopsOf(Work work) {
+  const int before = gStopCount;
+  work();
+  return gStopCount - before;
+}
+
 using Random = std::mt19937;
 
 inline std::uint32_t below(Random& random, std::uint32_t limit) {
   return random() % limit;
-}
-
-/// A copy of face `index`, whichever form it is kept in.
-inline WavefrontOBJ::OBJFace faceCopy(const WavefrontOBJ::OBJFaceArray& faces, std::uint32_t index) {
-  const WavefrontOBJ::OBJFaceView view = faces.view(index);
-  WavefrontOBJ::OBJFace face;
-  face.vertexCount = view.vertexCount;
-  for (std::uint32_t i = 0; i < view.vertexCount; ++i) {
-    face.vertexIndex[i] = view.vertexIndex[i];
-    face.textureIndex[i] = view.textureIndex[i];
-    face.normalIndex[i] = view.normalIndex[i];
-  }
-  face.hasTexture = view.hasTexture ? 1 : 0;
-  face.hasNormal = view.hasNormal ? 1 : 0;
-  face.smoothingGroup = view.smoothingGroup;
-  face.materialIndex = view.materialIndex;
-  const WavefrontOBJ::OBJFaceGeometry geometry = faces.geometry(index);
-  face.normal = geometry.normal;
-  face.center = geometry.center;
-  face.reserved = geometry.reserved;
-  return face;
 }
 
 /// The corners in use and every other field, as text; floats by their bits.
@@ -146,7 +138,7 @@ inline std::string describe(const WavefrontOBJ::OBJModel& model) {
   std::string text = "message " + model._errorMessage + "\nv " + describe(*model._vertices) + "\nvt " +
                      describe(*model._textureCoords) + "\nvn " + describe(*model._normals) + "\n";
   for (std::uint32_t i = 0; i < model._faces->count; ++i) {
-    text += "f " + describe(faceCopy(*model._faces, i)) + "\n";
+    text += "f " + describe(std::as_const(*model._faces)[i]) + "\n";
   }
   for (const std::string& name : model._groupNames) text += "name " + name + "\n";
   for (const auto& [name, list] : model._groups) text += "group " + name + ": " + describe(list) + "\n";

@@ -110,7 +110,7 @@ class DocumentReader {
   const char* fastEnd_ = nullptr;  ///< behind the last line feed of the window
   bool oddBytes_ = false;          ///< there is a control character other than a line feed before it
   OBJDigitMap digits_;
-  const char* digitsStart_ = nullptr;  ///< first character of the digit map; null when it is not made
+  bool digitsMade_ = false;  ///< `digits_` is of the window as it was last filled
   TakeCorners takeCorners_;            ///< for the form of the last face
 
   // The line in work.

@@ -20,7 +20,7 @@ const char* skipBlanks(const char* text) {
 
 /// Looks through a window that has just been filled.
 void DocumentReader::prepareFast() {
-  digitsStart_ = nullptr;
+  digitsMade_ = false;
   fastEnd_ = end_;
   while (fastEnd_ > begin_ && fastEnd_[-1] != '\n') --fastEnd_;
   oddBytes_ = options_.fastPath && hasControls(begin_, fastEnd_);
@@ -83,7 +83,7 @@ bool DocumentReader::takeFastCorners(const char* line, const char* text, const c
   const std::uint32_t normalLimit = document_.vectorCount(VectorKind::normal);
   // What is wrong with a corner is gathered and looked at once: such lines are rare and read anew.
   bool wrong = false;
-  OBJDigitScan scan(digits_, text, static_cast<std::size_t>(text - digitsStart_));
+  OBJDigitScan scan(digits_, text);
   const auto digitsTo = [&text, &wrong](const char* numberEnd) {
     const auto length = static_cast<std::uint64_t>(numberEnd - text);
     wrong |= length - 1 > 7;
@@ -163,14 +163,14 @@ bool DocumentReader::takeFastGroup(const char* line, const char* end) {
 
 /// Tries the form of the last face first: most files have but one.
 bool DocumentReader::takeFastFace(const char* line, const char* end) {
-  if (digitsStart_ == nullptr) {
-    digitsStart_ = begin_;
-    digits_.build(digitsStart_, static_cast<std::size_t>(end_ - digitsStart_));
+  if (!digitsMade_) {
+    digitsMade_ = true;
+    digits_.build(begin_, static_cast<std::size_t>(end_ - begin_));
   }
   const char* const first = skipBlanks(line + 2);
   if ((this->*takeCorners_)(line, first, end)) return true;
   const TakeCorners last = takeCorners_;
-  OBJDigitScan scan(digits_, first, static_cast<std::size_t>(first - digitsStart_));
+  OBJDigitScan scan(digits_, first);
   const char* const slash = scan.next();
   const char* const second = *slash == '/' ? scan.next() : slash;
   takeCorners_ = *slash != '/'         ? &DocumentReader::takeFastCorners<false, false>

@@ -10,9 +10,10 @@ constexpr std::uint32_t byteSwapped(std::uint32_t word) {
 
 static_assert(byteSwapped(0x11223344) == 0x44332211);
 
-/// Swaps `count` words in place, aligned or not.
+/// Swaps `count` words in place, aligned or not; nothing where `words` is null.
 inline void byteSwapWords(void* words, std::int32_t count) {
   auto* at = static_cast<unsigned char*>(words);
+  if (at == nullptr) return;
   for (std::int32_t i = 0; i < count; ++i, at += sizeof(std::uint32_t)) {
     std::uint32_t word = 0;
     std::memcpy(&word, at, sizeof word);

@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "system/Truncate.h"
+#include "Truncate.h"
 
 /// The 16.16 arithmetic of the geometry and of the image sampling.
 ///
 /// A raw value is a signed 32-bit integer that stands for itself divided by 65536: 1.5 is 0x18000. It reaches
 /// from -32768 up to just below 32768. Results that do not fit keep their low 32 bits, never anything
-/// undefined: raw values wrap round as the host's do.
+/// undefined.
 namespace fixed {
 
 /// Any built-in number.

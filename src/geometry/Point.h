@@ -14,6 +14,10 @@ class KSMTH_API APoint {
   constexpr APoint() = default;
   /// Of raw 16.16 values.
   constexpr APoint(std::int32_t rawX, std::int32_t rawY) : x(rawX), y(rawY) {}
+  /// Raw values have no fraction to lose.
+  template <class... Numbers>
+  requires(std::floating_point<Numbers> || ...) APoint(Numbers...)
+  = delete;
   /// Of whole units, -32768 to 32767.
   static APoint FromWhole(std::int32_t x, std::int32_t y);
 

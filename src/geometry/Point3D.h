@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 
 #include "KSmthExport.h"
@@ -28,8 +29,7 @@ class KSMTH_API FPoint3D {
   /// Whether the way from this point over `a` to `b` turns counter-clockwise, strictly.
   ///
   /// `flat`: in x and y, with y up: (a - this) x (b - this) > 0. Otherwise by the triple product of the three
-  /// as vectors: this . (a x b) < 0. The two have opposite signs; the host's callers pass their points in the
-  /// order that each of them asks for.
+  /// as vectors: this . (a x b) < 0. The two have opposite signs, fixed by the host's contract.
   bool CCW(const FPoint3D& a, const FPoint3D& b, bool flat) const;
   /// The same expressions the other way. What is collinear (or coplanar with the origin) is neither.
   bool CW(const FPoint3D& a, const FPoint3D& b, bool flat) const;
@@ -79,6 +79,10 @@ class KSMTH_API APoint3D {
   constexpr APoint3D() = default;
   /// Of raw 16.16 values.
   constexpr APoint3D(std::int32_t rawX, std::int32_t rawY, std::int32_t rawZ) : x(rawX), y(rawY), z(rawZ) {}
+  /// Raw values have no fraction to lose: real numbers go through `FPoint3D`.
+  template <class... Numbers>
+  requires(std::floating_point<Numbers> || ...) APoint3D(Numbers...)
+  = delete;
   /// Stored as the F operations store.
   explicit APoint3D(const FPoint3D& v);
   /// Of whole units, -32768 to 32767.
@@ -86,7 +90,8 @@ class KSMTH_API APoint3D {
 
   /// Length as 16.16: single-precision square root of the sum of the fixed products x*x + y*y + z*z,
   /// truncated. Short vectors lose digits, as each product does: the length of components below 1/256 of a
-  /// unit is 0. From a length of 181 on the sum wraps round and tells nothing; a negative one gives 0.
+  /// unit is 0. From a length of 181 on the sum wraps round and tells nothing; a negative one gives the
+  /// lowest raw value.
   std::int32_t Magnitude() const;
   /// Length as a float, right for every vector.
   float FMagnitude() const;
@@ -105,9 +110,9 @@ class KSMTH_API APoint3D {
   /// of 0 leaves the vector and answers 0.
   ///
   /// The length comes out near 1. The 1 in the divisor biases it below for vectors of a unit and more (the
-  /// unit vector gives 65535), so that products of unit vectors never overflow; the host relies on it.
+  /// unit vector gives 65535), so that products of unit vectors never overflow; fixed by the host's contract.
   /// Shorter vectors lose digits in `Magnitude` and may come out longer than 1. Lengths of 181 and more wrap
-  /// round there: they give any length, or the vector is left as it is. `FUnified` has no such limits.
+  /// round there and give any length. `FUnified` has no such limits.
   std::int32_t Unified();
   /// Normalises to length 1; the zero vector stays.
   void FUnified();
@@ -148,8 +153,8 @@ class KSMTH_API APoint3D {
   /// (p2 - p1) x (p3 - p2) as it is: here the edges are taken in fixed point, and crossed in float.
   void FNormal_Ununified(const APoint3D* p1, const APoint3D* p2, const APoint3D* p3);
 
-  /// Reflects the direction `d` at the plane with the unit normal `n`: this = d - 2 (n . d) n. (The name is
-  /// spelled as its callers do.)
+  /// Reflects the direction `d` at the plane with the unit normal `n`: this = d - 2 (n . d) n. (The name's
+  /// spelling is fixed by the host's contract.)
   void ClacReflectionVector(const APoint3D& n, const APoint3D& d);
   /// For d = (0, 0, 1): (-2 n.z n.x, -2 n.z n.y, 1 - 2 n.z^2).
   void ClacReflectionVector(const APoint3D& n);
@@ -167,7 +172,7 @@ class KSMTH_API APoint3D {
   /// orientation.z, the roll about the vector itself, does not matter.
   void NormalFromOrientation(const APoint3D& orientation);
 
-  /// These four do nothing; they are there for programs built against them.
+  /// These four do nothing, which is fixed by the host's contract.
   void RotateX(std::int32_t angle);
   void RotateY(std::int32_t angle);
   void RotateZ(std::int32_t angle);
@@ -193,5 +198,5 @@ class KSMTH_API APoint3D {
 static_assert(sizeof(APoint3D) == 12);
 
 /// `EndianSwap` on each of the `bytes` / 12 vectors in `buffer`, which need not be aligned; a remainder is
-/// left alone. Nothing for a size below 12.
+/// left alone. Nothing for a size below 12 and for null.
 KSMTH_API void APoint3D_EndianSwapBuffer(void* buffer, std::int32_t bytes);

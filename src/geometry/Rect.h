@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 
 #include "KSmthExport.h"
@@ -25,6 +26,10 @@ class KSMTH_API ARect {
   /// Of raw 16.16 values.
   constexpr ARect(std::int32_t rawLeft, std::int32_t rawTop, std::int32_t rawRight, std::int32_t rawBottom)
       : left(rawLeft), top(rawTop), right(rawRight), bottom(rawBottom) {}
+  /// Raw values have no fraction to lose.
+  template <class... Numbers>
+  requires(std::floating_point<Numbers> || ...) ARect(Numbers...)
+  = delete;
   /// Of whole units, -32768 to 32767 each.
   static ARect FromWhole(std::int32_t left, std::int32_t top, std::int32_t right, std::int32_t bottom);
 
@@ -55,7 +60,7 @@ class KSMTH_API ARect {
   /// `kAlignCenter` alone, the way moved otherwise.
   ///
   /// `margin`, in whole units, holds the aligned edge off that of `ref`. Only that edge gives way, the
-  /// opposite one stays where margin 0 puts it, so the rectangle shrinks: the host's layouts are made for it.
+  /// opposite one stays where margin 0 puts it, so the rectangle shrinks: fixed by the host's contract.
   void Align(const ARect& ref, std::uint32_t flags, std::int32_t margin);
 
   /// Places this rectangle against the outside of `ref`, `margin` whole units away, size kept:
@@ -82,12 +87,12 @@ class KSMTH_API ARect {
   /// the edges down to whole units in the end.
   ///
   /// The factor is a whole number, and yet taken as a raw 16.16 one: the edges end up `factor` / 65536 times
-  /// as far out. Callers multiply by what is returned; it stays so.
+  /// as far out: fixed by the host's contract.
   std::int32_t ResizeToFit(const APoint& size, bool floor);
 
   /// Cuts `cut` out of `source` and answers how many pieces that leaves, 0 to 4: below, above, to the right
   /// and to the left, in that order. `out` is one slot and ends up with the last piece found, unchanged where
-  /// there is none; callers loop over it, so it is no array. Where the two do not overlap (see `Overlaps`: an
+  /// there is none: fixed by the host's contract. Where the two do not overlap (see `Overlaps`: an
   /// empty `cut` within `source` does), `out` is `source` and the answer 1. `out` may be either of the
   /// others.
   static std::int32_t RemoveRect(const ARect& cut, const ARect& source, ARect& out);

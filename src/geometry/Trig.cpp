@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "system/Truncate.h"
+#include "Truncate.h"
 
 namespace {
 

@@ -54,7 +54,8 @@ KSMTH_API extern std::int32_t _AVar_Initialization_counter;  // NOLINT(bugprone-
 
 /// Sets both track counts to 0.
 KSMTH_API void AVar_ResetTracking();
-/// Adds 1 to `gAVarTrackCount`; past 10000 it starts again at 0. The name is spelled as its callers do.
+/// Adds 1 to `gAVarTrackCount`; past 10000 it starts again at 0. The name's spelling is fixed by
+/// the host's contract.
 KSMTH_API void AVar_TrackImmidiateMath();
 /// The same for `gFVarTrackCount`.
 KSMTH_API void FVar_TrackImmidiateMath();
@@ -65,5 +66,5 @@ KSMTH_API std::int32_t AVar_Initialize();
 KSMTH_API void AVar_Destroy();
 
 /// Reverses the byte order of each 32-bit word of `buffer`, which need not be aligned. `bytes` is rounded
-/// down to whole words: 1 to 3 bytes at the end stay as they are. Nothing for a size below 4.
+/// down to whole words: 1 to 3 bytes at the end stay as they are. Nothing for a size below 4 and for null.
 KSMTH_API void AVar_EndianSwapBuffer(void* buffer, std::int32_t bytes);

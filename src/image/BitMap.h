@@ -4,8 +4,9 @@
 #include <cstdint>
 
 #include "KSmthExport.h"
+#include "image/Color.h"
+#include "image/HostBitMap.h"
 
-struct ABMap;
 class APoint;
 class APoint3D;
 class ARect;
@@ -64,8 +65,8 @@ class KSMTH_API ABitMap {
   /// buffer, where there is no memory, a size is negative or the bytes exceed 2^31 - 1.
   ///
   /// An existing buffer is kept as it is, with its depth and its cropping, where `w` and `h` are the full
-  /// size already: callers ask for the same size again and again, and set another depth only after `Free`.
-  /// Margins and fill value are left alone; for an uncropped bitmap they must be 0 before.
+  /// size already: fixed by the host's contract. Another depth needs `Free` before. Margins and fill value
+  /// are left alone; for an uncropped bitmap they must be 0 before.
   unsigned char* Allocate(std::int32_t w, std::int32_t h, std::int32_t d);
   /// Makes this a bitmap of which the rectangle from column `l` and row `t` up to, not including, column `r`
   /// and row `b` is stored, with undefined content. Frees any buffer. Answers the new one: null, with all
@@ -74,8 +75,7 @@ class KSMTH_API ABitMap {
                                  std::int32_t b, std::int32_t r, std::int32_t d);
   /// Frees the buffer; all other fields stay.
   void Free();
-  /// Frees the buffer and zeroes full size and depth. Stored size, margins and fill value stay: callers that
-  /// allocate again count on them.
+  /// Frees the buffer and zeroes full size and depth. Stored size, margins and fill value stay.
   void FreeAndClear();
   /// Zeroes all fields and frees nothing: for a bitmap whose buffer is not its own.
   void Reset();
@@ -106,9 +106,8 @@ class KSMTH_API ABitMap {
   /// something may get lost, breaks to the debugger and is copied as well.
   std::int32_t CreateFromABMap(const ABMap* map);
   /// Becomes an uncropped copy of the whole logical image of `map`, with its fill value; frees its own buffer
-  /// first. `depth` must be 32 before the call, by which callers state that they want pixels of this depth,
-  /// and so must the host's (a debugging stop otherwise). -1 for that, for a null `map`, one without pixels,
-  /// and no memory.
+  /// first. `depth` must be 32 before the call, and so must the host's (a debugging stop otherwise). -1 for
+  /// that, for a null `map`, one without pixels, and no memory.
   std::int32_t CreateFullFromABMap(const ABMap* map);
   /// Becomes an uncropped copy of the whole logical image of `source`, of depth 32, which may be this bitmap;
   /// frees its own buffer first. Own fill value and margins stay as they are. -1 for another depth, which
@@ -127,16 +126,17 @@ class KSMTH_API ABitMap {
   /// makes it. The colour mode is RGB for 3 and 4 planes, else grayscale at 16 bits and multichannel at 8.
   ///
   /// 0 on success. 0 as well, and no file, where there is no memory for the whole file or it would exceed
-  /// 2^31 - 1 bytes: callers take a picture that is too large for nothing to save. -1 where the file cannot
-  /// be written, which leaves behind what `SaveToFile` tells, and for null bitmaps.
+  /// 2^31 - 1 bytes: fixed by the host's contract. -1 where the file cannot be written, which leaves behind
+  /// what `SaveToFile` tells; and -1, and no file, for null bitmaps, a negative full size, other `bits`, and
+  /// more than the format's 56 planes.
   std::int32_t SaveBMapPlanes(const char* path, std::int32_t planeCount, std::int32_t bits,
                               const ABitMap* const* planes, const std::int32_t* channels) const;
   /// Writes one plane to `to` and answers the position past it; a null `to` writes nothing and answers the
   /// number of bytes as a pointer. `channel` is the offset of a byte in 4-byte pixels, 0 to 3; another one,
   /// which lies in a neighbouring pixel, is a debugging stop and taken as it is.
   ///
-  /// Pixels are taken 4 bytes apart at every depth, which the layout of existing files relies on; a byte
-  /// outside the buffer reads as the fill byte, the byte of `fillValue` (big-endian) at offset `channel`
+  /// Pixels are taken 4 bytes apart at every depth: fixed by the host's contract. A byte outside the buffer
+  /// reads as the fill byte, the byte of `fillValue` (big-endian) at offset `channel`
   /// modulo 4. `bits` 8: the full logical image, one byte a pixel, fill bytes around the stored rectangle.
   /// `bits` 16: the stored rectangle alone, two bytes a pixel from offset `channel` on. Other `bits`:
   /// nothing, after a debugging stop. `rowCounts`, where not null, gets the bytes of each of the `height`
@@ -146,35 +146,35 @@ class KSMTH_API ABitMap {
   /// Becomes the merged image of a PSD file: 32 bits, of the document's size. The first channels of the file
   /// become red, green, blue and, where `withAlpha` is set, alpha, whatever the file's colour mode says they
   /// are; bytes without a channel are 0. Values are taken as 8-bit ones; neither signature, version, depth
-  /// nor mode are looked at, since the host's own files are not always true to them.
+  /// nor mode are looked at: fixed by the host's contract.
   ///
-  /// `data` is the whole file in a block of `MY_MEM_MALLOC`, such as `LoadFromFile` gives, and stays the
-  /// caller's; null loads the file at `path`, which is not read otherwise. `size`, where positive, says how
-  /// many bytes of `data` are the file, and then `data` may be any memory. Without it the file is the whole
-  /// block, `Sys_GetMemSize`, which may be a few bytes longer than what was asked for: a file of
-  /// `LoadFromFile` has zeros there, and loads with them where it is cut short by no more than that.
+  /// `data` is the whole file in memory of any kind and stays the caller's; null loads the file at `path`,
+  /// which is not read otherwise. `size` says how many bytes of `data` are the file: no other is read. With
+  /// 0 the lengths in the file itself are followed wherever they lead, so it must be a whole one.
   ///
-  /// 0, or -1 for a file that is missing, empty, cut short, without a channel or too large for memory, with
-  /// this bitmap as it was. Success frees the own buffer and leaves margins and fill value, as `Allocate`.
+  /// 0, or -1 for a file that is missing, empty, without a channel, too large for memory or cut short before
+  /// its last pixel, and for a negative `size`, with this bitmap as it was. Success frees the own buffer and
+  /// leaves margins and fill value, as `Allocate`.
   std::int32_t LoadPSD(const char* path, bool withAlpha, const void* data = nullptr, std::int32_t size = 0);
   /// The same for the pixels of the file's first layer, which is taken to cover the document; a file without
-  /// layers is loaded as by `LoadPSD` without alpha. Channels count in the order in which the file has them,
-  /// not by their ids. `layerNumber` is not read. Of a file with a negative layer count, the way to say that
-  /// the merged image has transparency, no layer records are stepped over: the host writes no such file.
+  /// layers is loaded as by `LoadPSD` without alpha. What lies behind these pixels need not be there, nor
+  /// need the lengths of the sections around them be right. Channels count in the order in which the file has
+  /// them, not by their ids. `layerNumber` is not read. Of a file with a negative layer count, the way to say
+  /// that the merged image has transparency, no layer records are stepped over: fixed by the host's contract.
   std::int32_t LoadPSDLayer(const char* path, std::int32_t layerNumber, bool withAlpha);
 
   // Planes to and from byte buffers (BitMapPlanes.cpp)
   //
   // A plane is one byte a pixel, rows from the top. Writers answer the position past the last byte written; a
-  // bitmap whose depth they do not take is refused by answering `to`. A compression word is the two zero
-  // bytes that say "raw" in front of a channel of a PSD file. A *padded* plane is fullWidth x fullHeight
-  // bytes, with what the bitmap does not store filled in and what it stores outside the image left out; an
-  // unpadded one is the stored rectangle.
+  // bitmap whose depth they do not take, and a null `to`, are refused by answering `to`. A compression word
+  // is the two zero bytes that say "raw" in front of a channel of a PSD file. A *padded* plane is fullWidth x
+  // fullHeight bytes, with what the bitmap does not store filled in and what it stores outside the image left
+  // out; an unpadded one is the stored rectangle.
 
   /// Writes the unpadded planes red, green and blue, and alpha where `withAlpha` is set, each behind a
   /// compression word; with `oneWord` the first plane alone has one, as merged image data of a PSD file.
   /// Needs 24 bits per pixel or more, with alpha more than that. Pixels are taken 4 bytes apart at every
-  /// depth, which the layout of existing files relies on; bytes past the end of a 24-bit buffer read as 0.
+  /// depth: fixed by the host's contract. Bytes past the end of a 24-bit buffer read as 0.
   /// `ignored` is not read.
   unsigned char* WriteRGBToBuffer(unsigned char* to, std::int32_t ignored, bool withAlpha,
                                   bool oneWord) const;
@@ -183,8 +183,7 @@ class KSMTH_API ABitMap {
   unsigned char* Write8ToBuffer(unsigned char* to, unsigned char fill, bool padded, bool word) const;
   /// Writes a compression word and a mask: 255 for each stored pixel whose 32-bit value, signed, is less than
   /// `threshold`, and 0 for any other; `fill` pads. `bits` other than 8: the word alone. Needs 32 bits per
-  /// pixel or more. Pixels are taken 4 bytes apart at every depth, which the layout of existing files relies
-  /// on.
+  /// pixel or more. Pixels are taken 4 bytes apart at every depth: fixed by the host's contract.
   unsigned char* WriteAlphaToBuffer(unsigned char* to, long threshold, unsigned char fill, std::int32_t bits,
                                     bool padded) const;
   /// Writes the padded plane of one channel with 0 in the margins, and leaves `gap` bytes alone after each
@@ -204,7 +203,8 @@ class KSMTH_API ABitMap {
   /// -1, after a debugging stop: a raw size that is not right, which writes nothing; a record that runs past
   /// the end of the data, where the records before it have been written; another code; a channel that pixels
   /// of this depth do not have; no buffer. Bytes beyond the last pixel are dropped, after a debugging stop. A
-  /// `size` of 2 is a channel without data: 0, and nothing changes.
+  /// `size` of 2 is a channel without data: 0, and nothing changes. An empty stored rectangle needs no
+  /// buffer.
   std::int32_t ReadRGBAChannelFromBuffer(const unsigned char* data, std::int32_t size, std::int32_t channel);
   /// Becomes the 8-bit bitmap of an alpha channel that covers the rectangle from column `l` and row `t` up
   /// to, not including, column `r` and row `b` of an image of `fullW` x `fullH` pixels, like a layer's mask
@@ -262,12 +262,12 @@ class KSMTH_API ABitMap {
   /// high-order byte stays. Pixels are paired by their index in the buffers, as far as both reach. 32-bit.
   void BlendQtrIntensiy(const ABitMap& other);
   /// One sixteenth of this image plus fifteen sixteenths of `other`, whose high-order byte is taken. The name
-  /// says something else; the host's pictures are made for these weights. Otherwise as `BlendQtrIntensiy`.
+  /// says something else; the weights are fixed by the host's contract. Otherwise as `BlendQtrIntensiy`.
   void Blend3QtrIntensiy(const ABitMap& other);
   /// Sets the low-order byte of each stored pixel to 255 where the pixel of `source` at the same index, as a
-  /// signed 32-bit value, is less than `threshold`, else to 0. Answers 1; 0 for less than 32 bits per pixel,
-  /// a missing buffer, and full sizes (after a debugging stop) or margins that differ. Pixels are taken 4
-  /// bytes apart at every depth, as far as both buffers reach.
+  /// signed 32-bit value, is less than `threshold`, else to 0. Answers 1, also for an empty stored rectangle;
+  /// 0 for less than 32 bits per pixel, a missing buffer, and full sizes (after a debugging stop) or margins
+  /// that differ. Pixels are taken 4 bytes apart at every depth, as far as both buffers reach.
   std::int32_t WriteAlphaToMaterial(const ABitMap& source, std::int32_t threshold);
   /// Turns the stored rows upside down; margins stay as they are. Depths 32 and 64; a debugging stop and no
   /// effect at others.
@@ -301,7 +301,7 @@ class KSMTH_API ABitMap {
   /// bitmaps, here and below.
   void BltTransparentTo(ABitMap& destination, std::int32_t x, std::int32_t y) const;
   /// Moves each destination pixel towards the source pixel (`AMRGB::BlendRGB`), by the source pixel's own low
-  /// 16 bits, so that bright green and blue cover: the host's overlays are drawn for it. 32-bit.
+  /// 16 bits, so that bright green and blue cover: fixed by the host's contract. 32-bit.
   void BltToAutoOpacity(ABitMap& destination, const ARect& sourceRect, const APoint& at) const;
   /// The whole image, top left corner to top left corner.
   void BltToAutoOpacity(ABitMap& destination) const;
@@ -341,8 +341,8 @@ class KSMTH_API ABitMap {
   /// and 32; a debugging stop and 0 at others. Both need a buffer.
   std::int32_t IsEqualToFullSize(const ABitMap& other) const;
   /// Whether the images are to count as changed: (fullHeight - 1) x (fullWidth - 1) or more pixels differ. So
-  /// nearly every pixel must, which keeps the host from storing images again for a touch. Also 1 where full
-  /// sizes differ (a debugging stop) or a buffer is missing. 32-bit.
+  /// nearly every pixel must: fixed by the host's contract. Also 1 where full sizes differ (a debugging stop)
+  /// or a buffer is missing. 32-bit.
   std::int32_t FullChanged(const ABitMap& other) const;
   /// Whether a stored pixel that is not opaque (high-order byte below 255) has another colour (low 24 bits)
   /// than the pixel of `reference` at its place in the logical image. `reference` counts only with a buffer,
@@ -373,10 +373,12 @@ class KSMTH_API ABitMap {
 
   // Sampling (BitMapSample.cpp)
   //
-  // Positions are 16.16, in pixels of the logical image. Any may be given: the `_Wrap` routines fold a
-  // position once by the image's size and hold it at the nearest pixel where that is not enough. A bitmap one
-  // pixel wide or high gives that pixel. Pixels that a cropped bitmap does not store have its fill value's
-  // low bits; without a buffer all do. Products have 64 bits, shifts round towards minus infinity.
+  // Positions are 16.16, in pixels of the logical image. Any may be given. The `_Wrap` routines fold a
+  // position once by the image's size; where that is not enough the pixel is the one that lies there when
+  // rows are `fullWidth` pixels apart, the image's first behind its last: column `fullWidth` is column 0 of
+  // the row below. A bitmap one pixel wide or high gives that pixel. Pixels that a cropped bitmap does not
+  // store have its fill value's low bits; without a buffer all do. Products have 64 bits, shifts round
+  // towards minus infinity.
 
   /// Bilinear value of signed 32-bit pixels. Before the first pixel's position it is the first pixel, from
   /// the last one's on what lies 0xFFFF / 0x10000 of the way between the last two.
@@ -384,8 +386,8 @@ class KSMTH_API ABitMap {
   /// Bilinear value of unsigned 16-bit pixels; the last column and row blend with the first.
   std::int32_t InterpolateZData_FromAlpha16_Wrap(std::int32_t x, std::int32_t y) const;
   /// The same of unsigned 8-bit pixels in 8.8 units. The left column is scaled by 256 and the right by 257,
-  /// so that a uniform image of v gives v x 256 on whole columns and up to v more between them. Heights made
-  /// so are in the host's files; do not even it out.
+  /// so that a uniform image of v gives v x 256 on whole columns and up to v more between them: fixed by the
+  /// host's contract.
   std::int32_t InterpolateZData_FromAlpha8_Wrap(std::int32_t x, std::int32_t y) const;
   /// The value at the position and its eight neighbours one pixel away, weighted 4, 2 (edges) and 1
   /// (corners), divided by 16.

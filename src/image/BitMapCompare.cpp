@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -71,6 +72,31 @@ bool forRuns(const PixelRect& rect, Work work) {
   return true;
 }
 
+// work(part, inA, inB) for the parts into which the edges of `a` and `b` cut `whole`, until it answers false.
+// False if it did. What neither covers is a few parts however large it is.
+template <class Work>
+bool forParts(const PixelRect& whole, const PixelRect& a, const PixelRect& b, Work work) {
+  const auto cuts = [](std::int64_t from, std::int64_t to, std::array<std::int64_t, 4> edges) {
+    for (std::int64_t& edge : edges) edge = std::clamp(edge, from, to);
+    std::array<std::int64_t, 6> all = {from, edges[0], edges[1], edges[2], edges[3], to};
+    std::sort(all.begin(), all.end());
+    return all;
+  };
+  if (whole.empty()) return true;
+  const PixelRect both = intersection(intersection(whole, a), b);
+  if (both.w == whole.w && both.h == whole.h) return work(whole, true, true);
+  const auto xs = cuts(whole.x, whole.x + whole.w, {a.x, a.x + a.w, b.x, b.x + b.w});
+  const auto ys = cuts(whole.y, whole.y + whole.h, {a.y, a.y + a.h, b.y, b.y + b.h});
+  for (std::size_t row = 0; row + 1 < ys.size(); ++row) {
+    for (std::size_t column = 0; column + 1 < xs.size(); ++column) {
+      const PixelRect part = {xs[column], ys[row], xs[column + 1] - xs[column], ys[row + 1] - ys[row]};
+      if (part.empty()) continue;
+      if (!work(part, !intersection(part, a).empty(), !intersection(part, b).empty())) return false;
+    }
+  }
+  return true;
+}
+
 constexpr std::int32_t kReach = 11;  // how far to the right a shift is forgiven
 
 // near[i] |= near[i + kStep] for all of `count` bytes that have such a neighbour.
@@ -108,6 +134,31 @@ bool agreeBelow(LogicalPixels& a, LogicalPixels& b, std::int64_t x, std::int64_t
   return false;
 }
 
+// Whether each pixel of the part agrees, or one near to it.
+bool agreeShifted(const ABitMap& first, const ABitMap& second, const PixelRect& part) {
+  LogicalPixels a(first, 4);
+  LogicalPixels b(second, 4);
+  constexpr std::int64_t kRun = LogicalPixels::kMaxRun - kReach;
+  unsigned char near[LogicalPixels::kMaxRun];
+  const std::int64_t end = part.x + part.w;
+  for (std::int64_t y = part.y + part.h - 1; y >= part.y; --y) {
+    for (std::int64_t x = part.x; x < end; x += kRun) {
+      const std::int64_t count = std::min(kRun, end - x);
+      const unsigned char* const rowA = a.run(x, y, count + kReach);
+      const unsigned char* const rowB = b.run(x, y, count + kReach);
+      if (std::memcmp(rowA, rowB, static_cast<std::size_t>(count * 4)) == 0) continue;
+      findAgreement(near, rowA, rowB, count);
+      for (std::int64_t i = 0; i < count; ++i) {
+        const void* const found = std::memchr(near + i, 0, static_cast<std::size_t>(count - i));
+        if (found == nullptr) break;
+        i = static_cast<const unsigned char*>(found) - near;
+        if (!agreeBelow(a, b, x + i, y)) return false;
+      }
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 std::int32_t ABitMap::IsEqual(const ABitMap& other, bool colorOnly) const {
@@ -136,10 +187,13 @@ std::int32_t ABitMap::IsEqualToFullSize(const ABitMap& other) const {
   }
   LogicalPixels a(*this, BytesPerPixel());
   LogicalPixels b(other, BytesPerPixel());
+  const auto sameRun = [&](std::int64_t x, std::int64_t y, std::int64_t count) {
+    return std::memcmp(a.run(x, y, count), b.run(x, y, count),
+                       static_cast<std::size_t>(count * BytesPerPixel())) == 0;
+  };
   const bool equal =
-      forRuns({0, 0, fullWidth, fullHeight}, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
-        return std::memcmp(a.run(x, y, count), b.run(x, y, count),
-                           static_cast<std::size_t>(count * BytesPerPixel())) == 0;
+      forParts(a.image(), a.stored(), b.stored(), [&](const PixelRect& part, bool inA, bool inB) {
+        return inA || inB ? forRuns(part, sameRun) : sameRun(part.x, part.y, 1);
       });
   return equal ? 1 : 0;
 }
@@ -156,8 +210,13 @@ std::int32_t ABitMap::FullChanged(const ABitMap& other) const {
   std::int64_t mayStay = std::int64_t{fullWidth} * fullHeight - needed;
   LogicalPixels a(*this, 4);
   LogicalPixels b(other, 4);
-  forRuns({0, 0, fullWidth, fullHeight}, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
+  const auto countStaying = [&](std::int64_t x, std::int64_t y, std::int64_t count) {
     mayStay -= count - countDifferences(a.run(x, y, count), b.run(x, y, count), count);
+    return mayStay >= 0;
+  };
+  forParts(a.image(), a.stored(), b.stored(), [&](const PixelRect& part, bool inA, bool inB) {
+    if (inA || inB) return forRuns(part, countStaying);
+    if (fillValue == other.fillValue) mayStay -= part.w * part.h;
     return mayStay >= 0;
   });
   // Without a pixel, whose count of 0 may be too few as well, the loop has not asked.
@@ -188,25 +247,16 @@ std::int32_t ABitMap::Compare(const ABitMap& other) const {
     return 0;
   }
   if (buffer == nullptr || other.buffer == nullptr || fullWidth < kEdge || fullHeight < kEdge) return 0;
-  constexpr std::int64_t kRun = LogicalPixels::kMaxRun - kReach;
-  LogicalPixels a(*this, 4);
-  LogicalPixels b(other, 4);
-  unsigned char near[LogicalPixels::kMaxRun];
-  const std::int64_t columns = std::int64_t{fullWidth} - kEdge;
-  for (std::int64_t y = std::int64_t{fullHeight} - kEdge - 1; y >= 0; --y) {
-    for (std::int64_t x = 0; x < columns; x += kRun) {
-      const std::int64_t count = std::min(kRun, columns - x);
-      const unsigned char* const rowA = a.run(x, y, count + kReach);
-      const unsigned char* const rowB = b.run(x, y, count + kReach);
-      if (std::memcmp(rowA, rowB, static_cast<std::size_t>(count * 4)) == 0) continue;
-      findAgreement(near, rowA, rowB, count);
-      for (std::int64_t i = 0; i < count; ++i) {
-        const void* const found = std::memchr(near + i, 0, static_cast<std::size_t>(count - i));
-        if (found == nullptr) break;
-        i = static_cast<const unsigned char*>(found) - near;
-        if (!agreeBelow(a, b, x + i, y)) return 0;
-      }
-    }
-  }
-  return 1;
+  // The pixels whose neighbours are not all outside a stored rectangle.
+  const auto reaching = [](const PixelRect& r) -> PixelRect {
+    if (r.empty()) return r;
+    return {r.x - kReach, r.y - (kReach - 1), r.w + kReach, r.h + kReach - 1};
+  };
+  const PixelRect compared = {0, 0, std::int64_t{fullWidth} - kEdge, std::int64_t{fullHeight} - kEdge};
+  const bool good =
+      forParts(compared, reaching(StoredRows(*this, 4).rect()), reaching(StoredRows(other, 4).rect()),
+               [&](const PixelRect& part, bool inA, bool inB) {
+                 return inA || inB ? agreeShifted(*this, other, part) : fillValue == other.fillValue;
+               });
+  return good ? 1 : 0;
 }

@@ -110,8 +110,8 @@ std::int32_t ABitMap::CropRGBASides(std::int32_t threshold) {
   const auto cutRight = static_cast<std::int32_t>(rows.rect().w - 1 - greatest);
   if (cutLeft + cutRight == 0) return 0;
   keepPart(*this, cutLeft, 0, width - cutLeft - cutRight, height);
-  left += cutLeft;
-  right += cutRight;
+  left = static_cast<std::int32_t>(std::int64_t{left} + cutLeft);  // absurd ones wrap
+  right = static_cast<std::int32_t>(std::int64_t{right} + cutRight);
   return cutLeft + cutRight;
 }
 

@@ -1,15 +1,16 @@
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "Truncate.h"
 #include "geometry/Point3D.h"
 #include "image/BitMap.h"
 #include "image/PixelFill.h"
 #include "image/VectorClones.h"
 #include "image/WordKernels.h"
 #include "system/Host.h"
-#include "system/Truncate.h"
 
 namespace {
 
@@ -170,7 +171,9 @@ void ABitMap::Paint(const FPoint3D& color) {
   const double full = (1 << bits) - 1;
   auto value = static_cast<std::uint64_t>(full);
   for (const float component : {color.x, color.y, color.z}) {
-    const std::int32_t part = truncateToInt32(std::clamp<double>(component, 0, 1) * full + 0.5);
+    // NaN counts as 0: it is no number that fmax and fmin keep.
+    const double part01 = std::fmin(std::fmax(component, 0.0F), 1.0F);
+    const std::int32_t part = truncateToInt32(part01 * full + 0.5);
     value = value << bits | static_cast<std::uint32_t>(part);
   }
   Paint(value);
@@ -215,6 +218,7 @@ std::int32_t ABitMap::WriteAlphaToMaterial(const ABitMap& source, std::int32_t t
     return 0;
   }
   if (left != source.left || right != source.right || top != source.top || bottom != source.bottom) return 0;
+  if (width < 1 || height < 1) return 1;
   if (buffer == nullptr || source.buffer == nullptr) return 0;
   const std::size_t count = std::min(StoredRows(*this, 4).count(), StoredRows(source, 4).count());
   writeBelow(buffer, source.buffer, count, threshold);

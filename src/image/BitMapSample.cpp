@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "geometry/Point3D.h"
 #include "image/BitMap.h"
@@ -22,19 +21,32 @@ class Samples {
                imageBytes(map.width, map.height, map.depth) > 0) {}
 
   // The position is held at the nearest pixel of the image.
+  T held(std::int64_t x, std::int64_t y) const {
+    return at(std::max<std::int64_t>(std::min<std::int64_t>(x, std::int64_t{map_.fullWidth} - 1), 0),
+              std::max<std::int64_t>(std::min<std::int64_t>(y, std::int64_t{map_.fullHeight} - 1), 0));
+  }
+  // Rows follow one another: behind the last pixel of a row is the first of the next, and behind the last of
+  // the image its first.
+  T wrapped(std::int64_t x, std::int64_t y) const {
+    if (map_.fullWidth < 1 || map_.fullHeight < 1) return at(0, 0);
+    const std::int64_t pixels = std::int64_t{map_.fullWidth} * map_.fullHeight;
+    std::int64_t index = y * map_.fullWidth + x;
+    if (index < 0 || index >= pixels) index = (index % pixels + pixels) % pixels;
+    return whole_ ? load(index) : at(index % map_.fullWidth, index / map_.fullWidth);
+  }
+
+ private:
+  T load(std::int64_t index) const {
+    return pixelbytes::load<T>(map_.buffer +
+                               static_cast<std::ptrdiff_t>(index) * static_cast<std::ptrdiff_t>(sizeof(T)));
+  }
   T at(std::int64_t x, std::int64_t y) const {
-    x = std::max<std::int64_t>(std::min<std::int64_t>(x, std::int64_t{map_.fullWidth} - 1), 0);
-    y = std::max<std::int64_t>(std::min<std::int64_t>(y, std::int64_t{map_.fullHeight} - 1), 0);
-    if (whole_) {
-      const auto index = static_cast<std::ptrdiff_t>(y * map_.fullWidth + x);
-      return pixelbytes::load<T>(map_.buffer + index * static_cast<std::ptrdiff_t>(sizeof(T)));
-    }
+    if (whole_) return load(y * map_.fullWidth + x);
     const StoredRows rows(map_, sizeof(T));
     if (intersection({x, y, 1, 1}, rows.rect()).empty()) return static_cast<T>(map_.fillValue);
     return pixelbytes::load<T>(rows.at(x, y));
   }
 
- private:
   const ABitMap& map_;
   bool whole_;
 };
@@ -62,37 +74,45 @@ Place clamped(std::int32_t position, std::int32_t size) {
   return {at >> 16, (at >> 16) + 1, position < limit ? at & 0xFFFF : 0xFFFF};
 }
 
-template <class T>
+// The values at(x, y) around a position.
 struct Corners {
-  Corners(const ABitMap& map, const Place& x, const Place& y) {
-    const Samples<T> samples(map);
-    topLeft = static_cast<Value>(samples.at(x.first, y.first));
-    topRight = static_cast<Value>(samples.at(x.second, y.first));
-    bottomLeft = static_cast<Value>(samples.at(x.first, y.second));
-    bottomRight = static_cast<Value>(samples.at(x.second, y.second));
-  }
+  template <class At>
+  Corners(const Place& x, const Place& y, At at)
+      : topLeft(at(x.first, y.first)),
+        topRight(at(x.second, y.first)),
+        bottomLeft(at(x.first, y.second)),
+        bottomRight(at(x.second, y.second)) {}
 
-  // 32-bit pixels are heights, which have a sign.
-  using Value = std::conditional_t<sizeof(T) == 4, std::int32_t, T>;
   std::int64_t topLeft, topRight, bottomLeft, bottomRight;
 };
 
-std::int32_t sample16(const ABitMap& map, std::int64_t positionX, std::int64_t positionY) {
+// Bilinear, of the values that left(upper, lower, fraction) and right(...) make of the two columns.
+template <class T, class Left, class Right>
+std::int32_t sampleWrapped(const ABitMap& map, std::int64_t positionX, std::int64_t positionY, Left left,
+                           Right right) {
   const Place x = wrapped(positionX, map.fullWidth);
   const Place y = wrapped(positionY, map.fullHeight);
-  const Corners<std::uint16_t> p(map, x, y);
-  const std::int64_t l = p.topLeft + (((p.bottomLeft - p.topLeft) * y.fraction) >> 16);
-  const std::int64_t r = p.topRight + (((p.bottomRight - p.topRight) * y.fraction) >> 16);
+  const Samples<T> samples(map);
+  const Corners p(x, y, [&](std::int64_t column, std::int64_t row) { return samples.wrapped(column, row); });
+  const std::int64_t l = left(p.topLeft, p.bottomLeft, y.fraction);
+  const std::int64_t r = right(p.topRight, p.bottomRight, y.fraction);
   return static_cast<std::int32_t>(l + (((r - l) * x.fraction) >> 16));
 }
 
-std::int32_t sample8(const ABitMap& map, std::int64_t positionX, std::int64_t positionY) {
-  const Place x = wrapped(positionX, map.fullWidth);
-  const Place y = wrapped(positionY, map.fullHeight);
-  const Corners<std::uint8_t> p(map, x, y);
-  const std::int64_t l = p.topLeft * 256 + ((y.fraction * (p.bottomLeft - p.topLeft)) >> 8);
-  const std::int64_t r = p.topRight * 257 + (((p.bottomRight - p.topRight) * y.fraction) >> 8);
-  return static_cast<std::int32_t>(l + (((r - l) * x.fraction) >> 16));
+std::int32_t sample16(const ABitMap& map, std::int64_t x, std::int64_t y) {
+  const auto between = [](std::int64_t from, std::int64_t to, std::int64_t fraction) {
+    return from + (((to - from) * fraction) >> 16);
+  };
+  return sampleWrapped<std::uint16_t>(map, x, y, between, between);
+}
+
+std::int32_t sample8(const ABitMap& map, std::int64_t x, std::int64_t y) {
+  const auto scaled = [](std::int64_t scale) {
+    return [scale](std::int64_t from, std::int64_t to, std::int64_t fraction) {
+      return from * scale + (((to - from) * fraction) >> 8);
+    };
+  };
+  return sampleWrapped<std::uint8_t>(map, x, y, scaled(256), scaled(257));
 }
 
 template <class Sample>
@@ -112,7 +132,7 @@ std::int32_t nineSamples(const ABitMap& map, std::int64_t x, std::int64_t y, Sam
 template <class T>
 T pixelAt(const ABitMap& map, std::int32_t x, std::int32_t y) {
   if (map.depth != static_cast<std::int32_t>(8 * sizeof(T))) Sys_BreakToDebugger();
-  return Samples<T>(map).at(wrapped(x, map.fullWidth).first, wrapped(y, map.fullHeight).first);
+  return Samples<T>(map).wrapped(wrapped(x, map.fullWidth).first, wrapped(y, map.fullHeight).first);
 }
 
 // Bits of `value` from `shift` up.
@@ -126,7 +146,11 @@ std::int32_t part(std::uint64_t value, int shift) {
 std::int32_t ABitMap::InterpolateZData_Safe(std::int32_t x, std::int32_t y) const {
   const Place px = clamped(x, fullWidth);
   const Place py = clamped(y, fullHeight);
-  const Corners<std::uint32_t> p(*this, px, py);
+  const Samples<std::uint32_t> samples(*this);
+  // 32-bit pixels are heights, which have a sign.
+  const Corners p(px, py, [&](std::int64_t column, std::int64_t row) {
+    return static_cast<std::int32_t>(samples.held(column, row));
+  });
   const std::int64_t fraction = (px.fraction * py.fraction) >> 16;
   const std::int64_t twist = p.topLeft - p.topRight - p.bottomLeft + p.bottomRight;
   return static_cast<std::int32_t>(p.topLeft + ((twist * fraction) >> 16) +

@@ -17,6 +17,10 @@ class LogicalPixels {
   LogicalPixels(const ABitMap& map, std::int32_t elementBytes)
       : rows_(map, elementBytes), elementBytes_(elementBytes), fillValue_(map.fillValue) {}
 
+  const PixelRect& image() const { return rows_.image(); }
+  /// Where the stored rows lie in it, which may be outside.
+  const PixelRect& stored() const { return rows_.rect(); }
+
   /// `count` pixels from (x, y) on: a pointer to them, in the buffer or, where some are not stored, in a
   /// block of this object's that the next call writes over.
   const unsigned char* run(std::int64_t x, std::int64_t y, std::int64_t count) {

@@ -41,11 +41,12 @@ struct PSDHeader {
   std::uint32_t colorModeDataLength;
 };
 
-/// The header that the library saw last in one of three places: the first file of `ABitMap::LoadPSD`, the
-/// first of `ABitMap::LoadPSDLayer`, and every file that it writes. Nothing depends on it.
+/// The header that the library saw last in one of three places: the first file of `ABitMap::LoadPSD` (be it
+/// one without layers that `ABitMap::LoadPSDLayer` was asked for), the first of `ABitMap::LoadPSDLayer`, and
+/// every file that it writes. Nothing depends on it.
 KSMTH_API extern PSDHeader gPSDHeader;
 
-/// Fills `header` for a file of version 1 without colour mode data.
+/// Fills `header`, where it is not null, for a file of version 1 without colour mode data.
 KSMTH_API void PSDHeaderInit(PSDHeader* header, std::uint32_t columns, std::uint32_t rows,
                              std::uint16_t depth, std::uint16_t channels, PSDFileMode mode);
 
@@ -53,8 +54,8 @@ KSMTH_API void PSDHeaderInit(PSDHeader* header, std::uint32_t columns, std::uint
 /// as its merged image, to `path`. The first layer is the background and has no transparency. Without a
 /// `mask` the others are shading layers: hard light, opaque, and the document has image resources. With a
 /// `mask` they blend normally, are opaque where the mask's pixel as a signed 32-bit value is less than
-/// `threshold` and transparent elsewhere, and the document has no image resources, by which readers of these
-/// files tell the two kinds apart.
+/// `threshold` and transparent elsewhere, and the document has no image resources: fixed by the host's
+/// contract.
 ///
 /// All bitmaps are read as uncropped ones of 32 bits and of the first layer's full size, which is not
 /// checked; what their buffers do not hold reads as their fill value. 0, or -1: the first layer's depth is
@@ -66,7 +67,7 @@ KSMTH_API std::int32_t SavePSDMultiLayered(const char* path, const ABitMap* cons
 
 // Documents built from records (psd/RecordHeader.cpp, psd/LayerRecords.cpp). A document is, in this order:
 // `PSDBufferWriteHeader`, `WriteResourceDataBlock`, `PSDLayerMaskInfo::WriteSectionToBuffer` and the merged
-// image.
+// image. To a null position, all of them write nothing and answer null.
 
 /// Lays `header` out in file order and answers the position past the 30 bytes.
 KSMTH_API unsigned char* PSDBufferWriteHeader(unsigned char* to, const PSDHeader& header);
@@ -164,20 +165,21 @@ class KSMTH_API PSDLayerMaskInfo {
 };
 
 // Reading piece by piece (psd/Pieces.cpp). The results of the calls that answer an integer are 1 for success
-// and 0 for failure unless said. None goes beyond the end of what it reads.
+// and 0 for failure unless said; a null argument is a failure. None goes beyond the end of what it reads.
 
 /// Reads the header. 0 where 30 bytes are not there, which leaves `header` alone, and for another signature
 /// or version.
 KSMTH_API std::int32_t PSDFileReadHeader(FileSpec* file, PSDHeader* header);
-/// Skips a section that begins with its length. 0 where the length cannot be read or points past the end of
-/// the file; the file then stands behind the length.
+/// Skips a section that begins with its length. 0 where the length cannot be read. A section that ends past
+/// the end of the file leaves it at its end.
 KSMTH_API std::int32_t PSDFileSkipSection(FileSpec* file);
 /// Reads the length of a section, 0 where it is not there.
 KSMTH_API std::uint32_t PSDFileReadSectionSize(FileSpec* file);
 /// Reads the merged image data of a document of `rows` x `columns` pixels with `channels` channels, of which
 /// the first `colorChannels` are skipped and the next one becomes `bitmap`: 8 bits, uncropped, its fill value
-/// as it was. 0, with `bitmap` as it was, for a compression code other than raw and run-length (after a
-/// debugging stop), data that are cut short or do not make up the channel, and for no memory.
+/// as it was. 0, with `bitmap` as it was, for a compression code that is not there or neither raw nor
+/// run-length (after a debugging stop). 0 with its buffer freed, all other fields as they were, for data that
+/// are cut short or do not make up the channel, and for no memory.
 KSMTH_API std::int32_t PSDFileSkipCompChannelsAndGetAlpha(FileSpec* file, std::int32_t rows,
                                                           std::int32_t columns, std::int32_t channels,
                                                           std::int32_t colorChannels, ABitMap* bitmap);
@@ -191,9 +193,9 @@ struct PSDExtent {
   std::int32_t position;
   std::int32_t size;
 };
-/// Parses the layer record at `*position` of `data`, `size` bytes, and moves `*position` past it.
-/// `additionalInfo`, where not null, gets where the additional layer information lies in `data`. Signature
-/// and blend key are not checked; no bitmaps are set, and the layer number is that of an "lyid" block, else
-/// 0. 0 where the record does not end within `data`, which changes nothing.
-KSMTH_API std::int32_t PSDLayerRecordParse(const void* data, std::int32_t size, std::int32_t* position,
-                                           PSDLayerRecord* record, PSDExtent* additionalInfo = nullptr);
+/// Parses the layer record at `*position` of `data`, `size` bytes from its beginning, and moves `*position`
+/// past it. `additionalInfo`, where not null, gets where the additional layer information lies in `data`.
+/// Signature and blend key are not checked; no bitmaps are set, and the layer number is that of an "lyid"
+/// block, else 0. 0 where the record does not end within `data`, which changes nothing.
+KSMTH_API std::int32_t PSDLayerRecordParse(const void* data, std::int32_t* position, PSDLayerRecord* record,
+                                           std::int32_t size, PSDExtent* additionalInfo = nullptr);

@@ -6,7 +6,7 @@
 /// waiting. The work is in integers, so both come to the same results. Sanitizers must be set up before code
 /// of theirs runs, which the choice would.
 #if defined(__x86_64__) && defined(__gnu_linux__) && defined(__GNUC__) && !defined(__clang__) && \
-    !defined(__SANITIZE_ADDRESS__)
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define KSMTH_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
 #else
 #define KSMTH_VECTOR_CLONES

@@ -1,5 +1,6 @@
 #include "obj/OBJAssert.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -15,7 +16,7 @@ extern "C" [[noreturn]] void __assert_rtn(const char* function, const char* file
 
 namespace {
 
-OBJAssertionHandler sAssertionHandler = nullptr;
+std::atomic<OBJAssertionHandler> sAssertionHandler = nullptr;
 
 [[noreturn]] void platformAssertionFailed(const char* function, const char* file, int line,
                                           const char* expression) {
@@ -32,14 +33,13 @@ OBJAssertionHandler sAssertionHandler = nullptr;
 }  // namespace
 
 OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler) {
-  const OBJAssertionHandler previous = sAssertionHandler;
-  sAssertionHandler = handler;
-  return previous;
+  return sAssertionHandler.exchange(handler);
 }
 
 void WavefrontOBJ::OBJAssertionFailed(const char* function, const char* file, int line,
                                       const char* expression) {
-  if (sAssertionHandler == nullptr) platformAssertionFailed(function, file, line, expression);
-  sAssertionHandler(function, file, line, expression);
+  const OBJAssertionHandler handler = sAssertionHandler;
+  if (handler == nullptr) platformAssertionFailed(function, file, line, expression);
+  handler(function, file, line, expression);
   std::abort();
 }

@@ -10,7 +10,7 @@ using OBJAssertionHandler = void (*)(const char* function, const char* file, int
 
 /// Replaces the target of `OBJAssertionFailed` for a program that embeds the library.
 /// Null restores the default, the platform's assertion routine. Answers the previous target, null for the
-/// default. Meant to be called once, before the first call into the library.
+/// default. It holds for all threads.
 KSMTH_API OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler);
 }
 
@@ -18,8 +18,8 @@ namespace WavefrontOBJ {
 
 /// Ends the process because an invariant of the OBJ model is broken: an index past the allocated blocks, an
 /// 89th corner, a 257th smoothing group, an output file that cannot be opened.
-/// `function`, `file`, `line` and `expression` are the fixed texts that the host's crash reports are matched
-/// by; they do not follow this source tree.
+/// `function`, `file`, `line` and `expression` are fixed by the host's contract; they do not follow this
+/// source tree.
 [[noreturn]] KSMTH_API void OBJAssertionFailed(const char* function, const char* file, int line,
                                                const char* expression);
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "obj/OBJAssert.h"
+#include "obj/OBJFaceBlock.h"
 
 namespace WavefrontOBJ {
 
@@ -24,6 +25,10 @@ OBJFace::OBJFace(const OBJFace& other)
   std::memcpy(vertexIndex, other.vertexIndex, sizeof vertexIndex);
   std::memcpy(textureIndex, other.textureIndex, sizeof textureIndex);
   std::memcpy(normalIndex, other.normalIndex, sizeof normalIndex);
+}
+
+OBJFace::OBJFace(const OBJFaceBlock& block, std::uint32_t slot) {
+  block.load(slot, *this);
 }
 
 bool OBJFace::addVertex(std::uint32_t vertex, std::uint32_t texture, std::uint32_t normalIdx,

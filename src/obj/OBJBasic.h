@@ -7,6 +7,7 @@
 
 namespace WavefrontOBJ {
 
+class OBJFaceBlock;
 class OBJVectorArray;
 
 /// Four single-precision components. A position, a normal or a texture coordinate (u, v, w in `x`, `y`, `z`).
@@ -28,8 +29,8 @@ struct KSMTH_API OBJVector {
   OBJVector cross(const OBJVector& b) const;
 
   /// This vector with all four components multiplied by 1 / length of (x, y, z).
-  /// `w` is scaled too: a normal made from a cross product carries w = 1 / length, and the host's scripts
-  /// recover the length from it. A vector of length 0 gives a result that is not finite.
+  /// `w` is scaled too, by the host's contract: a normal made from a cross product carries w = 1 / length. A
+  /// vector of length 0 gives a result that is not finite.
   OBJVector normalizeTo1() const;
 };
 static_assert(sizeof(OBJVector) == 16 && std::is_trivially_copyable_v<OBJVector>,
@@ -55,20 +56,20 @@ struct KSMTH_API OBJFace {
 
   /// An empty face: no corners, no material, normal and centre (0, 0, 0, 1). The index arrays stay unset.
   OBJFace();
-  /// Copies corners, flags, smoothing group and material. The copy's normal and centre are (0, 0, 0, 1) and
-  /// its `reserved` is unset: callers that copy a face renumber it and compute both anew.
+  /// Copies corners (all 88 entries), flags, smoothing group and material. The copy's normal and centre are
+  /// (0, 0, 0, 1) and its `reserved` is unset: fixed by the host's contract.
   OBJFace(const OBJFace& other);
   /// Copies every field, normal, centre and `reserved` included.
   OBJFace& operator=(const OBJFace& other) = default;
 
   /// Adds one corner (indices from 0) and sets both flags of the face to those given.
-  /// A vertex that the face already holds changes nothing: the reader relies on it to absorb a token that it
-  /// reads twice. Always answers true; the 89th distinct corner fails the assertion.
+  /// A vertex that the face already holds changes nothing, which absorbs a token that the reader reads twice.
+  /// Always answers true; the 89th distinct corner fails the assertion.
   bool addVertex(std::uint32_t vertex, std::uint32_t texture, std::uint32_t normalIdx, bool withTexture,
                  bool withNormal);
 
-  /// Unit normal of the first three corners (right-hand rule). Not finite for degenerate faces, those with
-  /// fewer than three corners included. An index past the last vertex reads as `gZeroVector`.
+  /// Unit normal of the first three vertex indices (right-hand rule), whatever `vertexCount` is. Not finite
+  /// for degenerate faces. An index past the last vertex reads as `gZeroVector`.
   OBJVector getNormal(const OBJVectorArray& vertices) const;
   /// Mean of all corners in single precision, w = 1. An index past the last vertex reads as `gZeroVector`.
   OBJVector getCenter(const OBJVectorArray& vertices) const;
@@ -76,8 +77,13 @@ struct KSMTH_API OBJFace {
   void ComputeNormalAndCenter(const OBJVectorArray& vertices);
 
   /// Reverses the order of the vertex indices. Texture and normal indices keep their order and the stored
-  /// normal its direction: callers that turn a face around handle those themselves and count on it.
+  /// normal its direction: fixed by the host's contract.
   void ReverseFace();
+
+ private:
+  friend class OBJFaceArray;
+  /// The face in a slot of a block, every field.
+  OBJFace(const OBJFaceBlock& block, std::uint32_t slot);
 };
 
 /// The faces that use one vertex: a chain of nodes of 12. A plain record; the array that holds the first

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace WavefrontOBJ {
@@ -34,76 +35,119 @@ class OBJBlockIndex {
   std::uint64_t reciprocal_;
 };
 
-/// Elements in blocks of a fixed size from the system allocator. Storage grows by whole blocks and never
-/// moves, so references to elements stay valid while the array grows. Element i lives in block
-/// i / blockSize at slot i mod blockSize. Slots are raw memory, zero until they are written.
-template <class Element>
-class OBJBlockArray {
-  static_assert(std::is_trivially_copyable_v<Element>, "slots are written by plain copy, never constructed");
-
+/// The bookkeeping of elements in blocks of a fixed size. Storage grows by whole blocks and never moves, so
+/// references to elements stay valid while the array grows. Element i lives in block i / blockSize at slot
+/// i mod blockSize.
+///
+/// The fields are public by the host's contract and may be set to anything: a push goes where they say, and
+/// nowhere if there is no such block.
+template <class Block, Block (*kMakeBlock)(std::uint32_t blockSize)>
+class OBJBlocks {
  public:
   const std::uint32_t blockSize;  ///< elements per block
   std::uint32_t count = 0;        ///< elements stored
   std::int32_t lastBlock = -1;    ///< index of the last block in use, -1 while there is none
-  std::vector<Element*> blocks;   ///< one pointer per block, owned
+  std::vector<Block> blocks;      ///< one entry per block, owned
 
-  OBJBlockArray(const OBJBlockArray&) = delete;
-  OBJBlockArray& operator=(const OBJBlockArray&) = delete;
+  OBJBlocks(const OBJBlocks&) = delete;
+  OBJBlocks& operator=(const OBJBlocks&) = delete;
+
+  /// The block of element `index` exists: `operator[]` does not fail its assertion.
+  bool hasBlock(std::uint32_t index) const { return index_.block(index) < blocks.size(); }
 
  protected:
+  static constexpr std::uint32_t kNoSlot = UINT32_MAX;
+
+  const OBJBlockIndex index_;
+
   /// A block size of 0 is taken as 1.
-  explicit OBJBlockArray(std::uint32_t blockSize_)
+  explicit OBJBlocks(std::uint32_t blockSize_)
       : blockSize(std::max<std::uint32_t>(blockSize_, 1)), index_(blockSize) {}
-  ~OBJBlockArray() {
-    for (Element* block : blocks) std::free(block);
-  }
+  ~OBJBlocks() = default;
 
   /// Gets one block more. False, with nothing changed, when there is no memory for it.
   bool addBlock() {
     // Room for the pointer first: nothing may throw between obtaining the block and owning it.
     if (blocks.size() == blocks.capacity()) blocks.reserve(blocks.size() * 2 + 1);
-    // calloc rather than malloc: an unwritten slot that is read (more normals than texture coordinates in a
-    // whole-model write) then holds zeros and not what the process had in that memory before.
-    auto* block = static_cast<Element*>(std::calloc(blockSize, sizeof(Element)));
+    Block block = kMakeBlock(blockSize);
     if (block == nullptr) return false;
-    blocks.push_back(block);
+    blocks.push_back(std::move(block));
     ++lastBlock;
-    freeSlots_ = blockSize;
-    nextSlot_ = block;
     return true;
+  }
+
+  /// Takes back what `nextSlot` answering 0 has brought.
+  void dropNewBlock() {
+    blocks.pop_back();
+    --lastBlock;
+  }
+
+  /// The slot of block `lastBlock` that the next element goes to, `count` mod `blockSize`, if it is one
+  /// behind the first and block and count are as the last push left them; `kNoSlot` otherwise.
+  std::uint32_t slotInUsedBlock() const {
+    const std::uint64_t behindFirst = count - countAtSecondSlot_;
+    const bool used = behindFirst < slotsBehindFirst_ && lastBlock == usedBlock_;
+    return used ? static_cast<std::uint32_t>(behindFirst + 1) : kNoSlot;
+  }
+
+  /// The slot of block `lastBlock` that the next element goes to, in a new block where it is the first.
+  /// `kNoSlot`, with nothing changed, when there is no such block or no memory for it.
+  std::uint32_t nextSlot() {
+    const std::uint32_t slot = slotInUsedBlock();
+    return slot != kNoSlot ? slot : findNextSlot();
+  }
+
+ private:
+  [[gnu::noinline]] std::uint32_t findNextSlot() {
+    const std::uint32_t slot = count % blockSize;
+    const std::int64_t last = std::int64_t{lastBlock} + (slot == 0 ? 1 : 0);
+    const auto present = static_cast<std::int64_t>(blocks.size()) + (slot == 0 ? 1 : 0);
+    if (last < 0 || last >= present || (slot == 0 && !addBlock())) return kNoSlot;
+    countAtSecondSlot_ = std::uint64_t{count} - slot + 1;
+    slotsBehindFirst_ = blockSize - 1;
+    usedBlock_ = lastBlock;
+    return slot;
+  }
+
+  // Of the block that the last push went to: what the next one compares `count` and `lastBlock` with.
+  std::uint64_t countAtSecondSlot_ = 0;
+  std::uint64_t slotsBehindFirst_ = 0;
+  std::int32_t usedBlock_ = -1;
+};
+
+/// `blockSize` elements of zeros from the system allocator; null when there is no memory for them.
+/// Zeros rather than what the process had in that memory before: an unwritten slot may be read (more normals
+/// than texture coordinates in a whole-model write).
+template <class Element>
+Element* makeZeroedBlock(std::uint32_t blockSize) {
+  return static_cast<Element*>(std::calloc(blockSize, sizeof(Element)));
+}
+
+/// Elements in blocks from the system allocator. Slots are raw memory, zero until they are written.
+template <class Element>
+class OBJBlockArray : public OBJBlocks<Element*, &makeZeroedBlock<Element>> {
+  static_assert(std::is_trivially_copyable_v<Element>, "slots are written by plain copy, never constructed");
+  using Base = OBJBlocks<Element*, &makeZeroedBlock<Element>>;
+
+ protected:
+  using Base::Base;
+  ~OBJBlockArray() {
+    for (Element* block : this->blocks) std::free(block);
   }
 
   bool append(const Element& element) {
-    if (freeSlots_ == 0 && !addBlock()) return false;
-    *nextSlot_++ = element;
-    --freeSlots_;
-    ++count;
+    const std::uint32_t slot = this->nextSlot();
+    if (slot == Base::kNoSlot) return false;
+    this->blocks[static_cast<std::size_t>(this->lastBlock)][slot] = element;
+    ++this->count;
     return true;
-  }
-  /// Makes the first `n` slots, which are zero, stored elements. The next one goes behind them.
-  void countStored(std::uint32_t n) {
-    count = n;
-    const std::uint32_t used = n % blockSize;
-    freeSlots_ = used == 0 ? 0 : blockSize - used;
-    nextSlot_ = used == 0 ? nullptr : blocks.back() + used;
-  }
-
-  /// The element at an index below `count`.
-  Element& stored(std::uint32_t index) const {
-    const std::uint32_t block = index_.block(index);
-    return blocks[block][index_.slot(index, block)];
   }
 
   /// Null when the block does not exist.
   Element* find(std::uint32_t index) const {
-    const std::uint32_t block = index_.block(index);
-    return block < blocks.size() ? blocks[block] + index_.slot(index, block) : nullptr;
+    const std::uint32_t block = this->index_.block(index);
+    return block < this->blocks.size() ? this->blocks[block] + this->index_.slot(index, block) : nullptr;
   }
-
- private:
-  std::uint32_t freeSlots_ = 0;  ///< of the last block
-  Element* nextSlot_ = nullptr;  ///< the first free one
-  OBJBlockIndex index_;
 };
 
 }  // namespace WavefrontOBJ

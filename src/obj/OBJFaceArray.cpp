@@ -2,38 +2,12 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "obj/OBJAssert.h"
 #include "obj/OBJVectorArray.h"
+#include "obj/internal/OBJFaceGeometry.h"
 
 namespace WavefrontOBJ {
-
-OBJFaceArray::OBJFaceArray(std::uint32_t blockSize_)
-    : blockSize(std::max<std::uint32_t>(blockSize_, 1)), index_(blockSize) {}
-
-bool OBJFaceArray::push_back(const OBJFace& face) {
-  return push_back(OBJFaceView::of(face), {face.normal, face.center, face.reserved});
-}
-
-bool OBJFaceArray::push_back(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
-  if (freeSlots_ == 0 && !addBlock()) return false;
-  if (!blocks.back()->append(face, geometry)) return false;
-  --freeSlots_;
-  ++count;
-  return true;
-}
-
-bool OBJFaceArray::addBlock() {
-  // Room for the pointer first: nothing may throw once the block is there.
-  if (blocks.size() == blocks.capacity()) blocks.reserve(blocks.size() * 2 + 1);
-  auto block = OBJFaceBlock::create(blockSize);
-  if (block == nullptr) return false;
-  blocks.push_back(std::move(block));
-  ++lastBlock;
-  freeSlots_ = blockSize;
-  return true;
-}
 
 OBJFaceBlock& OBJFaceArray::blockOf(std::uint32_t index, std::uint32_t& slot) const {
   const std::uint32_t block = index_.block(index);
@@ -46,6 +20,12 @@ OBJFace& OBJFaceArray::operator[](std::uint32_t index) {
   std::uint32_t slot = 0;
   OBJFaceBlock& block = blockOf(index, slot);
   return block.record(slot);
+}
+
+OBJFace OBJFaceArray::operator[](std::uint32_t index) const {
+  std::uint32_t slot = 0;
+  const OBJFaceBlock& block = blockOf(index, slot);
+  return OBJFace(block, slot);
 }
 
 OBJFaceView OBJFaceArray::view(std::uint32_t index) const {

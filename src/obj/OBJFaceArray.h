@@ -12,36 +12,38 @@ namespace WavefrontOBJ {
 
 /// Faces in blocks that never move: face i lives in block i / blockSize at slot i mod blockSize.
 ///
-/// A block is kept packed until `operator[]` asks for one of its records. Readers that only look at faces use
-/// `view` or `forEachFace`, which work on either form and never unpack.
-class KSMTH_API OBJFaceArray {
+/// A block is kept packed until `operator[]` asks for one of its records to be written. Readers that only
+/// look at faces use a const array, `view` or `forEachFace`, which work on either form and never unpack.
+class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, &OBJFaceBlock::create> {
  public:
-  const std::uint32_t blockSize;                      ///< faces per block
-  std::uint32_t count = 0;                            ///< faces stored
-  std::int32_t lastBlock = -1;                        ///< last block in use, -1 while there is none
-  std::vector<std::unique_ptr<OBJFaceBlock>> blocks;  ///< one entry per block
+  explicit OBJFaceArray(std::uint32_t blockSize_) : OBJBlocks(blockSize_) {}
 
-  /// A block size of 0 is taken as 1.
-  explicit OBJFaceArray(std::uint32_t blockSize_);
-  OBJFaceArray(const OBJFaceArray&) = delete;
-  OBJFaceArray& operator=(const OBJFaceArray&) = delete;
-
-  /// Appends a copy, all fields included; of the index arrays the corners in use.
-  /// False, with nothing changed, when memory runs out.
-  bool push_back(const OBJFace& face);
+  /// Appends a copy, all fields included. False, with nothing changed, when memory runs out or the public
+  /// fields name a block that is not there. The face may be one of this array.
+  bool push_back(const OBJFace& face) { return append(face); }
   /// The same for a face that is not a flat record.
-  bool push_back(const OBJFaceView& face, const OBJFaceGeometry& geometry);
+  bool push_back(const OBJFaceView& face, const OBJFaceGeometry& geometry) { return append(face, geometry); }
 
-  /// Where the corners of the next face can be written before it is pushed, see `OBJFaceBlock::cornerRoom`.
-  /// Null when there is no such place: the next face begins a block, the block is flat, or there is no
-  /// memory.
-  std::uint32_t* cornerRoom() { return freeSlots_ > 0 ? blocks.back()->cornerRoom() : nullptr; }
+  /// Where the corners of the next face can be written before `commitCorners`, see
+  /// `OBJFaceBlock::cornerRoom`. Null when there is no such place: the next face begins a block, the block is
+  /// flat, or there is no memory.
+  std::uint32_t* cornerRoom() {
+    const std::uint32_t slot = slotInUsedBlock();
+    return slot != kNoSlot ? blocks[static_cast<std::size_t>(lastBlock)]->cornerRoom(slot) : nullptr;
+  }
+  /// Appends the face whose corners stand in `cornerRoom`.
+  void commitCorners(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
+    blocks[static_cast<std::size_t>(lastBlock)]->commitCorners(face, geometry);
+    ++count;
+  }
 
   /// The flat record of face `index`, for writing. The first use in a block unpacks the block (1.1 KB a
   /// face); the reference stays valid while the array grows. Only the block is checked: an index past `count`
-  /// inside the last block answers the unwritten record, callers compare with `count`. An index in a block
-  /// that does not exist fails the assertion. Throws std::bad_alloc.
+  /// inside the last block answers the unwritten record, so compare with `count`. An index in a block that
+  /// does not exist fails the assertion. Throws std::bad_alloc.
   OBJFace& operator[](std::uint32_t index);
+  /// A copy of face `index`, every field. The same checks.
+  OBJFace operator[](std::uint32_t index) const;
 
   /// Face `index` for reading, whichever form it is in. The same checks as `operator[]`.
   OBJFaceView view(std::uint32_t index) const;
@@ -69,11 +71,18 @@ class KSMTH_API OBJFaceArray {
   std::uint32_t* ExtractFaceIndices(std::uint32_t n, std::uint32_t& faceCount) const;
 
  private:
-  bool addBlock();
+  template <class... Face>
+  bool append(const Face&... face) {
+    const std::uint32_t slot = nextSlot();
+    if (slot == kNoSlot) return false;
+    if (!blocks[static_cast<std::size_t>(lastBlock)]->store(slot, face...)) {
+      if (slot == 0) dropNewBlock();
+      return false;
+    }
+    ++count;
+    return true;
+  }
   OBJFaceBlock& blockOf(std::uint32_t index, std::uint32_t& slot) const;
-
-  OBJBlockIndex index_;
-  std::uint32_t freeSlots_ = 0;
 };
 
 }  // namespace WavefrontOBJ

@@ -12,8 +12,9 @@ namespace WavefrontOBJ {
 /// A fixed number of faces in one of two forms that only this class knows.
 ///
 /// Packed, as faces are read: per face a header and only the corners in use, about 100 bytes for a textured
-/// quad with normals where the flat record takes 1.1 KB. Flat, from the first `record` on: real `OBJFace`
-/// records, which then are the truth and never move.
+/// quad with normals where the flat record takes 1.1 KB. Flat, from the first `record` on or from the first
+/// face that the packed form cannot hold: real `OBJFace` records, which then are the truth and never move.
+/// Index entries that nobody has given are 0 in both forms, as are slots that were never written.
 class KSMTH_API OBJFaceBlock {
  public:
   /// Words of the largest face, and one: four words may be written where the last three belong.
@@ -22,19 +23,26 @@ class KSMTH_API OBJFaceBlock {
   /// Null when there is no memory for a packed block of `blockSize` faces.
   static std::unique_ptr<OBJFaceBlock> create(std::uint32_t blockSize);
 
-  /// Appends a face; there are fewer than `blockSize` yet. Flags and vertex count are kept as 0/1 and 0..88.
-  /// False, with nothing changed, when there is no memory for its corners. Corners that the caller has
-  /// written to `cornerRoom` stay where they are.
-  bool append(const OBJFaceView& face, const OBJFaceGeometry& geometry);
+  /// Stores a copy in `slot`, below the block size: the record as it stands, all 88 entries. False, with
+  /// nothing changed, when there is no memory for it. The face may be one of this block.
+  bool store(std::uint32_t slot, const OBJFace& face);
+  /// The same for a face that is not a flat record.
+  bool store(std::uint32_t slot, const OBJFaceView& face, const OBJFaceGeometry& geometry);
 
-  /// Where the corners of the next face can be written before it is appended: for each corner its vertex
-  /// index, then its texture index and its normal index, each where the face has them. `kCornerRoom` words.
-  /// Null when the block is flat or there is no memory.
-  std::uint32_t* cornerRoom();
+  /// Where the corners of the face for `slot` can be written before `commitCorners`: for each corner its
+  /// vertex index, then its texture index and its normal index, each where the face has them. `kCornerRoom`
+  /// words. Null when the block is flat, when `slot` is not the next one, or without memory.
+  std::uint32_t* cornerRoom(std::uint32_t slot);
+  /// Stores the face whose corners stand in `cornerRoom`, which `face` shows.
+  void commitCorners(const OBJFaceView& face, const OBJFaceGeometry& geometry);
 
-  /// The face in `slot`; one without corners for a slot that is not used.
+  /// The face in `slot`.
   OBJFaceView view(std::uint32_t slot) const;
   OBJFaceGeometry geometry(std::uint32_t slot) const;
+  /// Every field of the face in `slot`, all entries of its arrays included.
+  void load(std::uint32_t slot, OBJFace& face) const;
+
+  /// Throws std::bad_alloc, which takes a slot that was never written.
   void setNormalAndCenter(std::uint32_t slot, const OBJVector& normal, const OBJVector& center);
 
   /// The flat record in `slot`, below the block size. The first call turns the block flat, unused slots
@@ -60,18 +68,22 @@ class KSMTH_API OBJFaceBlock {
     bool storesTexture : 1;
     bool storesNormal : 1;
   };
+  struct Packed {
+    Buffer<Header> headers;
+    Buffer<OBJFaceGeometry> geometries;
+    Buffer<std::uint32_t> corners;
+  };
 
   explicit OBJFaceBlock(std::uint32_t blockSize) : blockSize_(blockSize) {}
-  bool reserveCorners(std::uint32_t wanted);
+  bool reserveCorners(std::uint32_t wanted, Buffer<std::uint32_t>& replaced);
+  bool makeFlat(Packed& replaced);
 
   std::uint32_t blockSize_;
-  std::uint32_t used_ = 0;
+  std::uint32_t used_ = 0;  ///< packed faces, in the first slots
   std::uint32_t cornerCount_ = 0;
   std::uint32_t cornerCapacity_ = 0;
-  Buffer<Header> headers_;
-  Buffer<OBJFaceGeometry> geometries_;
-  Buffer<std::uint32_t> corners_;
-  std::unique_ptr<OBJFace[]> records_;  ///< set once the block is flat; the packed buffers are then empty
+  Packed packed_;
+  Buffer<OBJFace> records_;  ///< set once the block is flat; the packed buffers are then empty
 };
 
 }  // namespace WavefrontOBJ

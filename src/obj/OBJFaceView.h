@@ -18,7 +18,6 @@ class OBJCornerIndices {
   std::uint32_t operator[](std::uint32_t corner) const { return first_[corner * stride_]; }
   /// False for indices that are zero for every corner because the face does not have any.
   bool isStored() const { return stride_ != 0; }
-  const std::uint32_t* data() const { return first_; }
 
  private:
   static constexpr std::uint32_t kZero = 0;
@@ -34,10 +33,17 @@ struct OBJFaceView {
   OBJCornerIndices textureIndex;
   OBJCornerIndices normalIndex;
   std::uint32_t vertexCount = 0;  ///< 0..88
+  /// Index entries behind those of the corners, which a flat record has and the packed form does not.
+  std::uint32_t spareEntries = 0;
   std::uint32_t smoothingGroup = 0;
   std::int32_t materialIndex = -1;
   bool hasTexture = false;
   bool hasNormal = false;
+
+  /// The vertex index of any corner, in use or not: 0 where there is no entry.
+  std::uint32_t vertexOrZero(std::uint32_t corner) const {
+    return corner < vertexCount + spareEntries ? vertexIndex[corner] : 0;
+  }
 
   /// The view of a flat record. Indices are seen even where their flag is off: a face of an extracted group
   /// has its flags cleared and its indices intact.
@@ -47,6 +53,7 @@ struct OBJFaceView {
     view.textureIndex = OBJCornerIndices(face.textureIndex);
     view.normalIndex = OBJCornerIndices(face.normalIndex);
     view.vertexCount = std::min(face.vertexCount, OBJFace::kMaxVertexCount);
+    view.spareEntries = OBJFace::kMaxVertexCount - view.vertexCount;
     view.smoothingGroup = face.smoothingGroup;
     view.materialIndex = face.materialIndex;
     view.hasTexture = face.hasTexture != 0;
@@ -61,8 +68,5 @@ struct OBJFaceGeometry {
   OBJVector center;
   float reserved = -1.0F;
 };
-
-/// Normal and centre of a face, computed as `OBJFace::getNormal` and `getCenter` say.
-OBJFaceGeometry faceGeometry(const OBJFaceView& face, const OBJVectorArray& vertices);
 
 }  // namespace WavefrontOBJ

@@ -3,8 +3,8 @@
 #include <bit>
 #include <cmath>
 
-#include "obj/OBJFaceView.h"
 #include "obj/OBJVectorArray.h"
+#include "obj/internal/OBJFaceGeometry.h"
 
 namespace WavefrontOBJ {
 namespace {
@@ -12,6 +12,13 @@ namespace {
 // Four floats that are worked on at once, each as if alone.
 using Float4 = float __attribute__((vector_size(16)));
 static_assert(sizeof(Float4) == sizeof(OBJVector));
+
+/// `value` rounded to single precision, also where it goes on in double precision: compilers have been seen
+/// to drop a conversion there and back (g++ 12 does when it vectorises).
+float rounded(double value) {
+  volatile float single = static_cast<float>(value);
+  return single;
+}
 
 }  // namespace
 
@@ -22,12 +29,12 @@ void OBJVector::rotate(float ax, float ay, float az) {
   const double cosY = std::cos(double{ay});
   const double sinZ = std::sin(double{az});
   const double cosZ = std::cos(double{az});
-  const auto x1 = static_cast<float>(x * cosZ - y * sinZ);
-  const auto y1 = static_cast<float>(x * sinZ + y * cosZ);
-  const auto x2 = static_cast<float>(z * sinY + x1 * cosY);
-  const auto z1 = static_cast<float>(z * cosY - x1 * sinY);
-  const auto y2 = static_cast<float>(y1 * cosX - z1 * sinX);
-  const auto z2 = static_cast<float>(y1 * sinX + z1 * cosX);
+  const float x1 = rounded(x * cosZ - y * sinZ);
+  const float y1 = rounded(x * sinZ + y * cosZ);
+  const float x2 = rounded(z * sinY + x1 * cosY);
+  const float z1 = rounded(z * cosY - x1 * sinY);
+  const float y2 = rounded(y1 * cosX - z1 * sinX);
+  const float z2 = rounded(y1 * sinX + z1 * cosX);
   x = x2;
   y = y2;
   z = z2;
@@ -43,14 +50,15 @@ OBJVector OBJVector::normalizeTo1() const {
 }
 
 OBJFaceGeometry faceGeometry(const OBJFaceView& face, const OBJVectorArray& vertices) {
-  // A corner that the face does not have coincides with the first: the normal is then not finite.
   Float4 corners[3] = {};
   Float4 sum = {};
   for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
     const auto position = std::bit_cast<Float4>(vertices.elementOrZero(face.vertexIndex[i]));
-    if (i == 0) corners[1] = corners[2] = position;
     if (i < 3) corners[i] = position;
     sum += position;
+  }
+  for (std::uint32_t i = face.vertexCount; i < 3; ++i) {
+    corners[i] = std::bit_cast<Float4>(vertices.elementOrZero(face.vertexOrZero(i)));
   }
   Float4 center = sum / static_cast<float>(face.vertexCount);
   center[3] = 1.0F;

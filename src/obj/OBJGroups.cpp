@@ -1,7 +1,7 @@
 #include <algorithm>
+#include <new>
 #include <utility>
 
-#include "obj/OBJFaceGroups.h"
 #include "obj/OBJModel.h"
 
 namespace WavefrontOBJ {
@@ -23,33 +23,6 @@ struct VertexRange {
 };
 
 }  // namespace
-
-OBJFaceGroups::OBJFaceGroups(const OBJModel& model) {
-  const std::uint32_t faceCount = model._faces->count;
-  const auto forEachEntry = [&](auto visit) {
-    for (std::uint32_t group = 0; group < model._groupNames.size(); ++group) {
-      for (const std::uint32_t face : model._groups.at(model._groupNames[group])) {
-        if (face < faceCount) visit(face, group);
-      }
-    }
-  };
-  // A counting sort by face. Each face's groups come out in the order of the names.
-  begin_.assign(std::size_t{faceCount} + 2, 0);
-  forEachEntry([&](std::uint32_t face, std::uint32_t) { ++begin_[face + 2]; });
-  for (std::size_t i = 2; i < begin_.size(); ++i) begin_[i] += begin_[i - 1];
-  groups_.resize(begin_.back());
-  forEachEntry([&](std::uint32_t face, std::uint32_t group) { groups_[begin_[face + 1]++] = group; });
-  begin_.pop_back();
-}
-
-std::uint32_t OBJFaceGroups::first(std::uint32_t face) const {
-  return begin_[face] == begin_[face + 1] ? kNone : groups_[begin_[face]];
-}
-
-bool OBJFaceGroups::contains(std::uint32_t face, std::uint32_t group) const {
-  const std::uint32_t* const groups = groups_.data();
-  return std::binary_search(groups + begin_[face], groups + begin_[face + 1], group);
-}
 
 std::uint32_t OBJModel::GetGroupVertexRange(std::uint32_t group, std::uint32_t& start) const {
   start = _vertices != nullptr ? _vertices->count : 0;
@@ -95,7 +68,7 @@ const OBJElementList& OBJModel::getGroupElements(std::string name) const {
   return found->second;
 }
 
-std::unique_ptr<OBJModel> OBJModel::ExtractGroup(std::uint32_t group) const {
+std::unique_ptr<OBJModel> OBJModel::ExtractGroup(std::uint32_t group) const try {
   std::uint32_t start = 0;
   const std::uint32_t count = GetGroupVertexRange(group, start);
   if (count == 0) return nullptr;
@@ -106,18 +79,20 @@ std::unique_ptr<OBJModel> OBJModel::ExtractGroup(std::uint32_t group) const {
   const std::string& name = _groupNames[group];
   std::uint32_t added = 0;
   for (const std::uint32_t index : _groups.at(name)) {
-    std::uint32_t vertices[OBJFace::kMaxVertexCount];
-    OBJFaceView face = _faces->view(index);
-    for (std::uint32_t i = 0; i < face.vertexCount; ++i) vertices[i] = face.vertexIndex[i] - start;
-    face.vertexIndex = OBJCornerIndices(vertices);
+    OBJFace face = std::as_const(*_faces)[index];
+    const std::uint32_t corners = std::min(face.vertexCount, OBJFace::kMaxVertexCount);
+    for (std::uint32_t i = 0; i < corners; ++i) face.vertexIndex[i] -= start;
     // Switched off, not removed: the indices stay in the faces. So do the material indices, for which the new
     // model has no materials and hence no face lists.
-    face.hasTexture = false;
-    face.hasNormal = false;
-    if (!extracted->_faces->push_back(face, faceGeometry(face, *extracted->_vertices))) return nullptr;
+    face.hasTexture = 0;
+    face.hasNormal = 0;
+    extracted->addFace(face);
+    if (extracted->_faces->count != added + 1) return nullptr;
     extracted->addFaceToGroup(name, added++);
   }
   return extracted;
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 }  // namespace WavefrontOBJ

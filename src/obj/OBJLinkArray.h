@@ -12,8 +12,9 @@ class KSMTH_API OBJLinkArray : public OBJBlockArray<OBJLinks> {
   explicit OBJLinkArray(std::uint32_t blockSize_) : OBJBlockArray(blockSize_) {}
   ~OBJLinkArray();
 
-  /// Appends a copy, which takes over the overflow nodes. Answers false in every case, success included:
-  /// existing scripts of the host's makers compare with false, nothing tells success from it.
+  /// Appends a copy. The array takes over the overflow nodes of `element`, which is pushed once for that
+  /// reason; a list of this array gets nodes of its own. Answers false in every case, success included: fixed
+  /// by the host's contract. Throws std::bad_alloc.
   bool push_back(const OBJLinks& element);
 
   /// The list at `index`. Only the block is checked, see `OBJVectorArray::operator[]`.
@@ -26,6 +27,7 @@ class KSMTH_API OBJLinkArray : public OBJBlockArray<OBJLinks> {
 
  private:
   OBJLinks& slot(std::uint32_t index) const;
+  bool holds(const OBJLinks& element) const;
 };
 
 }  // namespace WavefrontOBJ

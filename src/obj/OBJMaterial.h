@@ -15,10 +15,10 @@ struct KSMTH_API OBJMaterial {
   double Ns = 0.0;                 ///< specular exponent
   double d = 1.0;                  ///< dissolve: 1 opaque, 0 invisible
   double Ni = 1.0;                 ///< index of refraction
-  double illum = 0.0;              ///< illumination model; a double like the other scalars, files write "2.0"
+  double illum = 0.0;              ///< illumination model; a double like the other scalars
   std::string map_Kd;              ///< texture files: the library's folder + the name, but for `map_Ka`
   std::string map_Ks;
-  std::string map_Ka;  ///< the bare name: the host resolves this one itself
+  std::string map_Ka;  ///< the bare name: fixed by the host's contract
   std::string map_bump;
   std::string map_d;
 };

@@ -2,7 +2,10 @@
 #include <filesystem>
 #include <fstream>
 #include <istream>
+#include <iterator>
+#include <locale>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -36,7 +39,7 @@ struct MapKeyword {
 };
 constexpr MapKeyword kMaps[] = {{"map_kd", &OBJMaterial::map_Kd, true},
                                 {"map_ks", &OBJMaterial::map_Ks, true},
-                                {"map_ka", &OBJMaterial::map_Ka, false},  // the host resolves this one itself
+                                {"map_ka", &OBJMaterial::map_Ka, false},  // fixed by the host's contract
                                 {"map_bump", &OBJMaterial::map_bump, true},
                                 {"map_d", &OBJMaterial::map_d, true}};
 
@@ -90,12 +93,18 @@ bool nextLine(std::istream& file, std::string& line) {
   }
 }
 
+/// `stream >> target` as in the C locale. What is no number leaves `target` as it was.
 template <class Number>
-bool extractOrKeep(std::istream& stream, Number& target) {
+void extractOrKeep(std::istream& stream, Number& target) {
+  if (!std::istream::sentry(stream)) return;
+  std::ios format(nullptr);
+  format.imbue(std::locale::classic());
+  std::ios::iostate state = std::ios::goodbit;
   Number value{};
-  if (!(stream >> value)) return false;
-  target = value;
-  return true;
+  const std::istreambuf_iterator<char> text(stream);
+  std::use_facet<std::num_get<char>>(std::locale::classic()).get(text, {}, format, state, value);
+  stream.setstate(state);
+  if (!stream.fail()) target = value;
 }
 
 }  // namespace
@@ -120,6 +129,7 @@ bool OBJModel::readMaterialFile(std::string path, std::vector<OBJMaterial*>& mat
     if (!stream.extract(keyword) || keyword[0] == '#') continue;
     std::transform(keyword.begin(), keyword.end(), keyword.begin(), lowerCase);
     if (keyword == "newmtl") {
+      if (_materials.size() + materials.size() >= kMaxMaterials) throw std::bad_alloc();
       auto material = std::make_unique<OBJMaterial>();
       materials.push_back(material.get());
       current = material.release();

@@ -5,6 +5,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "obj/internal/OBJFaceGeometry.h"
+
 namespace WavefrontOBJ {
 namespace {
 
@@ -32,8 +34,13 @@ void OBJModel::addFace(OBJFace& face) {
   if (_faces->push_back(face)) fileLastFace(face.materialIndex);
 }
 
-bool OBJModel::appendFace(const OBJFaceView& face) {
-  if (!_faces->push_back(face, faceGeometry(face, *_vertices))) return false;
+bool OBJModel::appendFace(const OBJFaceView& face, bool inPlace) {
+  const OBJFaceGeometry geometry = faceGeometry(face, *_vertices);
+  if (inPlace) {
+    _faces->commitCorners(face, geometry);
+  } else if (!_faces->push_back(face, geometry)) {
+    return false;
+  }
   fileLastFace(face.materialIndex);
   return true;
 }

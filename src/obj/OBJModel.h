@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <map>
@@ -21,12 +22,21 @@ namespace WavefrontOBJ {
 /// Entries of `OBJModel::_smoothingGroups`. A numbered "s" line once all are taken fails an assertion.
 inline constexpr std::uint32_t kMaxSmoothingGroups = 256;
 
+/// Materials that a model takes. A read that meets more of them fails: a file may name a library any number
+/// of times.
+inline constexpr std::size_t kMaxMaterials = std::size_t{1} << 20;
+
 /// A whole OBJ model in memory: filled by one `read`, then queried, written and changed in place.
 ///
 /// Indices are from 0; the files' are from 1. A group or smoothing group is always handed on as one
 /// contiguous range of vertices, from the smallest to the largest index that its faces use, so that the
 /// file's vertex order survives without a table. A face may name a vertex that the file never gave; such a
 /// position reads as `gZeroVector`.
+///
+/// Threads may work at the same time on models of their own, and any number of them may call the const
+/// members of one model and read its fields through const references. Everything else wants the model to
+/// itself: `IsFaceInGroup` and `write` may add to `_groups`, and indexing `_faces` other than as a const
+/// array unpacks faces.
 class KSMTH_API OBJModel {
  public:
   std::string _errorMessage;  ///< texts of what the last read met; empty after a clean read
@@ -55,8 +65,8 @@ class KSMTH_API OBJModel {
   // ---- building -----------------------------------------------------------------------------------------
 
   /// Computes the face's normal and centre, stores them in `face`, appends a copy of it and files it under
-  /// its material, where the model has one of that index. Without memory for the face it is dropped silently;
-  /// callers compare the face count.
+  /// its material, where the model has one of that index. Without memory for the face it is dropped silently:
+  /// the face count tells.
   void addFace(OBJFace& face);
   /// Appends a copy of `material`, with an empty face list.
   void addMaterial(const OBJMaterial& material);
@@ -75,7 +85,7 @@ class KSMTH_API OBJModel {
   /// Number of faces that use the vertex; -1 without `_links` or for a vertex that it does not have.
   std::int32_t GetVertToFaceCount(std::uint32_t vertex) const;
   /// The i-th face that uses the vertex, in the order of linking; 0 where there is none, the same as the
-  /// first face's index: callers bound i by `GetVertToFaceCount`.
+  /// first face's index: bound i by `GetVertToFaceCount`.
   std::uint32_t GetFaceForVertexIndex(std::uint32_t vertex, std::int32_t i) const;
 
   // ---- reading ------------------------------------------------------------------------------------------
@@ -85,13 +95,15 @@ class KSMTH_API OBJModel {
   /// hold the messages of lines that were passed over. False with the reason in `_errorMessage`; what was
   /// read up to then stays. Index errors end the read in both modes; `strict` also ends it at an unknown
   /// line, a malformed corner, an unknown material and a failing library, which a lenient read passes over.
-  /// A folder cannot be opened. Throws std::bad_alloc.
+  /// A folder cannot be opened. When memory runs out, and past `kMaxMaterials`, `_errorMessage` is "Out of
+  /// memory." and the result false in both modes.
   bool read(std::string path, bool strict);
 
   /// Reads a material library and appends a new material to `materials` at each "newmtl" line; the caller
   /// owns them (`delete`), also on false. False with the reason appended to `_errorMessage` when it cannot be
   /// opened (only regular files can), when a keyword comes before the first "newmtl", and in strict mode
-  /// for an unknown keyword.
+  /// for an unknown keyword. Throws std::bad_alloc, also where this model and `materials` together would have
+  /// more than `kMaxMaterials`.
   bool readMaterialFile(std::string path, std::vector<OBJMaterial*>& materials, bool strict);
 
   /// Parses one corner, "v", "v/vt", "v//vn" or "v/vt/vn" as the two flags say. Numbers are the file's, from
@@ -100,10 +112,10 @@ class KSMTH_API OBJModel {
                              std::int32_t& vt, std::int32_t& vn);
   /// The part of `path` up to and including the last "\" or "/"; empty without one.
   static std::string getPath(const std::string& path);
-  /// Extracts three numbers in order. The first that is not one ends the extraction; it and those after it
-  /// stay as they were.
+  /// Extracts three numbers in order, as in the C locale whatever the stream's is. The first that is not one
+  /// ends the extraction; it and those after it stay as they were.
   static void readThreeDouble(double* values, std::istream& stream);
-  /// Extracts four numbers into x, y, z, w; one that is missing gives 0.
+  /// Extracts four numbers into x, y, z, w, likewise; one that is missing gives 0.
   static void readOBJVector(OBJVector& vector, std::istream& stream);
 
   // ---- groups -------------------------------------------------------------------------------------------
@@ -117,7 +129,7 @@ class KSMTH_API OBJModel {
   /// Number of faces that carry this smoothing-group number.
   std::uint32_t GetSmoothingGroupFaceCount(std::uint32_t number) const;
   /// True if the group's list holds the face. An unknown name gains an empty list (but no entry in
-  /// `_groupNames`): after the question `getGroupElements` knows it, which the mesh calls rely on.
+  /// `_groupNames`): after the question `getGroupElements` knows it. Fixed by the host's contract.
   bool IsFaceInGroup(std::uint32_t face, const std::string& name);
   /// Name of the first group, in the order of `_groupNames`, that holds the face; "default" if none does.
   std::string GetFaceGroupName(std::uint32_t face) const;
@@ -136,9 +148,8 @@ class KSMTH_API OBJModel {
   void WriteHeader(std::ostream& stream, const char* mtlName, std::uint32_t vertexCount,
                    std::uint32_t faceCount) const;
   /// Writes the whole model, in face order or group by group. Answers true.
-  /// The "vn" lines carry texture coordinates: files written so have always been and the host's importer
-  /// recomputes normals anyway. With more normals than texture coordinates the texture array's assertion
-  /// fails once the index is past its blocks.
+  /// The "vn" lines carry texture coordinates: fixed by the host's contract. With more normals than texture
+  /// coordinates the texture array's assertion fails once the index is past its blocks.
   bool write(std::string path, bool byFaceOrder, const char* mtlName);
   /// Writes the group's vertex range and faces. False, without a file, when it has no vertex range.
   bool WriteGroup(std::string path, std::uint32_t group, const char* mtlName) const;
@@ -169,8 +180,9 @@ class KSMTH_API OBJModel {
   friend class OBJReader;
 
   /// Appends a face that is not a flat record, computes its normal and centre and files it under its
-  /// material. False when there is no memory for it.
-  bool appendFace(const OBJFaceView& face);
+  /// material. `inPlace` tells that its corners stand in `OBJFaceArray::cornerRoom` already. False when there
+  /// is no memory for it.
+  bool appendFace(const OBJFaceView& face, bool inPlace);
   /// Appends the index of the last face to its material's list.
   void fileLastFace(std::int32_t materialIndex);
   /// The list of group `name`, made where it is new.

@@ -1,4 +1,4 @@
-#include "obj/OBJReader.h"
+#include "obj/internal/OBJReader.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -31,8 +31,8 @@ struct OwnedMaterials {
 
 [[noreturn]] void smoothingTableFull(std::uint32_t count, const char* line) {
   std::FILE* log = std::fopen("error_objmodel_read.txt", "a");
-  // The test is the wrong way round on purpose: the host's support scripts look for the file, which is made
-  // and stays empty. Where it cannot be made there is no stream to write to either.
+  // The test is the wrong way round by the host's contract: the file is made and stays empty. Where it cannot
+  // be made there is no stream to write to either.
   if (log == nullptr) {
     std::fprintf(stderr, "ERROR: _smoothingGroupCount = %d\nline = %s\n", static_cast<int>(count), line);
   } else {
@@ -43,8 +43,12 @@ struct OwnedMaterials {
 
 }  // namespace
 
-bool OBJModel::read(std::string path, bool strict) {
+bool OBJModel::read(std::string path, bool strict) try {
   return OBJReader(*this, std::move(path), strict).read();
+} catch (const std::bad_alloc&) {
+  // Short enough to need no memory of its own.
+  _errorMessage = "Out of memory.";
+  return false;
 }
 
 std::string OBJModel::getPath(const std::string& path) {
@@ -92,10 +96,10 @@ bool OBJReader::read() {
   mapDigits();
   for (;;) {
     if (source_.needsFill()) fillSource();
-    if (fastPath_) takeFastLines();
+    if (fastPath_) readFastLines();
     if (source_.needsFill()) continue;
     if (source_.begin() == source_.end()) return true;
-    takeLine();
+    copyLine();
     if (readLine() == Outcome::readFailed) return false;
   }
 }
@@ -108,8 +112,7 @@ void OBJReader::fillSource() {
 
 void OBJReader::mapDigits() {
   if (!fastPath_) return;
-  digitsStart_ = source_.begin();
-  digits_.build(digitsStart_, static_cast<std::size_t>(source_.end() - digitsStart_));
+  digits_.build(source_.begin(), static_cast<std::size_t>(source_.end() - source_.begin()));
 }
 
 /// The shared token, with a corner that the fast path left in the file's bytes copied in.
@@ -125,8 +128,8 @@ void OBJReader::note(OBJReadNote::Kind kind, std::string_view text) {
   model_._readNotes.add(kind, lineNumber_, text);
 }
 
-/// Takes the next line into `line_`: at most 1,024 characters, the rest of a longer one is the next line.
-void OBJReader::takeLine() {
+/// Copies the next line to `line_`: at most 1,024 characters, the rest of a longer one is the next line.
+void OBJReader::copyLine() {
   const char* const begin = source_.begin();
   const char* const limit = begin + std::min<std::ptrdiff_t>(source_.end() - begin, kMaxLineCharacters);
   const void* const found = std::memchr(begin, '\n', static_cast<std::size_t>(limit - begin));
@@ -140,7 +143,7 @@ void OBJReader::takeLine() {
   const auto keywordEnd = std::find(line_.begin(), line_.end(), ' ');
   std::transform(line_.begin(), keywordEnd, line_.begin(), lowerCase);
   token();
-  source_.take(lineFeed ? end + 1 : end);
+  source_.advanceTo(lineFeed ? end + 1 : end);
 }
 
 std::string_view OBJReader::textAfter(std::size_t characters) const {
@@ -179,8 +182,7 @@ OBJReader::Outcome OBJReader::readUnknownLine() {
   return strict_ ? Outcome::readFailed : Outcome::nextLine;
 }
 
-/// A value missing from the line keeps that of the previous vector of any kind: scripts write "vt 0.5" after
-/// "vt 0 1" and mean (0.5, 1).
+/// A value missing from the line keeps that of the previous vector of any kind: fixed by the host's contract.
 void OBJReader::readVector() {
   const char kind = line_.size() > 1 ? line_[1] : '\0';
   const bool normal = kind == 'n';
@@ -198,14 +200,13 @@ void OBJReader::readGroups() {
   groupNames_.clear();
   groupLists_.clear();
   stream.extract(token_);
-  // Without a name on the line the token is that of an earlier line; importers' files name "default" where
-  // they mean it.
+  // Without a name on the line the token is that of an earlier line: fixed by the host's contract.
   if (token_.empty()) {
     groupNames_.emplace_back("default");
     return;
   }
-  // White space at the end of the line lists the last name twice, and each face joins that group twice: the
-  // face counts of files with carriage returns are known by it.
+  // White space at the end of the line, a carriage return included, lists the last name twice, and each face
+  // joins that group twice: fixed by the host's contract.
   bool last = false;
   while (!last) {
     last = stream.atEnd();
@@ -234,8 +235,8 @@ bool OBJReader::resolve(std::int32_t fileIndex, std::uint32_t count, const char*
     model_._errorMessage += (wide == 0 ? zeroText : beyondText) + line_ + ") in " + path_ + "\n";
     return false;
   }
-  // A negative index is added to the count, not taken from it: -1 names the position past the last. Files
-  // with relative indices have always been read so, and the scripts that repair them expect it.
+  // A negative index is added to the count, not taken from it: -1 names the position past the last. Fixed by
+  // the host's contract.
   const std::int64_t fromOne = wide < 0 ? count + magnitude : wide;
   index = static_cast<std::uint32_t>(fromOne - 1);
   return true;
@@ -281,15 +282,17 @@ OBJReader::Outcome OBJReader::readFace() {
   OBJFaceView view = OBJFaceView::of(face);
   if (!hasTexture) view.textureIndex = {};
   if (!hasNormal) view.normalIndex = {};
-  addFace(view);
+  // Nothing has been written behind the corners.
+  view.spareEntries = 0;
+  addFace(view, false);
   return Outcome::nextLine;
 }
 
 /// Adds a face with the material, smoothing group and groups in force.
-void OBJReader::addFace(OBJFaceView& face) {
+void OBJReader::addFace(OBJFaceView& face, bool inPlace) {
   face.smoothingGroup = smoothingGroup_;
   face.materialIndex = materialIndex_;
-  if (!model_.appendFace(face)) throw std::bad_alloc();
+  if (!model_.appendFace(face, inPlace)) throw std::bad_alloc();
   if (groupLists_.empty()) {
     for (const std::string& name : groupNames_) groupLists_.push_back(&model_.groupList(name));
     if (groupNames_.size() == 1 && knownGroups_.size() < kMaxKnownGroups) {

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-#include "obj/OBJReader.h"
+#include "obj/internal/OBJReader.h"
 #include "obj/text/DigitScan.h"
 #include "obj/text/FastNumber.h"
 #include "obj/text/PlainFloats.h"
@@ -48,9 +48,9 @@ const char* OBJReader::fastLineEnd(const char* line, const char* text) {
   return text - line <= static_cast<std::ptrdiff_t>(kMaxLineCharacters) ? text : nullptr;
 }
 
-/// Takes a vector in whose numbers end before `next`.
-inline const char* OBJReader::takeVector(const char* line, const char* next, const OBJVector& vector,
-                                         OBJVectorArray& target) {
+/// Adds a vector whose numbers end before `next`.
+inline const char* OBJReader::addVector(const char* line, const char* next, const OBJVector& vector,
+                                        OBJVectorArray& target) {
   // Whatever stands behind three numbers is passed over.
   const char* const end = fastLineEnd(line, next);
   if (end == nullptr) return nullptr;
@@ -60,24 +60,24 @@ inline const char* OBJReader::takeVector(const char* line, const char* next, con
 }
 
 template <bool kTwoSuffice>
-const char* OBJReader::takeFastVector(const char* line, const char* text, OBJVectorArray& target) {
+const char* OBJReader::readFastVector(const char* line, const char* text, OBJVectorArray& target) {
   text = skipBlanks(text);
 #if defined(__SSE2__)
   OBJPlainFloats plain;
-  const OBJDigitMap::Bits bits = digits_.at(static_cast<std::size_t>(text - digitsStart_));
+  const OBJDigitMap::Bits bits = digits_.at(text);
   if ((kTwoSuffice && readPlainFloats<2>(text, bits, plain) && atLineEnd(plain.end)) ||
       (readPlainFloats<3>(text, bits, plain) && static_cast<unsigned char>(*plain.end) <= ' ')) {
-    return takeVector(line, plain.end, std::bit_cast<OBJVector>(plain.vector), target);
+    return addVector(line, plain.end, std::bit_cast<OBJVector>(plain.vector), target);
   }
 #endif
   float values[3] = {0.0F, 0.0F, 0.0F};
   const char* const next = scanFastFloats(text, values, kTwoSuffice);
   if (next == nullptr) return nullptr;
-  return takeVector(line, next, OBJVector(values[0], values[1], values[2]), target);
+  return addVector(line, next, OBJVector(values[0], values[1], values[2]), target);
 }
 
 template <bool kTexture, bool kNormal>
-const char* OBJReader::takeFastCorners(const char* line, const char* text) {
+const char* OBJReader::readFastCorners(const char* line, const char* text) {
   constexpr std::uint32_t kStride = 1 + (kTexture ? 1 : 0) + (kNormal ? 1 : 0);
   // The corners go straight to their place, and are of no effect there until the face is added.
   std::uint32_t elsewhere[OBJFaceBlock::kCornerRoom];
@@ -88,7 +88,7 @@ const char* OBJReader::takeFastCorners(const char* line, const char* text) {
   const std::uint32_t normalLimit = model_._normals->count;
   // What is wrong with a corner is gathered and looked at once: such lines are rare and read anew.
   bool wrong = false;
-  OBJDigitScan scan(digits_, text, static_cast<std::size_t>(text - digitsStart_));
+  OBJDigitScan scan(digits_, text);
   const auto pass = [&text, &wrong](const char* slash) {
     wrong |= *slash != '/';
     text = slash + 1;
@@ -148,30 +148,30 @@ const char* OBJReader::takeFastCorners(const char* line, const char* text) {
   face.vertexCount = count;
   face.hasTexture = kTexture;
   face.hasNormal = kNormal;
-  addFace(face);
+  addFace(face, room != nullptr);
   fastToken_ = std::string_view(corner, static_cast<std::size_t>(end - corner));
   return lineFeed;
 }
 
 /// Tries the form of the last face first: most files have but one.
-inline const char* OBJReader::takeFastFace(const char* line) {
+inline const char* OBJReader::readFastFace(const char* line) {
   const char* const first = skipBlanks(line + 2);
-  const char* const taken = (this->*takeCorners_)(line, first);
-  if (taken != nullptr) return taken;
-  const TakeCorners last = takeCorners_;
-  OBJDigitScan scan(digits_, first, static_cast<std::size_t>(first - digitsStart_));
+  const char* const lineFeed = (this->*readCorners_)(line, first);
+  if (lineFeed != nullptr) return lineFeed;
+  const ReadCorners last = readCorners_;
+  OBJDigitScan scan(digits_, first);
   const char* const slash = scan.next();
   const char* const second = *slash == '/' ? scan.next() : slash;
-  takeCorners_ = *slash != '/'         ? &OBJReader::takeFastCorners<false, false>
-                 : *second != '/'      ? &OBJReader::takeFastCorners<true, false>
-                 : second == slash + 1 ? &OBJReader::takeFastCorners<false, true>
-                                       : &OBJReader::takeFastCorners<true, true>;
-  return takeCorners_ == last ? nullptr : (this->*takeCorners_)(line, first);
+  readCorners_ = *slash != '/'         ? &OBJReader::readFastCorners<false, false>
+                 : *second != '/'      ? &OBJReader::readFastCorners<true, false>
+                 : second == slash + 1 ? &OBJReader::readFastCorners<false, true>
+                                       : &OBJReader::readFastCorners<true, true>;
+  return readCorners_ == last ? nullptr : (this->*readCorners_)(line, first);
 }
 
-/// Takes a line of one name that an earlier line had, with nothing behind it: files that change the group at
+/// Reads a line of one name that an earlier line had, with nothing behind it: files that change the group at
 /// every face have millions of them.
-const char* OBJReader::takeFastGroup(const char* line) {
+const char* OBJReader::readFastGroup(const char* line) {
   const char* const begin = line + 2;
   const char* end = begin;
   while (static_cast<unsigned char>(*end) > ' ') ++end;
@@ -187,21 +187,21 @@ const char* OBJReader::takeFastGroup(const char* line) {
   return lineFeed;
 }
 
-inline const char* OBJReader::takeFastLine(const char* line) {
+inline const char* OBJReader::readFastLine(const char* line) {
   OBJVectorArray& vertices = *model_._vertices;
   OBJVectorArray& normals = *model_._normals;
   OBJVectorArray& textures = *model_._textureCoords;
   switch (line[0]) {
     case 'v': {
-      if (line[1] == 't') return line[2] == ' ' ? takeFastVector<true>(line, line + 3, textures) : nullptr;
+      if (line[1] == 't') return line[2] == ' ' ? readFastVector<true>(line, line + 3, textures) : nullptr;
       const bool normal = line[1] == 'n';
       const char* const text = line + (normal ? 3 : 2);
-      return text[-1] == ' ' ? takeFastVector<false>(line, text, normal ? normals : vertices) : nullptr;
+      return text[-1] == ' ' ? readFastVector<false>(line, text, normal ? normals : vertices) : nullptr;
     }
     case 'f':
-      return line[1] == ' ' ? takeFastFace(line) : nullptr;
+      return line[1] == ' ' ? readFastFace(line) : nullptr;
     case 'g':
-      return line[1] == ' ' ? takeFastGroup(line) : nullptr;
+      return line[1] == ' ' ? readFastGroup(line) : nullptr;
     case '#':
       return fastLineEnd(line, line);
     default:
@@ -209,18 +209,18 @@ inline const char* OBJReader::takeFastLine(const char* line) {
   }
 }
 
-/// Takes lines up to the first that is not plain, or to where the source's window must be moved on.
-void OBJReader::takeFastLines() {
+/// Reads lines up to the first that is not plain, or to where the source's window must be moved on.
+void OBJReader::readFastLines() {
   const char* line = source_.begin();
-  std::size_t taken = 0;
+  std::size_t lines = 0;
   while (source_.showsLineAt(line)) {
-    const char* const lineFeed = takeFastLine(line);
+    const char* const lineFeed = readFastLine(line);
     if (lineFeed == nullptr) break;
     line = lineFeed == source_.end() ? lineFeed : lineFeed + 1;
-    ++taken;
+    ++lines;
   }
-  source_.take(line);
-  nextLineNumber_ += taken;
+  source_.advanceTo(line);
+  nextLineNumber_ += lines;
 }
 
 }  // namespace WavefrontOBJ

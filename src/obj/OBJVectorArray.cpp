@@ -28,7 +28,7 @@ bool OBJVectorArray::Contains(const OBJVector& vector) const {
 
 bool OBJVectorArray::IsSubsetOf(const OBJVectorArray& other) const {
   for (std::uint32_t i = 0; i < count; ++i) {
-    if (!other.Contains(*find(i))) return false;
+    if (!other.Contains(elementOrZero(i))) return false;
   }
   return count > 0;
 }

@@ -11,11 +11,12 @@ class KSMTH_API OBJVectorArray : public OBJBlockArray<OBJVector> {
  public:
   explicit OBJVectorArray(std::uint32_t blockSize_) : OBJBlockArray(blockSize_) {}
 
-  /// Appends a copy. False, with nothing changed, when a new block cannot be obtained.
+  /// Appends a copy. False, with nothing changed, when a new block cannot be obtained or the public fields
+  /// name a block that is not there.
   bool push_back(const OBJVector& element) { return append(element); }
 
   /// The element at `index`. Only the block is checked: an index past `count` inside the last block answers
-  /// the unwritten slot, callers compare with `count`. An index in a block that does not exist fails the
+  /// the unwritten slot, so compare with `count`. An index in a block that does not exist fails the
   /// assertion.
   OBJVector& operator[](std::uint32_t index) { return slot(index); }
   const OBJVector& operator[](std::uint32_t index) const { return slot(index); }
@@ -23,7 +24,8 @@ class KSMTH_API OBJVectorArray : public OBJBlockArray<OBJVector> {
   /// The element at `index`, or `gZeroVector` when `index` is at or past `count`. Faces may name positions
   /// that the file never gave.
   const OBJVector& elementOrZero(std::uint32_t index) const {
-    return index < count ? stored(index) : gZeroVector;
+    const std::uint32_t block = index_.block(index);
+    return index < count && block < blocks.size() ? blocks[block][index_.slot(index, block)] : gZeroVector;
   }
 
   /// True if an element equals `vector` in all four components (exact comparison). Scans in index order.

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "obj/OBJAssert.h"
-#include "obj/OBJFaceGroups.h"
 #include "obj/OBJModel.h"
 #include "obj/text/TextSink.h"
 
@@ -14,8 +13,8 @@ namespace {
 
 constexpr std::string_view kMakerLine = "# https://talvex.example/ksmthgrpimpt";
 
-/// Writes the lines of one file. Numbers and line forms are fixed to the byte, trailing spaces included: the
-/// host's scripts compare files.
+/// Writes the lines of one file. Numbers and line forms are fixed to the byte by the host's contract,
+/// trailing spaces included.
 class OBJLineWriter {
  public:
   OBJLineWriter(const OBJModel& model, const std::string& path, const char* function, int assertionLine)
@@ -26,7 +25,14 @@ class OBJLineWriter {
   }
 
   void header(const std::string& text) { out_.text(text); }
-  void flush() { out_.flush(); }
+
+  /// `index`, for an element of `array`. Where its block is missing and the array will fail its assertion,
+  /// which ends the process, the lines before are in the file by then.
+  template <class Array>
+  std::uint32_t checked(const Array& array, std::uint32_t index) {
+    if (!array.hasBlock(index)) out_.flush();
+    return index;
+  }
 
   /// "v", "vt" or "vn" with three components, each followed by a space.
   void vector(std::string_view keyword, const OBJVector& vector) {
@@ -55,34 +61,34 @@ class OBJLineWriter {
   /// The next face with a material gets a material line.
   void resetMaterial() { material_ = -1; }
 
-  /// A face with vertex, texture and normal numbers, with a material line before it where that changes.
-  void face(const OBJFaceView& face) {
-    material(face.materialIndex);
-    out_.character('f');
-    for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
-      out_.character(' ');
-      out_.number(face.vertexIndex[i] + 1);
-      if (face.hasTexture) {
-        out_.character('/');
-        out_.number(face.textureIndex[i] + 1);
-      }
-      if (face.hasNormal) {
-        out_.text(face.hasTexture ? "/" : "//");
-        out_.number(face.normalIndex[i] + 1);
-      }
-    }
-    endFace(face);
-  }
+  /// What the numbers of a face's corners are.
+  enum class Corners : std::uint8_t { complete, positionsOnly };
 
-  /// A face with vertex numbers alone, counted from `start`.
-  void face(const OBJFaceView& face, std::uint32_t start) {
+  /// A face, its vertex numbers counted from `start`, with a material line before it where that changes.
+  void face(const OBJFaceView& face, Corners corners, std::uint32_t start = 0) {
     material(face.materialIndex);
+    const bool texture = face.hasTexture && corners == Corners::complete;
+    const bool normal = face.hasNormal && corners == Corners::complete;
     out_.character('f');
     for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
       out_.character(' ');
       out_.number(face.vertexIndex[i] - start + 1);
+      if (texture) {
+        out_.character('/');
+        out_.number(face.textureIndex[i] + 1);
+      }
+      if (normal) {
+        out_.text(texture ? "/" : "//");
+        out_.number(face.normalIndex[i] + 1);
+      }
     }
-    endFace(face);
+    out_.text(face.vertexCount == 0 ? " \n" : "\n");
+  }
+  /// The faces of a list, in its order.
+  void faces(const OBJElementList& list, Corners corners, std::uint32_t start = 0) {
+    for (const std::uint32_t index : list) {
+      face(model_._faces->view(checked(*model_._faces, index)), corners, start);
+    }
   }
 
  private:
@@ -96,8 +102,6 @@ class OBJLineWriter {
     out_.text(model_._materials[static_cast<std::size_t>(index)].name);
     out_.character('\n');
   }
-
-  void endFace(const OBJFaceView& face) { out_.text(face.vertexCount == 0 ? " \n" : "\n"); }
 
   const OBJModel& model_;
   OBJTextSink out_;
@@ -115,19 +119,65 @@ std::string headerText(const OBJModel& model, const char* mtlName, std::uint32_t
   return text;
 }
 
+/// Which groups list the faces, for questions in face order. All of them together take time linear in the
+/// faces and the lengths of the group lists. A group is its position in `OBJModel::_groupNames`.
+class GroupsInFaceOrder {
+ public:
+  static constexpr std::uint32_t kNone = UINT32_MAX;
+
+  explicit GroupsInFaceOrder(const OBJModel& model) : first_(model._faces->count, kNone) {
+    lists_.reserve(model._groupNames.size());
+    for (const std::string& name : model._groupNames) {
+      const OBJElementList& list = model._groups.at(name);
+      for (const std::uint32_t face : list) {
+        if (face >= first_.size() || first_[face] != kNone) continue;
+        first_[face] = static_cast<std::uint32_t>(lists_.size());
+      }
+      if (std::is_sorted(list.begin(), list.end())) {
+        lists_.push_back({list.begin(), list.end()});
+      } else {
+        std::vector<std::uint32_t>& sorted = sorted_.emplace_back(list.begin(), list.end());
+        std::sort(sorted.begin(), sorted.end());
+        lists_.push_back({sorted.data(), sorted.data() + sorted.size()});
+      }
+    }
+  }
+
+  /// The first group, in the order of the names, that lists the face; `kNone` if none does.
+  std::uint32_t first(std::uint32_t face) const { return first_[face]; }
+  /// True if the group lists the face, which is not before that of an earlier question.
+  bool contains(std::uint32_t face, std::uint32_t group) {
+    Rest& rest = lists_[group];
+    while (rest.begin != rest.end && *rest.begin < face) ++rest.begin;
+    return rest.begin != rest.end && *rest.begin == face;
+  }
+
+ private:
+  /// What has not been passed of a list in ascending order.
+  struct Rest {
+    const std::uint32_t* begin;
+    const std::uint32_t* end;
+  };
+
+  std::vector<std::uint32_t> first_;
+  std::vector<Rest> lists_;
+  std::vector<std::vector<std::uint32_t>> sorted_;  ///< of lists that are not in ascending order
+};
+
 /// Writes every face once, in order, with a group line wherever the group changes. A face stays with the
 /// group of the face before it as long as that group lists it.
 void writeFaceOrder(OBJModel& model, OBJLineWriter& out) {
   static const std::string kDefault = "default";
+  constexpr std::uint32_t kNone = GroupsInFaceOrder::kNone;
   const std::vector<std::string>& names = model._groupNames;
-  const OBJFaceGroups groups(model);
+  GroupsInFaceOrder groups(model);
   // Faces outside every group go by the name "default", which may be that of a group as well.
   const auto found = std::find(names.begin(), names.end(), kDefault);
   const std::uint32_t fallback =
-      found == names.end() ? OBJFaceGroups::kNone : static_cast<std::uint32_t>(found - names.begin());
+      found == names.end() ? kNone : static_cast<std::uint32_t>(found - names.begin());
   const auto groupOf = [&](std::uint32_t face) {
     const std::uint32_t first = groups.first(face);
-    return first == OBJFaceGroups::kNone ? fallback : first;
+    return first == kNone ? fallback : first;
   };
   const auto nameOf = [&](std::uint32_t group) { return group < names.size() ? names[group] : kDefault; };
 
@@ -135,14 +185,14 @@ void writeFaceOrder(OBJModel& model, OBJLineWriter& out) {
   out.group(nameOf(current));
   model._faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
     // Without a group "default" the question gives the model an empty one, which stays.
-    const bool stays = current == OBJFaceGroups::kNone ? model.IsFaceInGroup(index, kDefault)
-                                                       : groups.contains(index, current);
+    const bool stays =
+        current == kNone ? model.IsFaceInGroup(index, kDefault) : groups.contains(index, current);
     const std::uint32_t group = stays ? current : groupOf(index);
     if (group != current) {
       current = group;
       out.group(nameOf(current));
     }
-    out.face(face);
+    out.face(face, OBJLineWriter::Corners::complete);
   });
 }
 
@@ -159,21 +209,16 @@ bool OBJModel::write(std::string path, bool byFaceOrder, const char* mtlName) {
   out.positions(0, _vertices->count);
   const OBJVectorArray& textures = *_textureCoords;
   for (std::uint32_t i = 0; i < textures.count; ++i) out.vector("vt ", textures[i]);
-  // Texture coordinates under the normals' keyword: files of this writer have always been so, and readers of
-  // them recompute normals. Past the last texture coordinate this meets the array's own assertion.
-  const std::uint64_t slots = std::uint64_t{textures.blocks.size()} * textures.blockSize;
-  for (std::uint32_t i = 0; i < _normals->count; ++i) {
-    // The file then ends with the lines before.
-    if (i == slots) out.flush();
-    out.vector("vn ", textures[i]);
-  }
+  // Texture coordinates under the normals' keyword: fixed by the host's contract. Past the last texture
+  // coordinate this meets the array's own assertion.
+  for (std::uint32_t i = 0; i < _normals->count; ++i) out.vector("vn ", textures[out.checked(textures, i)]);
   if (byFaceOrder) {
     writeFaceOrder(*this, out);
   } else {
     for (const std::string& name : _groupNames) {
       out.group(name);
       out.resetMaterial();
-      for (const std::uint32_t face : _groups.at(name)) out.face(_faces->view(face));
+      out.faces(_groups.at(name), OBJLineWriter::Corners::complete);
     }
   }
   return true;
@@ -189,7 +234,7 @@ bool OBJModel::WriteGroup(std::string path, std::uint32_t group, const char* mtl
   out.header(headerText(*this, mtlName, count, static_cast<std::uint32_t>(faces.size())));
   out.positions(start, count);
   out.group(name);
-  for (const std::uint32_t face : faces) out.face(_faces->view(face), start);
+  out.faces(faces, OBJLineWriter::Corners::positionsOnly, start);
   return true;
 }
 
@@ -204,7 +249,7 @@ bool OBJModel::WriteSmoothingGroup(std::string path, std::uint32_t number, const
   // A "g" line, not an "s" line: the host is to see the smoothing group as a named group.
   out.group(number);
   _faces->forEachFace([&](std::uint32_t, const OBJFaceView& face) {
-    if (face.smoothingGroup == number) out.face(face, start);
+    if (face.smoothingGroup == number) out.face(face, OBJLineWriter::Corners::positionsOnly, start);
   });
   return true;
 }

@@ -12,13 +12,13 @@ inline void answer(char* block1, std::string_view text) {
   block1[text.size()] = '\0';
 }
 
-/// The work of a call with every exception turned into the call's failure.
+/// The work of a call; -1 for an exception.
 template <class Work>
-float guarded(float failure, Work work) {
+float guarded(Work work) {
   try {
     return work();
   } catch (...) {
-    return failure;
+    return -1.0F;
   }
 }
 

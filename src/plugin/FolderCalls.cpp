@@ -17,17 +17,17 @@ KSMTH_CALL(FileDelete) {
 }
 
 KSMTH_CALL(OpenFolder) {
-  // A folder that is still open is not closed but lost, whether the new one opens or not: scripts close a
-  // folder before they open the next.
+  // A folder that is still open is not closed but lost, whether the new one opens or not: fixed by the host's
+  // contract.
   folder = text != nullptr ? opendir(text) : nullptr;
   return status(folder != nullptr);
 }
 
 KSMTH_CALL(GetFile) {
   if (folder == nullptr) return -1.0F;
-  if (block1 == nullptr) return -2.0F;
   const dirent* entry = readdir(folder);
   if (entry == nullptr) return -3.0F;
+  if (block1 == nullptr) return -2.0F;
   answer(block1, entry->d_name);
   return 0.0F;
 }

@@ -63,7 +63,7 @@ KSMTH_CALL(Version) {
 KSMTH_CALL(LoadOBJFile) {
   freeModel();
   if (text == nullptr) return 0.0F;
-  const float groups = guarded(-1.0F, [&] {
+  const float groups = guarded([&] {
     gOBJModel = newModel();
     if (gOBJModel == nullptr) return 0.0F;
     if (readModel(*gOBJModel, text)) return static_cast<float>(groupCount());
@@ -81,7 +81,7 @@ KSMTH_CALL(FreeOBJModel) {
 
 KSMTH_CALL(ReplaceOBJVertices) {
   if (gOBJModel == nullptr || text == nullptr || *text == '\0') return -1.0F;
-  return guarded(-1.0F, [&] {
+  return guarded([&] {
     OBJModel other(true);
     if (!readModel(other, text)) return -2.0F;
     return gOBJModel->SwapVertices(other) ? 0.0F : -3.0F;
@@ -95,7 +95,7 @@ KSMTH_CALL(GetOBJInfo) {
   if (key == "faceCount") return static_cast<float>(gOBJModel->_faces->count);
   if (key == "groupCount") return static_cast<float>(groupCount());
   if (key == "smoothGroupCount") return static_cast<float>(gOBJModel->_smoothingGroupCount);
-  // Not -1 as elsewhere: scripts ask for counts that other versions of the library may not have.
+  // Not -1 as elsewhere: fixed by the host's contract.
   return 0.0F;
 }
 
@@ -103,7 +103,7 @@ KSMTH_CALL(GetOBJGroupInfo) {
   const std::uint32_t n = indexFromNumber(number);
   if (gOBJModel == nullptr || text == nullptr || !(number > 0.0) || n > groupCount()) return -1.0F;
   const std::string_view key = text;
-  return guarded(-1.0F, [&] {
+  return guarded([&] {
     if (key == "name") {
       if (block1 == nullptr) return -2.0F;
       // A number in (0, 1) passes the range test and addresses no group.
@@ -128,14 +128,14 @@ KSMTH_CALL(GetOBJSmoothGroupInfo) {
   // A number in (0, 1) wraps round to an index that no table has.
   const std::uint32_t i = indexFromNumber(number) - 1;
   if (i > count) return -1.0F;
-  // One past the end answers 0: scripts walk the table until they meet it.
+  // One past the end answers 0: fixed by the host's contract.
   return i == count ? 0.0F : static_cast<float>(gOBJModel->_smoothingGroups[i]);
 }
 
 KSMTH_CALL(ExportOBJGroup) {
   const std::uint32_t n = indexFromNumber(number);
   if (gOBJModel == nullptr || text == nullptr || n > groupCount()) return -1.0F;
-  return guarded(-1.0F, [&] {
+  return guarded([&] {
     if (n == 0) return status(gOBJModel->write(text, true, nullptr));
     if (!(number > 0.0)) return -1.0F;
     return status(gOBJModel->WriteGroup(text, n - 1, nullptr));
@@ -147,7 +147,7 @@ KSMTH_CALL(ExportOBJSmoothGroup) {
   if (gOBJModel == nullptr || text == nullptr || !(number > 0.0)) return -1.0F;
   const std::uint32_t count = gOBJModel->_smoothingGroupCount;
   if (n > count) return -1.0F;
-  // A number in (0, 1) stands for the faces outside every smoothing group; scripts use 0.5.
+  // A number in (0, 1) stands for the faces outside every smoothing group: fixed by the host's contract.
   const std::uint32_t group = n - 1 < count ? gOBJModel->_smoothingGroups[n - 1] : 0;
-  return guarded(-1.0F, [&] { return status(gOBJModel->WriteSmoothingGroup(text, group, nullptr)); });
+  return guarded([&] { return status(gOBJModel->WriteSmoothingGroup(text, group, nullptr)); });
 }

@@ -9,7 +9,7 @@ class OBJModel;
 }
 
 /// The one current model: null until a `LoadOBJFile` succeeds, destroyed by the next one, by a failed one and
-/// by `FreeOBJModel`. Nothing frees it at unload. Not guarded: the host calls from its script thread alone.
+/// by `FreeOBJModel`. Nothing frees it at unload. Not guarded, see the calls.
 KSMTH_API extern WavefrontOBJ::OBJModel* gOBJModel;
 
 /// A smoke test that a host or linker finds the library's classes.
@@ -36,6 +36,9 @@ class KSMTH_API KOBJRev01Priv {
 //
 // 0 is success, a negative number a failure; calls that answer with a value return it as it is, so that
 // counts above 2^24 lose precision. No exception leaves a call.
+//
+// The calls share the current model, the open folder and the mask value, none of which is guarded: one call
+// at a time. Calls of `OBJModel` and of Mesh3DUtils.h on models other than the current one may run meanwhile.
 #define KSMTH_CALL(name)                                                                               \
   KSMTH_API float name([[maybe_unused]] const char* text, [[maybe_unused]] double number,              \
                        [[maybe_unused]] char* block1, [[maybe_unused]] std::uint32_t unused1,          \
@@ -68,7 +71,7 @@ KSMTH_CALL(GetOBJInfo);
 KSMTH_CALL(GetOBJGroupInfo);
 
 /// Key "count" answers the number of smoothing groups; key "value" the number that smoothing group `number`,
-/// from 1, carries, and 0 for the one past the last: scripts walk the list until they meet it. -1 otherwise.
+/// from 1, carries, and 0 for the one past the last. -1 otherwise.
 KSMTH_CALL(GetOBJSmoothGroupInfo);
 
 /// Writes group `number`, from 1, or for 0 the whole model in face order, to the OBJ file `text`. Answers 0;
@@ -113,7 +116,8 @@ KSMTH_CALL(FileDelete);
 KSMTH_CALL(OpenFolder);
 
 /// Copies the name of the next entry into `block1`, "." and "..", hidden files and folders included, in the
-/// platform's order, and answers 0. -3 after the last, -1 without an open folder, -2 for a null `block1`.
+/// platform's order, and answers 0. -3 after the last, -1 without an open folder, -2 for a null `block1`, for
+/// which an entry is passed over.
 KSMTH_CALL(GetFile);
 
 /// Closes the folder. Answers 0, or -1 when none is open.

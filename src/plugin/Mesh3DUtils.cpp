@@ -20,9 +20,9 @@ bool Mesh3D_IsLoaded(AMash3DDXF* mesh) {
   } arrays[] = {
       {mesh->subdivisionData.get(),
        "Subdiv data is currently compressed or offline. Please reload and try again"},
-      {mesh->mash.vertexAttributes.get(), attributeMessage},
+      {mesh->vertexAttributes.get(), attributeMessage},
       {mesh->secondAttributeData.get(), attributeMessage},
-      {mesh->mash.pointData.get(), pointMessage},
+      {mesh->pointData.get(), pointMessage},
       {mesh->secondPointData.get(), pointMessage},
   };
   for (const auto& [array, message] : arrays) {

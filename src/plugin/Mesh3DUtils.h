@@ -10,6 +10,11 @@
 // the host imported it from: same vertices, same faces, same order. Indices are from 0. The functions answer
 // -1 where they can do nothing, and have then written nothing. They read and write the host's memory in place
 // and keep nothing of it.
+//
+// Threads that each have a model and a mesh of their own may call at the same time. So may threads that share
+// a model, each with its own mesh: masking only reads the model, creasing does so once the model has its
+// links
+// (`LinkVertsToFaces`), before which a thread must have the model to itself.
 
 /// The mask value that masking writes. Set by `SetMesh3DInfo` alone.
 KSMTH_API extern std::uint8_t sDefaultMaskValue;
@@ -42,7 +47,8 @@ KSMTH_API std::int32_t Mesh3D_MaskSmoothingGroupFromOBJ(AMash3D* mesh, Wavefront
 /// on count and have no bits, as host faces have four sides at most. Bits already set stay. -1 for a null
 /// model or mesh, a group that does not exist, a missing array, block or data, elements that do not have 4
 /// bytes, a count that is not the model's face count, and for want of memory for the links between vertices
-/// and faces, which stay in the model. Throws std::bad_alloc and what `getGroupElements` throws, with nothing
+/// and faces, which stay in the model: as they were made by the first crease or `LinkVertsToFaces`, whatever
+/// has become of the faces since. Throws std::bad_alloc and what `getGroupElements` throws, with nothing
 /// written.
 KSMTH_API std::int32_t Mesh3D_CreaseGroupsFromOBJ(AMash3DDXF* mesh, WavefrontOBJ::OBJModel* model,
                                                   std::uint32_t groupIndex);

@@ -30,10 +30,11 @@ float* importField(AMash3DDXF& mesh, std::string_view key) {
 
 /// Name `index`, from 0, of the mesh's groups; null where there is none.
 const char* groupName(const AMash3DDXF& mesh, std::int32_t index) {
-  const AMemArray* names = mesh.mash.groupNames.get();
-  if (names == nullptr || names->elementSize < 0 || index < 0 || index >= names->count) return nullptr;
+  const AMemArray* names = mesh.groupNames.get();
+  if (names == nullptr || index < 0 || index >= names->count) return nullptr;
   const unsigned char* elements = names->elements();
-  if (elements == nullptr) return nullptr;
+  // Only the first element of a negative size lies within the data.
+  if (elements == nullptr || (index > 0 && names->elementSize < 0)) return nullptr;
   const auto offset = static_cast<std::size_t>(index) * static_cast<std::size_t>(names->elementSize);
   return reinterpret_cast<const char*>(elements + offset);
 }
@@ -50,10 +51,9 @@ float applyGroup(const char* text, double number, std::size_t groupCount, void* 
   if (mesh == nullptr || (key != "mask" && key != "crease")) return -1.0F;
   // A mesh of another vertex count is not the one that the model's file was imported as.
   const std::int64_t vertices = gOBJModel->_vertices->count;
-  if (vertices != Mesh3D_GetVertexAttribCount(&mesh->mash)) return -3.0F;
+  if (vertices != Mesh3D_GetVertexAttribCount(mesh)) return -3.0F;
   // A number in (0, 1) wraps round to an index that no table has, and fails in there.
-  return guarded(-1.0F,
-                 [&] { return static_cast<float>(key == "mask" ? mask(mesh, n - 1) : crease(mesh, n - 1)); });
+  return guarded([&] { return static_cast<float>(key == "mask" ? mask(mesh, n - 1) : crease(mesh, n - 1)); });
 }
 
 }  // namespace
@@ -63,11 +63,11 @@ KSMTH_CALL(GetMesh3DInfo) {
   if (mesh == nullptr || text == nullptr) return -1.0F;
   const std::string_view key = text;
   if (key == "groupCount") {
-    const AMemArray* names = mesh->mash.groupNames.get();
+    const AMemArray* names = mesh->groupNames.get();
     return names != nullptr ? static_cast<float>(names->count) : -1.0F;
   }
   if (key == "groupName") {
-    // From 0, unlike every index of the OBJ calls: the host's scripts rely on it.
+    // From 0, unlike every index of the OBJ calls: fixed by the host's contract.
     const char* name = groupName(*mesh, integerFromNumber(number));
     if (name == nullptr || block1 == nullptr) return -1.0F;
     answer(block1, name);
@@ -79,7 +79,7 @@ KSMTH_CALL(GetMesh3DInfo) {
 
 KSMTH_CALL(SetMesh3DInfo) {
   AMash3DDXF* mesh = meshOf(hostData);
-  // The mask value needs no mesh; scripts rely on a failure without one all the same.
+  // The mask value needs no mesh, and fails without one all the same: fixed by the host's contract.
   if (mesh == nullptr || text == nullptr) return -1.0F;
   const std::string_view key = text;
   if (key == "maskValue") {
@@ -99,7 +99,7 @@ KSMTH_CALL(SetMesh3DFromOBJGroup) {
   return applyGroup(
       text, number, model->_groupNames.size(), hostData,
       [model](AMash3DDXF* mesh, std::uint32_t group) {
-        return Mesh3D_MaskGroupFromOBJ(&mesh->mash, model, group, sDefaultMaskValue);
+        return Mesh3D_MaskGroupFromOBJ(mesh, model, group, sDefaultMaskValue);
       },
       [model](AMash3DDXF* mesh, std::uint32_t group) {
         return Mesh3D_CreaseGroupsFromOBJ(mesh, model, group);
@@ -112,7 +112,7 @@ KSMTH_CALL(SetMesh3DFromOBJSmoothGroup) {
   return applyGroup(
       text, number, model->_smoothingGroupCount, hostData,
       [model](AMash3DDXF* mesh, std::uint32_t group) {
-        return Mesh3D_MaskSmoothingGroupFromOBJ(&mesh->mash, model, group, sDefaultMaskValue);
+        return Mesh3D_MaskSmoothingGroupFromOBJ(mesh, model, group, sDefaultMaskValue);
       },
       [model](AMash3DDXF* mesh, std::uint32_t group) {
         return Mesh3D_CreaseSmoothingGroupFromOBJ(mesh, model, group);

@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <new>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "plugin/FaceSet.h"
 #include "plugin/Mesh3DUtils.h"
@@ -23,13 +23,13 @@ unsigned char* creaseElements(const AMash3DDXF* mesh) {
   return mesh->faceAttributes->elements();
 }
 
-/// Creases the edges between a set of faces and the others, face by face of the set.
+/// Finds the edges between a set of faces and the others, face by face of the set.
 class BorderCrease {
  public:
-  /// The model has its links. All three must outlive this.
-  BorderCrease(const OBJModel& model, const FaceSet& members, unsigned char* elements)
-      : model_(model), members_(members), elements_(elements) {}
+  /// The model has its links. Both must outlive this.
+  BorderCrease(const OBJModel& model, const FaceSet& members) : model_(model), members_(members) {}
 
+  /// Throws std::bad_alloc.
   void add(std::uint32_t index, const OBJFaceView& face) {
     Corner corners[OBJFace::kMaxVertexCount];
     bool anyBorder = false;
@@ -47,104 +47,115 @@ class BorderCrease {
       // Host faces have four sides at most: further edges count and have no bits.
       if (neighbours != 0 && k < 4) bits |= 3U << 2 * k;
     }
-    if (bits != 0) elements_[index * kElementSize + kCreaseByte] |= static_cast<unsigned char>(bits);
+    if (bits != 0) found_.push_back({index, static_cast<unsigned char>(bits)});
   }
 
-  /// Pairs of an edge and a face outside that shares it.
-  std::int32_t pairs() const { return static_cast<std::int32_t>(pairs_); }
+  /// Creases what was found. Answers the pairs of an edge and a face outside that shares it.
+  std::int32_t writeTo(unsigned char* elements) const {
+    for (const Found& face : found_) elements[face.index * kElementSize + kCreaseByte] |= face.bits;
+    return static_cast<std::int32_t>(pairs_);
+  }
 
  private:
   struct Corner {
     std::uint32_t vertex;
-    const OBJLinks* links;  ///< null for a vertex that the model does not have
+    const OBJLinks* links;  ///< unset for a vertex that the model does not have, which is at no border
     bool atBorder;          ///< false if no face outside the set uses the vertex
+
+    /// True for a list of more than one node.
+    bool isPole() const { return links->next != nullptr; }
+  };
+
+  struct Found {
+    std::uint32_t index;
+    unsigned char bits;
   };
 
   /// Fills in the corner and answers its `atBorder`. In place: a corner written field by field and then
   /// copied as a whole would wait for its own stores.
   bool lookAt(std::uint32_t vertex, Corner& corner) const {
     corner.vertex = vertex;
-    corner.links = nullptr;
     bool atBorder = false;
     if (vertex < model_._links->count) {
       const OBJLinks& links = std::as_const(*model_._links)[vertex];
       corner.links = &links;
-      // A pole's list is not searched for each of its faces.
-      atBorder = links.next != nullptr;
-      for (std::uint32_t i = 0; i < links.count; ++i) atBorder |= members_.lacks(links.faces[i]);
+      if (links.next != nullptr) {
+        // A pole's list is not searched for each of its faces.
+        atBorder = true;
+      } else {
+        for (std::uint32_t i = 0; i < links.count; ++i) atBorder |= members_.lacks(links.faces[i]);
+      }
     }
     corner.atBorder = atBorder;
     return atBorder;
   }
 
-  /// Number of entries in a's list that are outside the set and also in b's list. The shorter list is walked;
-  /// the faces themselves tell whether they are in the other.
+  /// Number of entries in a's list that are outside the set and also in b's list. The lists tell, not the
+  /// faces, which may have other vertices by now.
   std::uint32_t outsideNeighbours(const Corner& a, const Corner& b) {
-    const OBJLinks* aNode = a.links;
-    const OBJLinks* bNode = b.links;
-    if (aNode->next != nullptr && bNode->next != nullptr) return neighboursOfPoles(a, b);
-    return aNode->next == nullptr ? walkFirst(a, b) : walkSecond(a, b);
-  }
-
-  /// The same where both lists are long. What is found is kept: the result is the same for every face that
-  /// has this edge, and all of them may have it.
-  std::uint32_t neighboursOfPoles(const Corner& a, const Corner& b) {
-    const std::uint64_t edge = std::uint64_t{a.vertex} << 32 | b.vertex;
-    const auto known = poleEdges_.find(edge);
-    if (known != poleEdges_.end()) return known->second;
+    if (!a.isPole()) return walk(a, b, true);
+    if (!b.isPole()) return walk(b, a, false);
+    // The result is the same for every face that has this edge, and all of them may have it.
+    const auto [known, isNew] = poleEdges_.try_emplace(std::uint64_t{a.vertex} << 32 | b.vertex, 0);
+    if (!isNew) return known->second;
     const OBJLinks* aNode = a.links;
     const OBJLinks* bNode = b.links;
     while (aNode->next != nullptr && bNode->next != nullptr) {
       aNode = aNode->next;
       bNode = bNode->next;
     }
-    const std::uint32_t neighbours = aNode->next == nullptr ? walkFirst(a, b) : walkSecond(a, b);
-    try {
-      poleEdges_.emplace(edge, neighbours);
-    } catch (const std::bad_alloc&) {
-      // Then it is counted again.
-    }
-    return neighbours;
+    return known->second = aNode->next == nullptr ? walk(a, b, true) : walk(b, a, false);
   }
 
-  std::uint32_t walkFirst(const Corner& a, const Corner& b) const {
-    std::uint32_t neighbours = 0;
-    forEachOutside(a.links, [&](std::uint32_t face) { neighbours += uses(face, b.vertex) != 0 ? 1 : 0; });
-    return neighbours;
-  }
-
-  std::uint32_t walkSecond(const Corner& a, const Corner& b) const {
+  /// The same by going through the list that is not the longer one.
+  std::uint32_t walk(const Corner& shorter, const Corner& longer, bool shorterIsA) {
     std::uint32_t neighbours = 0;
     std::uint32_t last = UINT32_MAX;
-    forEachOutside(b.links, [&](std::uint32_t face) {
-      // A face that has b twice is in its list twice, one entry behind the other, and is one neighbour.
-      if (face != last) neighbours += uses(face, a.vertex);
-      last = face;
-    });
+    for (const OBJLinks* node = shorter.links; node != nullptr; node = node->next) {
+      for (std::uint32_t i = 0; i < node->count; ++i) {
+        const std::uint32_t face = node->faces[i];
+        if (!members_.lacks(face)) continue;
+        // A face that has a vertex twice is twice in its list, one entry behind the other. Each entry of a
+        // counts, if b has the face at all.
+        if (shorterIsA) {
+          neighbours += entries(longer, face) != 0 ? 1 : 0;
+        } else if (face != last) {
+          neighbours += entries(longer, face);
+        }
+        last = face;
+      }
+    }
     return neighbours;
   }
 
-  template <class Visitor>
-  void forEachOutside(const OBJLinks* links, Visitor visit) const {
-    for (; links != nullptr; links = links->next) {
-      for (std::uint32_t i = 0; i < links->count; ++i) {
-        if (members_.lacks(links->faces[i])) visit(links->faces[i]);
-      }
-    }
+  static std::uint32_t entries(const OBJLinks& node, std::uint32_t face) {
+    std::uint32_t count = 0;
+    for (std::uint32_t i = 0; i < node.count; ++i) count += node.faces[i] == face ? 1 : 0;
+    return count;
   }
 
-  /// Corners of the face that are this vertex.
-  std::uint32_t uses(std::uint32_t index, std::uint32_t vertex) const {
-    const OBJFaceView face = model_._faces->view(index);
-    std::uint32_t corners = 0;
-    for (std::uint32_t i = 0; i < face.vertexCount; ++i) corners += face.vertexIndex[i] == vertex ? 1 : 0;
-    return corners;
+  /// How often the face is in the corner's list.
+  std::uint32_t entries(const Corner& corner, std::uint32_t face) {
+    if (!corner.isPole()) return entries(*corner.links, face);
+    // Lists are in face order. The nodes of a pole's are kept as far as they were asked for.
+    std::vector<const OBJLinks*>& nodes = poles_[corner.vertex];
+    if (nodes.empty()) nodes.push_back(corner.links);
+    const auto endsBefore = [face](const OBJLinks* node) { return node->faces[node->count - 1] < face; };
+    while (endsBefore(nodes.back()) && nodes.back()->next != nullptr) nodes.push_back(nodes.back()->next);
+    // Faces come in order, mostly.
+    const bool isLast = nodes.size() == 1 || endsBefore(nodes[nodes.size() - 2]);
+    const OBJLinks* node =
+        isLast ? nodes.back() : *std::partition_point(nodes.begin(), nodes.end() - 1, endsBefore);
+    std::uint32_t count = 0;
+    for (; node != nullptr && node->faces[0] <= face; node = node->next) count += entries(*node, face);
+    return count;
   }
 
   const OBJModel& model_;
   const FaceSet& members_;
-  unsigned char* elements_;
+  std::vector<Found> found_;
   std::uint32_t pairs_ = 0;
+  std::unordered_map<std::uint32_t, std::vector<const OBJLinks*>> poles_;
   std::unordered_map<std::uint64_t, std::uint32_t> poleEdges_;
 };
 
@@ -174,9 +185,9 @@ std::int32_t Mesh3D_CreaseGroupsFromOBJ(AMash3DDXF* mesh, OBJModel* model, std::
   const auto& list = model->getGroupElements(model->_groupNames[groupIndex]);
   FaceSet members(model->_faces->count);
   for (const std::uint32_t face : list) members.add(face);
-  BorderCrease border(*model, members, elements);
+  BorderCrease border(*model, members);
   for (const std::uint32_t face : list) border.add(face, model->_faces->view(face));
-  return border.pairs();
+  return border.writeTo(elements);
 }
 
 std::int32_t Mesh3D_CreaseSmoothingGroupFromOBJ(AMash3DDXF* mesh, OBJModel* model,
@@ -189,9 +200,9 @@ std::int32_t Mesh3D_CreaseSmoothingGroupFromOBJ(AMash3DDXF* mesh, OBJModel* mode
   model->_faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
     if (face.smoothingGroup == number) members.add(index);
   });
-  BorderCrease border(*model, members, elements);
+  BorderCrease border(*model, members);
   model->_faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
     if (face.smoothingGroup == number) border.add(index, face);
   });
-  return border.pairs();
+  return border.writeTo(elements);
 }

@@ -2,9 +2,9 @@
 
 #include <cmath>
 
+#include "Truncate.h"
 #include "system/Host.h"
 #include "system/Memory.h"
-#include "system/Truncate.h"
 
 std::uint32_t* gGroupIDColors = nullptr;
 
@@ -12,6 +12,10 @@ namespace {
 
 constexpr std::uint32_t kGroupColorCount = 512;
 constexpr std::uint32_t kFirstGroupColor = 0xFFFEFEFE;
+
+void store(float* to, float value) {
+  if (to != nullptr) *to = value;
+}
 
 std::uint32_t packedComponent(float component) {
   return static_cast<std::uint32_t>(truncateToInt32(std::fma(component, 255.0F, 0.5F)));
@@ -52,13 +56,11 @@ void RGB_to_HSL(float r, float g, float b, float* h, float* s, float* l) {
   const float sum = max + min;
   const float lightness = sum * 0.5F;
   const float delta = max - min;
-  *h = 0.0F;
-  *s = 0.0F;
-  *l = lightness;
-  if (lightness <= 0.0F) return;
-  *s = delta;
-  if (delta <= 0.0F) return;
-  *s = delta / (lightness <= 0.5F ? sum : 2.0F - max - min);
+  store(h, 0.0F);
+  store(s, 0.0F);
+  store(l, lightness);
+  if (lightness <= 0.0F || delta <= 0.0F) return;
+  store(s, delta / (lightness <= 0.5F ? sum : 2.0F - max - min));
   const float rc = (max - r) / delta;
   const float gc = (max - g) / delta;
   const float bc = (max - b) / delta;
@@ -70,18 +72,18 @@ void RGB_to_HSL(float r, float g, float b, float* h, float* s, float* l) {
   } else {
     sixths = min == r ? 3.0F + gc : 5.0F - rc;
   }
-  *h = sixths / 6.0F;
+  store(h, sixths / 6.0F);
 }
 
 void HSL_to_RGB(float h, float s, float l, float* r, float* g, float* b) {
-  const auto store = [&](float red, float green, float blue) {
-    *r = red;
-    *g = green;
-    *b = blue;
+  const auto storeAll = [&](float red, float green, float blue) {
+    store(r, red);
+    store(g, green);
+    store(b, blue);
   };
   const float v = l <= 0.5F ? l * (1.0F + s) : l + s - l * s;
   if (v <= 0.0F) {
-    store(0.0F, 0.0F, 0.0F);
+    storeAll(0.0F, 0.0F, 0.0F);
     return;
   }
   const float m = 2.0F * l - v;
@@ -95,22 +97,22 @@ void HSL_to_RGB(float h, float s, float l, float* r, float* g, float* b) {
   switch (sextant) {
     case 0:
     case 6:
-      store(v, mid1, m);
+      storeAll(v, mid1, m);
       break;
     case 1:
-      store(mid2, v, m);
+      storeAll(mid2, v, m);
       break;
     case 2:
-      store(m, v, mid1);
+      storeAll(m, v, mid1);
       break;
     case 3:
-      store(m, mid2, v);
+      storeAll(m, mid2, v);
       break;
     case 4:
-      store(mid1, m, v);
+      storeAll(mid1, m, v);
       break;
     case 5:
-      store(v, m, mid2);
+      storeAll(v, m, mid2);
       break;
     default:
       // The outputs keep what they had, see the header.

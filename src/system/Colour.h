@@ -9,20 +9,20 @@
 
 /// Hue (0 to 1: red, yellow, green, cyan, blue, magenta and back to red), saturation and lightness of a
 /// colour. Hue and saturation are 0 for a grey and for any colour of lightness 0 or less, black among them.
-/// The pointers must be valid.
+/// A null pointer asks for nothing.
 KSMTH_API void RGB_to_HSL(float r, float g, float b, float* h, float* s, float* l);
 
-/// The colour of a hue, saturation and lightness; hue 1 is hue 0. The pointers must be valid.
+/// The colour of a hue, saturation and lightness; hue 1 is hue 0. A null pointer asks for nothing.
 ///
 /// The sixth of the wheel that a hue falls into is truncated towards zero. A hue of -1/6 or below, or of 7/6
-/// and more, falls into none and leaves the outputs as they are, except where the lightness makes it black:
-/// callers keep their colour that way.
+/// and more, and one that is no number, falls into none and leaves the outputs as they are, except where the
+/// lightness makes it black: fixed by the host's contract.
 KSMTH_API void HSL_to_RGB(float h, float s, float l, float* r, float* g, float* b);
 
 /// A colour as an integer, red in bits 16 to 23, green in bits 8 to 15 and blue in bits 0 to 7. Each
 /// component is the integer part of component * 255 + 0.5, rounded once (a fused multiply-add). A component
-/// outside 0 to 1 spills into the bits of the others, which the host accepts; one out of the range of an
-/// integer is held there, and a NaN counts as 0.
+/// outside 0 to 1 spills into the bits of the others, fixed by the host's contract; one out of the range of
+/// an integer is held there, as `truncateToInt32` tells.
 KSMTH_API std::uint32_t PackRGB(float r, float g, float b);
 
 /// The palette of `GetGroupColor`: 512 entries of `MY_MEM_MALLOC`, never freed; null before the first call.

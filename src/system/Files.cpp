@@ -30,7 +30,7 @@ bool hasFolder(const char* path) {
   char copy[kMaxPath];
   if (length >= sizeof copy) return false;
   std::memcpy(copy, path, length + 1);
-  // The lower case stays in this question: files keep the name that the user has typed.
+  // The lower case stays in this question: a new file is named as its path spells it.
   if (length > 3 && copy[length - 4] == '.') STR_LowerCase(copy + length - 3);
   return MakeFileSpec(copy, false, nullptr, true) != nullptr;
 }

@@ -47,7 +47,7 @@ struct KSMTH_API FileSpec {
   FSSpec* GetFSSpec();
 };
 
-// The library's users know these two by the underscore.
+// The names are fixed by the host's contract.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 /// The pool.
 KSMTH_API extern FileSpec _fileSpec[kMaxOpenFiles];
@@ -86,10 +86,10 @@ KSMTH_API FileSpec* Sys_FileOpenOrCreate(const char* path, bool write, std::int3
 KSMTH_API void Sys_FileClose(FileSpec* file, bool setEndOfFile);
 
 /// Reads at most `count` bytes into `buffer` and answers how many: fewer only at the end of the file or on an
-/// error. 0 for a file that is not open and a count below 1.
+/// error. 0 for a file that is not open, a null buffer and a count below 1.
 KSMTH_API std::int32_t Sys_FileRead(FileSpec* file, void* buffer, std::int32_t count);
-/// Writes `count` bytes and answers how many were: fewer on a full disk or another error, and then sets
-/// `gIncompleteSaveCount`.
+/// Writes `count` bytes and answers how many were: fewer on a full disk or another error (0 of a null
+/// buffer), and then sets `gIncompleteSaveCount`.
 KSMTH_API std::int32_t Sys_FileWrite(FileSpec* file, const void* buffer, std::int32_t count);
 
 /// `Sys_FileRead` that reverses the bytes that it has read: one number of the other byte order.
@@ -112,17 +112,17 @@ KSMTH_API std::int32_t Sys_FileGetSize(FileSpec* file);
 /// Cuts or extends the file to end at the current position. Nothing where it cannot be.
 KSMTH_API void Sys_SetEndOfFile(FileSpec* file);
 
-/// True when `Sys_FileOpen` can open the file so at the moment. The name is spelled as the library's users
-/// call it, here and below.
+/// True when `Sys_FileOpen` can open the file so at the moment. The name's spelling is fixed by
+/// the host's contract, here and below.
 KSMTH_API bool Sys_FileAvialable(const char* path, bool write);
 
 /// Deletes a file of any size; 0 when it is gone, -1 when it cannot be deleted. What cannot be opened for
-/// reading counts as gone, a folder too: callers clear the way for a new file and mind nothing else.
+/// reading counts as gone, a folder too: fixed by the host's contract.
 KSMTH_API int Sys_FileDelete(const char* path);
 
 /// Puts the wanted parts of `path` together in `out`, in the order folder, name, extension. True if every
 /// wanted part was found; the others are written all the same. `out` needs the length of `path` and a NUL; it
-/// may be `path` itself.
+/// may be `path` itself, and null answers false.
 ///
 /// The extension is a dot that stands fourth from the end, with the letters and digits behind it, unless the
 /// path ends with a delimiter (`STR_IsDelimiter`); the name ends before that dot, else with the path. So

@@ -71,18 +71,18 @@ std::int32_t Sys_AvailableSystemMem(bool /*unused1*/, bool /*unused2*/) {
 }
 
 void Sys_MemCopy(void* to, const void* from, std::int32_t n) {
-  if (n > 0) std::memcpy(to, from, static_cast<std::size_t>(n));
+  if (n > 0 && to != nullptr && from != nullptr) std::memcpy(to, from, static_cast<std::size_t>(n));
 }
 
 void Sys_MemMove(void* to, const void* from, std::int32_t n) {
-  if (n > 0) std::memmove(to, from, static_cast<std::size_t>(n));
+  if (n > 0 && to != nullptr && from != nullptr) std::memmove(to, from, static_cast<std::size_t>(n));
 }
 
 void Sys_MemZero(void* to, std::int32_t n) {
-  if (n > 0) std::memset(to, 0, static_cast<std::size_t>(n));
+  Sys_MemSet(to, 0, n);
 }
 
 // The platform's fill works in words and wider.
 void Sys_MemSet(void* to, unsigned char value, std::int32_t n) {
-  if (n > 0) std::memset(to, value, static_cast<std::size_t>(n));
+  if (n > 0 && to != nullptr) std::memset(to, value, static_cast<std::size_t>(n));
 }

@@ -8,7 +8,7 @@
 // they serve have them.
 
 /// Bytes of all blocks ever obtained through `MY_MEM_MALLOC`, by the sizes that `Sys_GetMemSize` tells. Wraps
-/// round. Freeing does not subtract: the host's makers read it as a measure of work, not of use.
+/// round. Freeing does not subtract: fixed by the host's contract.
 KSMTH_API extern std::int32_t gAllocatedMem;
 /// Set to 1 by every allocation that fails. Whoever looks at it clears it; nothing here does.
 KSMTH_API extern std::int32_t gMemAllocationFailed;
@@ -29,11 +29,13 @@ KSMTH_API std::int32_t Sys_GetMemSize(void* block);
 /// Bytes of memory that the system has to give, at most 2^31 - 1. Both flags are ignored.
 KSMTH_API std::int32_t Sys_AvailableSystemMem(bool unused1, bool unused2);
 
-/// Copies `n` bytes between areas that do not overlap; nothing for an `n` below 1.
+// These four do nothing for an `n` below 1 and where a pointer is null.
+
+/// Copies `n` bytes between areas that do not overlap.
 KSMTH_API void Sys_MemCopy(void* to, const void* from, std::int32_t n);
-/// Copies `n` bytes between areas that may overlap; nothing for an `n` below 1.
+/// Copies `n` bytes between areas that may overlap.
 KSMTH_API void Sys_MemMove(void* to, const void* from, std::int32_t n);
-/// Zeroes `n` bytes; nothing for an `n` below 1.
+/// Zeroes `n` bytes.
 KSMTH_API void Sys_MemZero(void* to, std::int32_t n);
-/// Sets `n` bytes to `value`; nothing for an `n` below 1.
+/// Sets `n` bytes to `value`.
 KSMTH_API void Sys_MemSet(void* to, unsigned char value, std::int32_t n);

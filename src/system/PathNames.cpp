@@ -14,13 +14,13 @@ const char* withoutPathPrefix(const char* path) {
 
 bool ExtructFileNameComponents(const char* path, char* out, bool wantFolder, bool wantName,
                                bool wantExtension) {
+  if (out == nullptr) return false;
   const std::string_view whole(path == nullptr ? "" : path);
   const std::size_t length = whole.size();
 
   std::size_t nameEnd = length;
   std::size_t extensionEnd = length;
-  // Exactly the fourth from the end: the host's file types all have three letters, and a longer ending
-  // belongs to the name.
+  // Exactly the fourth from the end: a longer ending belongs to the name, fixed by the host's contract.
   if (length > 3 && whole[length - 4] == '.' && !STR_IsDelimiter(whole[length - 1])) {
     nameEnd = length - 4;
     extensionEnd = nameEnd + 1;
@@ -28,7 +28,7 @@ bool ExtructFileNameComponents(const char* path, char* out, bool wantFolder, boo
   }
 
   std::size_t nameStart = 0;
-  // Bare paths have no folder part: the host's own always come with a prefix.
+  // Bare paths have no folder part: fixed by the host's contract.
   if (length > 1 && whole[1] == ':') {
     nameStart = nameEnd;
     while (nameStart > 0 && !STR_IsDelimiter(whole[nameStart - 1])) --nameStart;

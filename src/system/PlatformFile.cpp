@@ -29,7 +29,7 @@ std::int32_t room(int descriptor) {
 /// Moves `count` bytes at `bytes` with `call`, which may do so in pieces.
 template <class Byte, class Call>
 std::int32_t transfer(int descriptor, Byte* bytes, std::int32_t count, Call call) {
-  const std::int32_t wanted = count < 1 ? 0 : std::min(count, room(descriptor));
+  const std::int32_t wanted = count < 1 || bytes == nullptr ? 0 : std::min(count, room(descriptor));
   std::int32_t done = 0;
   while (done < wanted) {
     const auto moved = uninterrupted(

@@ -27,7 +27,7 @@ std::int64_t position(int descriptor);
 bool setPosition(int descriptor, std::int64_t position);
 
 /// Moves up to `count` bytes and answers how many; fewer only at the end of the file, on an error, or where
-/// the position would pass 2^31 - 1. A count below 1 is 0.
+/// the position would pass 2^31 - 1. 0 for a count below 1 and a null buffer.
 std::int32_t readBytes(int descriptor, void* buffer, std::int32_t count);
 std::int32_t writeBytes(int descriptor, const void* buffer, std::int32_t count);
 

@@ -15,6 +15,13 @@ bool isSkippable(char c, bool skipDigits) {
   return code(c) < 33 || (skipDigits && STR_IsNumerical(c));
 }
 
+/// Characters of `text`, at most `max` of them.
+std::size_t lengthUpTo(const char* text, std::size_t max) {
+  if (text == nullptr) return 0;
+  const void* const end = std::memchr(text, '\0', max);
+  return end == nullptr ? max : static_cast<std::size_t>(static_cast<const char*>(end) - text);
+}
+
 const char* compareLoose(const char* a, const char* b, bool skipDigits) {
   while (*a != '\0' && *b != '\0') {
     if (*a == *b) {
@@ -39,22 +46,24 @@ const char* compareLoose(const char* a, const char* b, bool skipDigits) {
 }  // namespace
 
 std::int16_t STR_Length(const char* text) {
-  return static_cast<std::int16_t>(std::strlen(text));
+  return text == nullptr ? std::int16_t{0} : static_cast<std::int16_t>(std::strlen(text));
 }
 
 char* STR_CopyCString(const char* from, char* to, int max) {
-  for (int room = max > 0 ? max : 255; room > 0 && *from != '\0'; --room) *to++ = *from++;
-  *to = '\0';
-  return to;
+  if (to == nullptr) return nullptr;
+  const std::size_t length = lengthUpTo(from, max > 0 ? static_cast<std::size_t>(max) : 255);
+  if (length > 0) std::memmove(to, from, length);
+  to[length] = '\0';
+  return to + length;
 }
 
 void STR_C2P(const char* text, unsigned char* counted) {
-  unsigned char length = 0;
-  while (length < 255 && *text != '\0') {
-    const char c = *text++;
-    counted[++length] = static_cast<unsigned char>(c == '\n' ? '\r' : c);
-  }
-  counted[0] = length;
+  if (counted == nullptr) return;
+  const std::size_t length = lengthUpTo(text, 255);
+  // All at once, since the text may lie where its copy goes.
+  if (length > 0) std::memmove(counted + 1, text, length);
+  std::replace(counted + 1, counted + 1 + length, '\n', '\r');
+  counted[0] = static_cast<unsigned char>(length);
 }
 
 char STR_LowerCase(char c) {
@@ -62,7 +71,7 @@ char STR_LowerCase(char c) {
 }
 
 void STR_LowerCase(char* text) {
-  for (; *text != '\0'; ++text) *text = STR_LowerCase(*text);
+  for (; text != nullptr && *text != '\0'; ++text) *text = STR_LowerCase(*text);
 }
 
 bool STR_IsDelimiter(char c) {
@@ -82,11 +91,13 @@ bool STR_IsAlphaNumeic(char c) {
 }
 
 const char* STR_CompareExact(const char* a, const char* b) {
-  const std::size_t length = std::strlen(b);
-  return std::strcmp(a, b) == 0 ? b + length : nullptr;
+  const char* const end = STR_Compare(a, b, false, false);
+  return end != nullptr && *end == '\0' ? end : nullptr;
 }
 
 const char* STR_Compare(const char* a, const char* b, bool loose, bool skipDigits) {
+  if (b == nullptr) return nullptr;
+  if (a == nullptr) return b;
   if (loose) return compareLoose(a, b, skipDigits);
   for (; *a != '\0'; ++a, ++b) {
     if (*a != *b) return nullptr;
@@ -95,6 +106,7 @@ const char* STR_Compare(const char* a, const char* b, bool loose, bool skipDigit
 }
 
 char* STR_LongToString(long value, char* out, int width) {
+  if (out == nullptr) return nullptr;
   char digits[24];
   const char* const digitsEnd = std::to_chars(digits, digits + sizeof digits, value).ptr;
   const bool negative = value < 0;

@@ -6,7 +6,7 @@
 
 int SaveToFile(const char* path, const void* data, std::int32_t size) {
   constexpr std::int32_t kPhotoshopType = 0x50534420;  // "PSD "
-  if (size < 0) return -1;
+  if (size < 0 || (data == nullptr && size > 0)) return -1;
   FileSpec* const file = Sys_FileOpenOrCreate(path, true, kPhotoshopType);
   if (file == nullptr) return -1;
   const std::int32_t written = Sys_FileWrite(file, data, size);
@@ -16,16 +16,16 @@ int SaveToFile(const char* path, const void* data, std::int32_t size) {
 }
 
 void* LoadFromFile(const char* path, std::int32_t* size) {
-  *size = 0;
+  if (size != nullptr) *size = 0;
   FileSpec* const file = Sys_FileOpen(path, false);
   if (file == nullptr) return nullptr;
   const std::int32_t wanted = Sys_FileGetSize(file);
-  *size = wanted;
+  if (size != nullptr) *size = wanted;
   void* const block = wanted > 0 ? MY_MEM_MALLOC(wanted, "LoadFromFile") : nullptr;
   if (block != nullptr) {
     const std::int32_t read = Sys_FileRead(file, block, wanted);
     if (read != wanted) Sys_BreakToDebugger();
-    // Up to the block's end, which may lie beyond the file's: whoever gets the block alone reads up to there.
+    // Up to the block's end as `Sys_GetMemSize` tells it, which may lie beyond the file's.
     Sys_MemZero(static_cast<char*>(block) + read, Sys_GetMemSize(block) - read);
   }
   Sys_FileClose(file, false);

@@ -1,72 +1,41 @@
+#include "Checksum.h"
 #include "TestSupport.h"
 #include "system/TalvexPlugin.h"
 
-namespace {
-
-/// Characters of `b` matched, -1 for null.
-std::ptrdiff_t matched(const char* a, const char* b, bool loose, bool skipDigits) {
-  const char* end = STR_Compare(a, b, loose, skipDigits);
-  return end == nullptr ? -1 : end - b;
-}
-
-}  // namespace
-
 TEST(Strings, CompareMatchesPatternAgainstText) {
-  const struct {
-    const char* a;
-    const char* b;
-    bool loose;
-    bool skipDigits;
-    std::ptrdiff_t matched;
-  } cases[] = {
-      {"file:", "file:a/b", false, false, 5},
-      {"file:", "File:a", false, false, -1},
-      {"file:", "file", false, false, -1},
-      {"", "x", false, false, 0},
-      {"AB", "A B", true, false, 3},
-      {"A B", "AB", true, false, 2},
-      {"A1B", "AB", true, true, 2},
-      {"AB", "A12B", true, true, 4},
-      {"A1B", "AB", true, false, -1},
-      {"AB", "ABC", true, false, 2},
-      {"AB 9", "AB", true, true, 2},
-      {"AB 9", "AB", true, false, -1},
-      {"AB", "A\x80\xFF\tB", true, false, 5},
-      {"A\xE9", "A", true, false, 1},
-      {"A!", "A", true, false, -1},
-      {"ab", "AB", true, true, -1},
-      {"A1", "A2", true, true, 1},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(matched(c.a, c.b, c.loose, c.skipDigits), c.matched) << c.a << " | " << c.b << " " << c.loose;
+  Checksum all;
+  const std::vector<std::string> texts = everyText("A1! \xE9", 3);
+  for (const std::string& a : texts) {
+    for (const std::string& b : texts) {
+      for (const unsigned mode : {0U, 1U, 2U, 3U}) {
+        const char* end = STR_Compare(a.c_str(), b.c_str(), (mode & 1U) != 0, (mode & 2U) != 0);
+        all.add(end == nullptr ? -1 : static_cast<std::int32_t>(end - b.c_str()));
+      }
+      EXPECT_EQ(STR_CompareExact(a.c_str(), b.c_str()), a == b ? b.c_str() + b.size() : nullptr);
+    }
   }
-  const char* b = "same";
-  EXPECT_EQ(STR_CompareExact("same", b), b + 4);
-  EXPECT_EQ(STR_CompareExact("sam", b), nullptr);
+  EXPECT_EQ(all.sum, 0x7DBF7887U);
+  const char* b = "file:a/b";
+  EXPECT_EQ(STR_Compare("file:", b, false, false), b + 5);
+  EXPECT_EQ(STR_Compare("File:", b, false, false), nullptr);
+  EXPECT_EQ(STR_Compare(nullptr, b, true, true), b);
+  EXPECT_EQ(STR_CompareExact(nullptr, nullptr), nullptr);
 }
 
 TEST(Strings, LongToStringPadsInFrontOfTheSign) {
-  const struct {
-    long value;
-    int width;
-    const char* text;
-  } cases[] = {{0, 0, "0"},
-               {123, 5, "00123"},
-               {-5, 4, "00-5"},
-               {-5, 0, "-5"},
-               {-5, 1, "-"},
-               {0, 1, "0"},
-               {0, 3, "000"},
-               {1234, 2, "1234"},
-               {-1234, 5, "-1234"},
-               {-2147483647L - 1, 0, "-2147483648"},
-               {2147483647L, 12, "002147483647"}};
-  for (const auto& c : cases) {
-    char out[24];
-    const char* end = STR_LongToString(c.value, out, c.width);
-    EXPECT_STREQ(out, c.text);
-    EXPECT_EQ(end, out + std::strlen(c.text)) << c.text;
+  char out[24];
+  Checksum all;
+  for (const long value : {0L, 7L, -5L, 1234L, -1234L, 2147483647L, -2147483647L - 1}) {
+    for (int width = -1; width < 14; ++width) {
+      const char* end = STR_LongToString(value, out, width);
+      EXPECT_EQ(end, out + std::strlen(out));
+      all.add(std::string_view(out));
+    }
   }
+  EXPECT_EQ(all.sum, 0xBF089065U);
+  STR_LongToString(-5, out, 4);
+  EXPECT_STREQ(out, "00-5");
+  EXPECT_EQ(STR_LongToString(5, nullptr, 0), nullptr);
 }
 
 TEST(Strings, CopiesStayWithinTheirLimits) {
@@ -76,30 +45,41 @@ TEST(Strings, CopiesStayWithinTheirLimits) {
   EXPECT_STREQ(out, "xxxx");
   EXPECT_EQ(STR_CopyCString(text.c_str(), out, 0), out + 255);
   EXPECT_EQ(STR_CopyCString("ab", out, 4), out + 2);
+  EXPECT_EQ(STR_CopyCString(nullptr, out, 4), out);
+  EXPECT_STREQ(out, "");
+  EXPECT_EQ(STR_CopyCString("ab", nullptr, 4), nullptr);
+
   unsigned char counted[256];
   STR_C2P(text.c_str(), counted);
   EXPECT_EQ(counted[0], 255);
   EXPECT_EQ(counted[255], 'x');
   STR_C2P("a\nb\r", counted);
   EXPECT_EQ(std::memcmp(counted, "\4a\rb\r", 5), 0);
+  std::memcpy(counted, "hello", 6);
+  STR_C2P(reinterpret_cast<char*>(counted), counted);
+  EXPECT_EQ(std::memcmp(counted, "\5hello", 6), 0) << "in place";
+  STR_C2P(nullptr, counted);
+  EXPECT_EQ(counted[0], 0);
+  STR_C2P("ab", nullptr);
   EXPECT_EQ(STR_Length(std::string(40000, 'x').c_str()), 40000 - 65536);
+  EXPECT_EQ(STR_Length(nullptr), 0);
 }
 
 TEST(Strings, ClassesAreAsciiOnly) {
-  std::string delimiters;
+  std::string delimiters, digits, letters, both;
   for (int i = 1; i < 256; ++i) {
     const char c = static_cast<char>(i);
     if (STR_IsDelimiter(c)) delimiters += c;
-    const bool digit = i >= 48 && i <= 57;
-    const bool upper = i >= 65 && i <= 90;
-    const bool lower = i >= 97 && i <= 122;
-    EXPECT_EQ(STR_IsNumerical(c), digit) << i;
-    EXPECT_EQ(STR_IsAlpha(c), upper || lower) << i;
-    EXPECT_EQ(STR_IsAlphaNumeic(c), digit || upper || lower) << i;
-    EXPECT_EQ(STR_LowerCase(c), upper ? static_cast<char>(i + 32) : c) << i;
+    if (STR_IsNumerical(c)) digits += c;
+    if (STR_IsAlpha(c)) letters += c;
+    if (STR_IsAlphaNumeic(c)) both += c;
   }
   EXPECT_EQ(delimiters, ",/:\\");
-  char text[] = "AbZ[\xC4";
+  EXPECT_EQ(digits, "0123456789");
+  EXPECT_EQ(letters, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+  EXPECT_EQ(both, digits + letters);
+  char text[] = "@AbZ[`{\xC4";
   STR_LowerCase(text);
-  EXPECT_STREQ(text, "abz[\xC4");
+  EXPECT_STREQ(text, "@abz[`{\xC4");
+  STR_LowerCase(static_cast<char*>(nullptr));
 }

@@ -16,12 +16,12 @@ void* mapMemory(std::size_t bytes) {
   return memory;
 }
 
-bool crossesBoundary(const std::uint8_t* begin, std::size_t bytes) {
-  const auto first = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(begin));
-  return (first >> 32U) != ((first + bytes - 1) >> 32U);
-}
-
 }  // namespace
+
+std::uint64_t Arena::placeIn(std::uint64_t first, std::uint64_t bytes) {
+  // Of two halves of that size side by side, a boundary can be inside of one only.
+  return first >> 32U == (first + bytes - 1) >> 32U ? first : first + bytes;
+}
 
 Arena::Arena(std::size_t capacity) : capacity_(kAlignment) {
   constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max() / 2;
@@ -29,15 +29,16 @@ Arena::Arena(std::size_t capacity) : capacity_(kAlignment) {
   capacity_ += capacity;
   mappingBytes_ = capacity_;
   mapping_ = mapMemory(mappingBytes_);
-  base_ = static_cast<std::uint8_t*>(mapping_);
-  if (crossesBoundary(base_, capacity_)) {
-    // Of two halves of that size side by side, a boundary can be inside of one only.
+  const auto offset = [this] {
+    const auto first = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(mapping_));
+    return static_cast<std::size_t>(placeIn(first, capacity_) - first);
+  };
+  if (offset() != 0) {
     munmap(mapping_, mappingBytes_);
     mappingBytes_ = 2 * capacity_;
     mapping_ = mapMemory(mappingBytes_);
-    base_ = static_cast<std::uint8_t*>(mapping_);
-    if (crossesBoundary(base_, capacity_)) base_ += capacity_;
   }
+  base_ = static_cast<std::uint8_t*>(mapping_) + offset();
   // The first bytes stay unused: the area may begin right at a boundary, where an address would pass for
   // null.
   used_ = kAlignment;

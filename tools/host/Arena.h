@@ -21,6 +21,9 @@ class Arena {
   Arena& operator=(const Arena&) = delete;
   ~Arena();
 
+  /// Where in an area of 2 x `bytes` bytes from address `first` on there are `bytes` without such a boundary
+  /// between them.
+  static std::uint64_t placeIn(std::uint64_t first, std::uint64_t bytes);
   /// The room that `allocate` takes for `bytes`.
   static std::size_t roomFor(std::size_t bytes);
   /// `bytes` bytes filled with the pattern, and at least as many of it behind them as the alignment has;

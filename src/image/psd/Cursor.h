@@ -7,19 +7,18 @@
 #include <string_view>
 
 // All multi-byte numbers of a PSD file are big-endian and pass through one of the two cursors here. A cursor
-// belongs to a named section and cannot leave it: what does not fit fails, and a failure sticks, so that it
-// is asked for once, after a run of reads or writes. The name is for whoever looks at it in a debugger.
+// belongs to a section and cannot leave it: what does not fit fails, and a failure sticks, so that it is
+// asked for once, after a run of reads or writes.
 
 namespace psd {
 
 /// Reads a section from its beginning on. After a failure every number is 0 and every block null.
 class Reader {
  public:
-  Reader(const unsigned char* data, std::size_t size, const char* name)
-      : at_(data), left_(data == nullptr ? 0 : size), name_(name), ok_(data != nullptr) {}
+  Reader(const unsigned char* data, std::size_t size)
+      : at_(data), left_(data == nullptr ? 0 : size), ok_(data != nullptr) {}
 
   bool ok() const { return ok_; }
-  const char* name() const { return name_; }
   /// Bytes not read yet.
   std::size_t left() const { return left_; }
   bool holds(std::uint64_t count) const { return ok_ && count <= left_; }
@@ -38,9 +37,9 @@ class Reader {
   }
   void skip(std::uint64_t count) { take(count); }
   /// The next `count` bytes as a section of their own, which are passed.
-  Reader section(std::uint64_t count, const char* name) {
+  Reader section(std::uint64_t count) {
     const unsigned char* const data = take(count);
-    return {data, data == nullptr ? 0 : static_cast<std::size_t>(count), name};
+    return {data, data == nullptr ? 0 : static_cast<std::size_t>(count)};
   }
 
   std::uint8_t u8() { return static_cast<std::uint8_t>(number(1)); }
@@ -64,17 +63,14 @@ class Reader {
 
   const unsigned char* at_;
   std::size_t left_;
-  const char* name_;
   bool ok_;
 };
 
 /// Writes a section from its beginning on. After a failure nothing more is written.
 class Writer {
  public:
-  Writer(unsigned char* to, std::size_t size, const char* name)
-      : at_(to), left_(size), name_(name), ok_(to != nullptr) {}
+  Writer(unsigned char* to, std::size_t size) : at_(to), left_(size), ok_(to != nullptr) {}
 
-  const char* name() const { return name_; }
   /// All of the section is written, and nothing failed.
   bool full() const { return ok_ && left_ == 0; }
   /// The place of the next byte; where a failed cursor stopped.
@@ -92,9 +88,9 @@ class Writer {
     return taken;
   }
   /// The next `count` bytes as a section of their own, which are passed.
-  Writer section(std::uint64_t count, const char* name) {
+  Writer section(std::uint64_t count) {
     unsigned char* const to = take(count);
-    return {to, to == nullptr ? 0 : static_cast<std::size_t>(count), name};
+    return {to, to == nullptr ? 0 : static_cast<std::size_t>(count)};
   }
 
   void u8(std::uint32_t value) { number(value, 1); }
@@ -124,7 +120,6 @@ class Writer {
 
   unsigned char* at_;
   std::size_t left_;
-  const char* name_;
   bool ok_;
 };
 

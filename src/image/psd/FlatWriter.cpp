@@ -1,20 +1,24 @@
 #include <algorithm>
 #include <cstring>
-#include <vector>
+#include <span>
 
 #include "image/BitMap.h"
 #include "image/BitMapRegion.h"
 #include "image/PSDFile.h"
 #include "image/PixelBytes.h"
+#include "image/PixelPlanes.h"
 #include "image/psd/Block.h"
 #include "image/psd/Cursor.h"
-#include "image/psd/Planes.h"
+#include "image/psd/Format.h"
 #include "system/Host.h"
 
 namespace psd {
 namespace {
 
-constexpr std::int64_t kFlatOverhead = 40;  // header, three empty sections and the compression word
+using planes::Plane;
+
+// The header, two empty sections and the compression word.
+constexpr std::int64_t kFlatOverhead = static_cast<std::int64_t>(kHeaderBytes) + 4 + 4 + kCompressionBytes;
 
 std::int64_t atLeast0(std::int32_t size) {
   return std::max(size, 0);
@@ -35,33 +39,51 @@ struct Placement {
 };
 
 /// Planes of the logical image, fill bytes around the stored rectangle.
-void writeImagePlanes(const ABitMap& map, std::span<const Plane> planes) {
+void writeImagePlanes(const ABitMap& map, std::span<const Plane> wanted) {
   const auto [image, stored] = Placement(map);
   const auto pixels = static_cast<std::size_t>(image.w * image.h);
   if (stored.x == 0 && stored.y == 0 && stored.w == image.w && stored.h == image.h) {
-    splitPlanes(map, 0, pixels, planes);
-    return;
+    return planes::split(map, 0, pixels, wanted);
   }
-  for (const Plane& plane : planes) {
-    if (pixels > 0) std::memset(plane.to, fillByte(map, plane.offset), pixels);
+  for (const Plane& plane : wanted) {
+    if (pixels > 0) std::memset(plane.to, plane.outside, pixels);
   }
   const PixelRect visible = intersection(stored, image);
   if (visible.empty()) return;
-  std::vector<Plane> row(planes.begin(), planes.end());
+  Plane row[kMostChannels];
+  std::copy(wanted.begin(), wanted.end(), row);
   for (std::int64_t y = visible.y; y < visible.y + visible.h; ++y) {
     const auto at = static_cast<std::size_t>(y * image.w + visible.x);
-    for (std::size_t i = 0; i < row.size(); ++i) row[i].to = planes[i].to + at;
+    for (std::size_t i = 0; i < wanted.size(); ++i) row[i].to = wanted[i].to + at;
     const auto first = static_cast<std::size_t>((y - stored.y) * stored.w + visible.x - stored.x);
-    splitPlanes(map, first, static_cast<std::size_t>(visible.w), row);
+    planes::split(map, first, static_cast<std::size_t>(visible.w), {row, wanted.size()});
   }
 }
 
 /// The stored rectangle, two bytes a pixel.
-void writeStoredWords(const ABitMap& map, std::int32_t offset, std::size_t count, unsigned char* to) {
-  const PaddedBytes bytes(map, offset);
-  for (std::size_t i = 0; i < 2 * count; ++i) {
-    to[i] = bytes[static_cast<std::int64_t>(i / 2 * 4 + i % 2) + offset];
+void writeStoredWords(const ABitMap& map, const Plane& plane) {
+  const std::int64_t size = map.BufferBytes();
+  const std::int64_t pixels = atLeast0(map.width) * atLeast0(map.height);
+  unsigned char* to = plane.to;
+  for (std::int64_t i = 0; i < pixels; ++i) {
+    for (std::int64_t at = 4 * i + plane.offset; at < 4 * i + plane.offset + 2; ++at) {
+      *to++ = at >= 0 && at < size ? map.buffer[at] : plane.outside;
+    }
   }
+}
+
+/// Planes of one bitmap, which are made together: that spares memory the one from the other.
+void writePlanes(const ABitMap& map, std::int32_t bits, std::span<const Plane> wanted) {
+  if (bits == 8) return writeImagePlanes(map, wanted);
+  if (bits == 16) {
+    for (const Plane& plane : wanted) writeStoredWords(map, plane);
+  }
+}
+
+/// A plane at byte `channel` of the pixels; breaks to the debugger for one that lies in a neighbour.
+Plane planeAt(const ABitMap& map, std::int32_t channel, unsigned char* to) {
+  if (channel < 0 || channel > 3) Sys_BreakToDebugger();
+  return {channel, to, planes::fillByte(map, channel)};
 }
 
 std::int64_t planeBytes(const ABitMap& map, std::int32_t bits) {
@@ -75,72 +97,56 @@ PSDFileMode modeOf(std::int32_t planeCount, std::int32_t bits) {
   return bits == 16 ? PSDFileMode::grayscale : PSDFileMode::multichannel;
 }
 
-void writePlanes(Writer& file, std::int32_t planeCount, std::int32_t bits, const ABitMap* const* planes,
-                 const std::int32_t* channels) {
-  for (std::int32_t i = 0; i < planeCount;) {
-    // Planes of the same bitmap are made together, which spares memory the one from the other.
-    Plane together[4];
-    std::size_t count = 0;
-    const ABitMap& map = *planes[i];
-    const auto bytes = static_cast<std::uint64_t>(planeBytes(map, bits));
-    while (bits == 8 && count < 4 && i < planeCount && planes[i] == &map && channels[i] >= 0 &&
-           channels[i] <= 3) {
-      unsigned char* const to = file.take(bytes);
-      if (to == nullptr) return;
-      together[count++] = {channels[i++], to};
-    }
-    if (count > 0) {
-      writeImagePlanes(map, {together, count});
-    } else {
-      unsigned char* const to = file.take(bytes);
-      if (to == nullptr) return;
-      map.SaveBMap_WritePlaneToBuffer(to, bits, nullptr, channels[i++]);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace psd
 
 std::int32_t ABitMap::SavePSD(const char* path, bool withAlpha, std::int32_t /*ignored*/) const {
+  constexpr std::int32_t kPixelBytes = 4;
   const std::int32_t bytes = BytesPerPixel();
-  std::vector<std::int32_t> channels;
-  if (bytes == 4) {
-    channels = {1, 2, 3};
-    if (withAlpha) channels.push_back(0);
-  } else if (bytes == 2) {
-    channels = {0};
-  } else {
-    for (std::int32_t i = bytes - 1; i >= 0; --i) channels.push_back(i);
+  std::int32_t channels[psd::kMostChannels];
+  const ABitMap* planes[psd::kMostChannels];
+  std::int32_t count = bytes == kPixelBytes && !withAlpha ? 3 : bytes == 2 ? 1 : std::max(bytes, 0);
+  if (count > std::int32_t{psd::kMostChannels}) return -1;
+  for (std::int32_t i = 0; i < count; ++i) {
+    // Red, green, blue and alpha, the last byte first, or the high-order byte of the one value.
+    channels[i] = bytes == kPixelBytes ? (i + 1) % kPixelBytes : count - 1 - i;
+    planes[i] = this;
   }
-  const std::vector<const ABitMap*> planes(channels.size(), this);
-  return SaveBMapPlanes(path, static_cast<std::int32_t>(planes.size()), bytes == 2 ? 16 : 8, planes.data(),
-                        channels.data());
+  return SaveBMapPlanes(path, count, bytes == 2 ? 16 : 8, planes, channels);
 }
 
 std::int32_t ABitMap::SaveBMapPlanes(const char* path, std::int32_t planeCount, std::int32_t bits,
                                      const ABitMap* const* planes, const std::int32_t* channels) const {
-  if (planeCount < 0 || (planeCount > 0 && (planes == nullptr || channels == nullptr))) return -1;
+  if (planeCount < 0 || planeCount > std::int32_t{psd::kMostChannels} || (bits != 8 && bits != 16)) return -1;
+  if (fullWidth < 0 || fullHeight < 0) return -1;
+  if (planeCount > 0 && (planes == nullptr || channels == nullptr)) return -1;
+  if (std::find(planes, planes + planeCount, nullptr) != planes + planeCount) return -1;
   std::int64_t size = psd::kFlatOverhead;
   for (std::int32_t i = 0; i < planeCount; ++i) {
-    if (planes[i] == nullptr) return -1;
     size += psd::planeBytes(*planes[i], bits);
-    // The caller is told that all is well: what it does with pictures that are too large relies on it.
+    // Success, too, is what the host's contract has for a picture that is too large.
     if (size > INT32_MAX) return 0;
   }
   const psd::Block block(size, "SaveBMapPlanes");
   if (block.data() == nullptr) return 0;
-  psd::Writer file(block.data(), static_cast<std::size_t>(size), "flat document");
+  psd::Writer file(block.data(), static_cast<std::size_t>(size));
   PSDHeaderInit(&gPSDHeader, static_cast<std::uint32_t>(fullWidth), static_cast<std::uint32_t>(fullHeight),
                 static_cast<std::uint16_t>(bits), static_cast<std::uint16_t>(planeCount),
                 psd::modeOf(planeCount, bits));
-  constexpr std::size_t kHeaderBytes = 30;
-  unsigned char* const header = file.take(kHeaderBytes);
-  PSDBufferWriteHeader(header, gPSDHeader);
+  PSDBufferWriteHeader(file.take(psd::kHeaderBytes), gPSDHeader);
   file.u32(0);  // image resources
   file.u32(0);  // layer and mask information
   file.u16(0);  // merged image: raw
-  psd::writePlanes(file, planeCount, bits, planes, channels);
+  for (std::int32_t i = 0; i < planeCount;) {
+    const ABitMap& map = *planes[i];
+    const auto bytes = static_cast<std::uint64_t>(psd::planeBytes(map, bits));
+    psd::Plane together[psd::kMostChannels];
+    std::size_t count = 0;
+    for (; i < planeCount && planes[i] == &map; ++i) {
+      together[count++] = psd::planeAt(map, channels[i], file.take(bytes));
+    }
+    psd::writePlanes(map, bits, {together, count});
+  }
   if (!file.full()) Sys_BreakToDebugger();
   return SaveToFile(path, block.data(), static_cast<std::int32_t>(size));
 }
@@ -148,16 +154,12 @@ std::int32_t ABitMap::SaveBMapPlanes(const char* path, std::int32_t planeCount, 
 unsigned char* ABitMap::SaveBMap_WritePlaneToBuffer(unsigned char* to, std::int32_t bits,
                                                     std::uint16_t* rowCounts, std::int32_t channel,
                                                     std::int32_t /*flag*/) const {
-  if (channel < 0 || channel > 3 || (bits != 8 && bits != 16)) Sys_BreakToDebugger();
+  const psd::Plane plane = psd::planeAt(*this, channel, to);
+  if (bits != 8 && bits != 16) Sys_BreakToDebugger();
   const auto size = static_cast<std::size_t>(psd::planeBytes(*this, bits));
   // A size as a position from address 0. NOLINTNEXTLINE(performance-no-int-to-ptr)
   if (to == nullptr) return reinterpret_cast<unsigned char*>(size);
-  if (bits == 8) {
-    const psd::Plane plane = {channel, to};
-    psd::writeImagePlanes(*this, {&plane, 1});
-  } else if (bits == 16) {
-    psd::writeStoredWords(*this, channel, size / 2, to);
-  }
+  psd::writePlanes(*this, bits, {&plane, 1});
   if (rowCounts != nullptr && (bits == 8 || bits == 16)) {
     const std::int64_t rowBytes = psd::atLeast0(width) * (bits / 8);
     std::fill_n(rowCounts, psd::atLeast0(height), pixelbytes::turned(static_cast<std::uint16_t>(rowBytes)));

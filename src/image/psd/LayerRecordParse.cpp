@@ -34,7 +34,7 @@ void parseNumber(Reader info, PSDLayerRecord& record) {
     info.skip(4);  // signature
     char key[4] = {};
     info.text(key, sizeof key);
-    Reader block = info.section(info.u32(), "additional layer information");
+    Reader block = info.section(info.u32());
     if (!block.ok()) return;
     if (std::memcmp(key, "lyid", sizeof key) == 0) record.layerNumber = block.i32();
   }
@@ -42,19 +42,19 @@ void parseNumber(Reader info, PSDLayerRecord& record) {
 
 }  // namespace
 
-std::int32_t PSDLayerRecordParse(const void* data, std::int32_t size, std::int32_t* position,
-                                 PSDLayerRecord* record, PSDExtent* additionalInfo) {
+std::int32_t PSDLayerRecordParse(const void* data, std::int32_t* position, PSDLayerRecord* record,
+                                 std::int32_t size, PSDExtent* additionalInfo) {
+  if (position == nullptr || record == nullptr) return 0;
   const auto whole = static_cast<std::size_t>(std::max(size, 0));
-  Reader in(static_cast<const unsigned char*>(data), whole, "layer records");
-  if (*position < 0) return 0;
-  in.skip(static_cast<std::uint64_t>(*position));
+  Reader in(static_cast<const unsigned char*>(data), whole);
+  in.skip(static_cast<std::uint64_t>(*position));  // of a negative one, more than there is
   PSDLayerRecord parsed;
   parsed.top = in.i32();
   parsed.left = in.i32();
   parsed.bottom = in.i32();
   parsed.right = in.i32();
   parsed.channelCount = in.u16();
-  Reader channels = in.section(std::uint64_t{6} * parsed.channelCount, "channels");
+  Reader channels = in.section(std::uint64_t{6} * parsed.channelCount);
   for (std::uint16_t i = 0; i < std::min(parsed.channelCount, PSDLayerRecord::kMaxChannels); ++i) {
     parsed.channels[i].id = channels.u16();
     parsed.channels[i].length = channels.u32();
@@ -65,10 +65,10 @@ std::int32_t PSDLayerRecordParse(const void* data, std::int32_t size, std::int32
   parsed.clipping = in.u8();
   parsed.flags = in.u8();
   in.skip(1);
-  Reader extra = in.section(in.u32(), "extra data");
+  Reader extra = in.section(in.u32());
   if (!in.ok()) return 0;
-  // Some writers leave the later parts of the extra data out.
-  if (extra.left() > 0) parseMask(extra.section(extra.u32(), "layer mask data"), parsed);
+  // The later parts of the extra data may be left out.
+  if (extra.left() > 0) parseMask(extra.section(extra.u32()), parsed);
   if (extra.left() > 0) extra.skip(extra.u32());  // blending ranges
   if (extra.left() > 0) parseName(extra, parsed);
   if (!extra.ok()) return 0;

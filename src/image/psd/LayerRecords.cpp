@@ -7,18 +7,19 @@
 #include "image/PSDFile.h"
 #include "image/PixelBytes.h"
 #include "image/psd/Cursor.h"
+#include "image/psd/Format.h"
 #include "image/psd/LayerTemplates.h"
 #include "system/Host.h"
 
 namespace {
 
+using psd::kCompressionBytes;
 using psd::Writer;
 
 constexpr std::uint16_t kTransparencyId = 65535;
 constexpr std::uint16_t kMaskId = 65534;
 constexpr std::uint8_t kShadingFlags = 25;
 constexpr std::uint32_t kShadingLocks = 7;
-constexpr std::int64_t kCompressionBytes = 2;
 constexpr std::int64_t kSectionHeadBytes = 4 + 4 + 2;  // two lengths and the layer count
 constexpr std::size_t kMaskDataBytes = 20;
 
@@ -99,7 +100,7 @@ std::uint32_t valueAt(const ABitMap& map, std::size_t i, std::size_t offset) {
 }
 
 void writeChannel(Writer& out, const PSDLayerRecord& record, const PSDChannelInfo& channel) {
-  Writer data = out.section(channel.length, "channel image data");
+  Writer data = out.section(channel.length);
   if (channel.length < kCompressionBytes) {
     data.fill(0, channel.length);
     return;
@@ -128,12 +129,13 @@ void writeChannel(Writer& out, const PSDLayerRecord& record, const PSDChannelInf
 }  // namespace
 
 std::int32_t PSDLayerRecord::ComputeFileDataSize() const {
-  constexpr std::size_t kFixedPart = 16 + 2 + 12 + 4;  // rectangle, count, blending, extra-data length
-  return static_cast<std::int32_t>(kFixedPart + 6U * writtenChannels(*this) + extraBytes(*this));
+  const std::int64_t channelBytes = psd::kChannelEntryBytes * writtenChannels(*this);
+  return static_cast<std::int32_t>(psd::kRecordBytes + channelBytes +
+                                   static_cast<std::int64_t>(extraBytes(*this)));
 }
 
 unsigned char* PSDLayerRecord::WriteToBuffer(unsigned char* to) const {
-  Writer out(to, static_cast<std::size_t>(ComputeFileDataSize()), "layer record");
+  Writer out(to, static_cast<std::size_t>(ComputeFileDataSize()));
   out.i32(top);
   out.i32(left);
   out.i32(bottom);
@@ -153,14 +155,14 @@ unsigned char* PSDLayerRecord::WriteToBuffer(unsigned char* to) const {
   writeMaskData(out, *this);
   constexpr auto kRanges = psd::blendingRanges();
   out.bytes(kRanges);
-  Writer nameField = out.section(paddedNameBytes(*this), "layer name");
+  Writer nameField = out.section(paddedNameBytes(*this));
   nameField.u8(static_cast<std::uint32_t>(nameLength(*this)));
   nameField.text({name, nameLength(*this)});
   nameField.fill(0, paddedNameBytes(*this) - 1 - nameLength(*this));
-  unsigned char* const properties = out.position();
-  out.bytes(psd::kRecordProperties);
-  Writer(properties + psd::kRecordLayerIdAt, 4, "lyid").i32(layerNumber);
-  Writer(properties + psd::kRecordLocksAt, 4, "lspf").u32(layerNumber == 0 ? kShadingLocks : 0);
+  auto properties = psd::kRecordProperties;
+  Writer(properties.data() + psd::kRecordLayerIdAt, 4).i32(layerNumber);
+  Writer(properties.data() + psd::kRecordLocksAt, 4).u32(layerNumber == 0 ? kShadingLocks : 0);
+  out.bytes(properties);
   if (!out.full()) Sys_BreakToDebugger();
   return out.position();
 }
@@ -219,7 +221,7 @@ std::int64_t PSDLayerMaskInfo::ComputeHeaderFileDataSize() const {
 
 unsigned char* PSDLayerMaskInfo::WriteToBuffer(unsigned char* to) const {
   const std::int64_t total = ComputeHeaderFileDataSize() + GetLayerImageSize();
-  Writer out(to, static_cast<std::size_t>(total), "layer records and channel image data");
+  Writer out(to, static_cast<std::size_t>(total));
   for (const PSDLayerRecord& record : layers) {
     unsigned char* const place = out.take(static_cast<std::uint64_t>(record.ComputeFileDataSize()));
     if (place != nullptr) record.WriteToBuffer(place);
@@ -239,7 +241,7 @@ std::int64_t PSDLayerMaskInfo::ComputeSectionSize() const {
 unsigned char* PSDLayerMaskInfo::WriteSectionToBuffer(unsigned char* to) const {
   const std::int64_t total = ComputeSectionSize();
   const std::int64_t content = ComputeHeaderFileDataSize() + GetLayerImageSize();
-  Writer out(to, static_cast<std::size_t>(total), "layer and mask information");
+  Writer out(to, static_cast<std::size_t>(total));
   out.u32(static_cast<std::uint32_t>(total - 4));
   out.u32(static_cast<std::uint32_t>(total - 8));
   out.u16(static_cast<std::uint32_t>(layerCount()));

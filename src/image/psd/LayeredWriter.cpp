@@ -2,19 +2,18 @@
 #include <span>
 
 #include "image/PSDFile.h"
+#include "image/PixelPlanes.h"
 #include "image/psd/Block.h"
 #include "image/psd/Cursor.h"
+#include "image/psd/Format.h"
 #include "image/psd/LayerTemplates.h"
-#include "image/psd/Planes.h"
 #include "image/psd/Resources.h"
 #include "system/Host.h"
 
 namespace {
 
+using psd::kCompressionBytes;
 using psd::Writer;
-
-constexpr std::int64_t kHeaderBytes = 30;
-constexpr std::int64_t kCompressionBytes = 2;
 
 /// What the sizes and the bytes of a layered document follow from.
 struct Document {
@@ -37,19 +36,18 @@ struct Document {
   }
   static std::int32_t channelCount(std::int32_t layer) { return layer == 0 ? 3 : 4; }
 
-  /// Not rounded up to an even number, as the format would like it: readers of these files go by the sizes.
+  /// Not rounded up to an even number, as the format would like it: fixed by the host's contract.
   std::int64_t layerInfoBytes() const {
     const auto layerBytes = [this](std::int32_t layer) {
       const std::int64_t channels = channelCount(layer);
-      constexpr std::int64_t kFixedPart = 16 + 2 + 12 + 4;  // rectangle, count, blending, extra-data length
-      return kFixedPart + 6 * channels + static_cast<std::int64_t>(extraData(layer).size()) +
-             (kCompressionBytes + pixels()) * channels;
+      return psd::kRecordBytes + psd::kChannelEntryBytes * channels +
+             static_cast<std::int64_t>(extraData(layer).size()) + (kCompressionBytes + pixels()) * channels;
     };
     return 2 + layerBytes(0) + (layerCount - 1) * layerBytes(1);
   }
   std::int64_t fileBytes() const {
-    return kHeaderBytes + 4 + static_cast<std::int64_t>(resources().size()) + 4 + 4 + layerInfoBytes() +
-           kCompressionBytes + 3 * pixels();
+    return static_cast<std::int64_t>(psd::kHeaderBytes) + 4 + static_cast<std::int64_t>(resources().size()) +
+           4 + 4 + layerInfoBytes() + kCompressionBytes + 3 * pixels();
   }
 };
 
@@ -79,35 +77,36 @@ void writeRecord(Writer& out, const Document& document, std::int32_t layer) {
 
 /// Red, green and blue, each behind a compression word, or behind one for all.
 void writeColours(Writer& out, const ABitMap& map, std::int64_t pixels, bool oneWord) {
-  psd::Plane planes[3];
+  planes::Plane plane[3];
   for (std::int32_t i = 0; i < 3; ++i) {
     if (i == 0 || !oneWord) out.u16(0);
-    planes[i] = {i + 1, out.take(static_cast<std::uint64_t>(pixels))};
-    if (planes[i].to == nullptr) return;
+    plane[i] = {i + 1, out.take(static_cast<std::uint64_t>(pixels)), planes::fillByte(map, i + 1)};
+    if (plane[i].to == nullptr) return;
   }
-  psd::splitPlanes(map, 0, static_cast<std::size_t>(pixels), planes);
+  planes::split(map, 0, static_cast<std::size_t>(pixels), plane);
 }
 
 void writeTransparency(Writer& out, const Document& document) {
   out.u16(0);
   const auto pixels = static_cast<std::size_t>(document.pixels());
-  if (document.mask == nullptr) {
-    out.fill(255, pixels);
-  } else if (unsigned char* const to = out.take(pixels); to != nullptr) {
-    psd::thresholdPlane(*document.mask, document.threshold, pixels, to);
-  }
+  if (document.mask == nullptr) return out.fill(255, pixels);
+  const ABitMap& mask = *document.mask;
+  const std::size_t stored = std::min(pixels, static_cast<std::size_t>(mask.BufferBytes()) / 4);
+  unsigned char* const to = out.take(stored);
+  if (to != nullptr) planes::compare(to, mask.buffer, document.threshold, stored);
+  out.fill(static_cast<std::int32_t>(mask.fillValue) < document.threshold ? 255 : 0, pixels - stored);
 }
 
 void writeDocument(Writer& file, const Document& document) {
   PSDHeaderInit(&gPSDHeader, static_cast<std::uint32_t>(document.width),
                 static_cast<std::uint32_t>(document.height), 8, 3, PSDFileMode::rgb);
-  PSDBufferWriteHeader(file.take(kHeaderBytes), gPSDHeader);
+  PSDBufferWriteHeader(file.take(psd::kHeaderBytes), gPSDHeader);
   file.u32(static_cast<std::uint32_t>(document.resources().size()));
   file.bytes(document.resources());
   const std::int64_t layerInfo = document.layerInfoBytes();
   file.u32(static_cast<std::uint32_t>(layerInfo + 4));
   file.u32(static_cast<std::uint32_t>(layerInfo));
-  Writer layers = file.section(static_cast<std::uint64_t>(layerInfo), "layer info");
+  Writer layers = file.section(static_cast<std::uint64_t>(layerInfo));
   layers.u16(static_cast<std::uint32_t>(document.layerCount));
   for (std::int32_t i = 0; i < document.layerCount; ++i) writeRecord(layers, document, i);
   for (std::int32_t i = 0; i < document.layerCount; ++i) {
@@ -136,7 +135,7 @@ std::int32_t SavePSDMultiLayered(const char* path, const ABitMap* const* layers,
   if (size > INT32_MAX - kSpareBytes) return -1;
   const psd::Block block(size + kSpareBytes, "SaveMultiLayers");
   if (block.data() == nullptr) return -1;
-  Writer file(block.data(), static_cast<std::size_t>(size), "layered document");
+  Writer file(block.data(), static_cast<std::size_t>(size));
   writeDocument(file, document);
   return SaveToFile(path, block.data(), static_cast<std::int32_t>(size));
 }

@@ -1,13 +1,15 @@
 #include <algorithm>
-#include <cstring>
+#include <cstdint>
+#include <iterator>
+#include <utility>
 
 #include "image/BitMap.h"
 #include "image/PSDFile.h"
+#include "image/PixelPlanes.h"
 #include "image/psd/Block.h"
 #include "image/psd/Cursor.h"
 #include "image/psd/LargePages.h"
 #include "image/psd/PackBits.h"
-#include "image/psd/Planes.h"
 #include "image/psd/Sections.h"
 
 namespace {
@@ -15,24 +17,19 @@ namespace {
 using psd::Document;
 using psd::Reader;
 
-constexpr std::size_t kMostChannels = 4;
 // The byte of a pixel that each channel goes to, in the order of the file.
-constexpr std::size_t kPixelByte[kMostChannels] = {1, 2, 3, 0};
+constexpr std::size_t kPixelByte[] = {1, 2, 3, 0};
+constexpr std::size_t kPixelBytes = std::size(kPixelByte);
 
-/// Keeps the header of the first file that a loader sees.
-void rememberHeader(const void* data, std::size_t size, bool& remembered) {
-  if (remembered) return;
-  Reader file(static_cast<const unsigned char*>(data), size, "file header");
-  PSDHeader header = {};
-  psd::readHeader(file, header);
-  header.colorModeDataLength = file.u32();
-  if (!file.ok()) return;
-  gPSDHeader = header;
+/// Keeps the first header that a loader sees.
+void rememberHeader(const Document& document, bool& remembered) {
+  if (remembered || !document.hasHeader) return;
+  gPSDHeader = document.header;
   remembered = true;
 }
 
 std::size_t channelsTaken(const Document& document, bool withAlpha) {
-  return std::min<std::size_t>(document.channels, withAlpha ? 4 : 3);
+  return std::min<std::size_t>(document.header.channels, withAlpha ? 4 : 3);
 }
 
 /// A picture in the making, which becomes a bitmap's when all of it is there.
@@ -46,11 +43,10 @@ class Picture {
   /// False where a picture of the document's size cannot be had.
   bool allocate(const Document& document) {
     constexpr std::uint64_t kMostPixels = INT32_MAX / 4;
-    if (document.width > INT32_MAX || document.height > INT32_MAX || document.pixels() > kMostPixels) {
-      return false;
-    }
-    unsigned char* const buffer = map_.Allocate(static_cast<std::int32_t>(document.width),
-                                                static_cast<std::int32_t>(document.height), 32);
+    const auto [width, height] = std::pair(document.header.columns, document.header.rows);
+    if (width > INT32_MAX || height > INT32_MAX || document.pixels() > kMostPixels) return false;
+    unsigned char* const buffer =
+        map_.Allocate(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), 32);
     psd::preferLargePages(buffer, static_cast<std::size_t>(map_.BufferBytes()));
     return buffer != nullptr;
   }
@@ -80,7 +76,7 @@ bool mayHold(const Reader& data, std::uint64_t count, bool packed) {
 template <class Next>
 bool decodeChannels(Reader& data, std::size_t channels, std::size_t pixels, ABitMap& map, Next next) {
   // Raw channels are joined at the end in one pass. As long as there are only such, nothing needs clearing.
-  const unsigned char* raw[kMostChannels] = {};
+  const unsigned char* raw[kPixelBytes] = {};
   bool anyPacked = false;
   for (std::size_t i = 0; i < channels; ++i) {
     if (!next(data)) {
@@ -90,27 +86,32 @@ bool decodeChannels(Reader& data, std::size_t channels, std::size_t pixels, ABit
     }
     if (!anyPacked) map.ClearBuffer();
     anyPacked = true;
-    if (!data.ok() || !psd::unpackBits(data, map.buffer + kPixelByte[i], pixels)) return false;
+    psd::ChannelFiller filler(map.buffer + kPixelByte[i], kPixelBytes, pixels);
+    while (filler.room() > 0) {
+      if (!psd::unpackRecord(data, filler)) return false;
+    }
+    if (!data.ok()) return false;
   }
   if (!anyPacked) {
-    psd::joinPlanes(raw, pixels, map.buffer);
+    planes::join(raw, pixels, map.buffer);
     return true;
   }
   for (std::size_t i = 0; i < channels; ++i) {
     if (raw[i] == nullptr) continue;
-    unsigned char* const to = map.buffer + kPixelByte[i];
-    for (std::size_t p = 0; p < pixels; ++p) to[4 * p] = raw[i][p];
+    psd::ChannelFiller(map.buffer + kPixelByte[i], kPixelBytes, pixels).copy(raw[i], pixels);
   }
   return true;
 }
 
 std::int32_t loadMerged(Document document, bool withAlpha, ABitMap& target) {
+  static bool remembered = false;
+  rememberHeader(document, remembered);
   const std::size_t channels = channelsTaken(document, withAlpha);
   if (channels == 0) return -1;
   Reader& data = document.rest;
   data.skip(data.u32());  // layer and mask information
   const bool packed = data.u16() != 0;
-  if (packed) data.skip(std::uint64_t{document.channels} * document.height * 2);
+  if (packed) data.skip(std::uint64_t{document.header.channels} * document.header.rows * 2);
   Picture picture;
   if (!data.ok() || !mayHold(data, document.pixels() * channels, packed)) return -1;
   if (!picture.allocate(document)) return -1;
@@ -131,16 +132,17 @@ void skipRecords(Reader& data, std::int32_t layerCount) {
   }
 }
 
+/// Of the sections, only what lies in front of the pixels that are taken has to be there.
 std::int32_t loadFirstLayer(const Document& document, bool withAlpha, ABitMap& target) {
+  static bool remembered = false;
+  rememberHeader(document, remembered);
   const std::size_t channels = channelsTaken(document, withAlpha);
   if (channels == 0) return -1;
   Reader data = document.rest;
   const std::uint32_t sectionLength = data.u32();
-  if (!data.holds(sectionLength)) return -1;
-  if (sectionLength == 0) return loadMerged(document, false, target);
+  if (data.ok() && sectionLength == 0) return loadMerged(document, false, target);
   const std::uint32_t layerInfoLength = data.u32();
-  if (!data.holds(layerInfoLength)) return -1;
-  if (layerInfoLength == 0) return loadMerged(document, false, target);
+  if (data.ok() && layerInfoLength == 0) return loadMerged(document, false, target);
   const std::int16_t layerCount = data.i16();
   if (!data.ok()) return -1;
   if (layerCount == 0) return loadMerged(document, false, target);
@@ -151,7 +153,7 @@ std::int32_t loadFirstLayer(const Document& document, bool withAlpha, ABitMap& t
   if (!picture.allocate(document)) return -1;
   const auto next = [&document](Reader& channel) {
     const bool packed = channel.u16() != 0;
-    if (packed) channel.skip(std::uint64_t{document.height} * 2);
+    if (packed) channel.skip(std::uint64_t{document.header.rows} * 2);
     return packed;
   };
   const auto pixels = static_cast<std::size_t>(document.pixels());
@@ -163,25 +165,18 @@ std::int32_t loadFirstLayer(const Document& document, bool withAlpha, ABitMap& t
 }  // namespace
 
 std::int32_t ABitMap::LoadPSD(const char* path, bool withAlpha, const void* data, std::int32_t size) {
-  static bool remembered = false;
   const psd::Block own(data == nullptr && path != nullptr ? LoadFromFile(path, &size) : nullptr);
-  if (data == nullptr) {
-    data = own.data();
-  } else if (size < 1) {
-    size = Sys_GetMemSize(const_cast<void*>(data));
-  }
-  if (data == nullptr) return -1;
-  const auto bytes = static_cast<std::size_t>(size);
-  rememberHeader(data, bytes, remembered);
-  return loadMerged(psd::readDocument(data, bytes), withAlpha, *this);
+  const void* const file = data == nullptr ? own.data() : data;
+  if (file == nullptr || size < 0) return -1;
+  // Of data without a size, the lengths in it are all that is known.
+  const std::size_t unknown = SIZE_MAX - reinterpret_cast<std::uintptr_t>(file);
+  const std::size_t bytes = size == 0 ? unknown : static_cast<std::size_t>(size);
+  return loadMerged(psd::readDocument(file, bytes), withAlpha, *this);
 }
 
 std::int32_t ABitMap::LoadPSDLayer(const char* path, std::int32_t /*layerNumber*/, bool withAlpha) {
-  static bool remembered = false;
   std::int32_t size = 0;
   const psd::Block own(path == nullptr ? nullptr : LoadFromFile(path, &size));
   if (own.data() == nullptr) return -1;
-  const auto bytes = static_cast<std::size_t>(size);
-  rememberHeader(own.data(), bytes, remembered);
-  return loadFirstLayer(psd::readDocument(own.data(), bytes), withAlpha, *this);
+  return loadFirstLayer(psd::readDocument(own.data(), static_cast<std::size_t>(size)), withAlpha, *this);
 }

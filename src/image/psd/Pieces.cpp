@@ -4,6 +4,7 @@
 #include "image/PSDFile.h"
 #include "image/psd/Block.h"
 #include "image/psd/Cursor.h"
+#include "image/psd/Format.h"
 #include "image/psd/PackBits.h"
 #include "image/psd/Sections.h"
 #include "system/Host.h"
@@ -11,20 +12,20 @@
 namespace {
 
 using psd::Block;
+using psd::kHeaderBytes;
 using psd::Reader;
-
-constexpr std::int32_t kHeaderBytes = 30;
-constexpr std::uint32_t kAlphaNames = 1006;
 
 /// Bytes from the current position to the end of the file.
 std::int64_t bytesLeft(FileSpec* file) {
   return std::max<std::int64_t>(std::int64_t{Sys_FileGetSize(file)} - Sys_FileGetPos(file), 0);
 }
 
-/// False, and no move, where there are fewer bytes. A file that is open for writing must not grow by this.
-bool skip(FileSpec* file, std::int64_t count) {
-  if (count > bytesLeft(file)) return false;
-  return count == 0 || Sys_FileSeek(file, static_cast<std::int32_t>(count), true) >= 0;
+/// Not past the end: a file that is open for writing must not grow by this. False where there are fewer
+/// bytes.
+bool skip(FileSpec* file, std::int64_t wanted) {
+  const std::int64_t count = std::min(wanted, bytesLeft(file));
+  const bool moved = count == 0 || Sys_FileSeek(file, static_cast<std::int32_t>(count), true) >= 0;
+  return moved && count == wanted;
 }
 
 bool read(FileSpec* file, void* to, std::int64_t count) {
@@ -34,14 +35,14 @@ bool read(FileSpec* file, void* to, std::int64_t count) {
 bool readNumber(FileSpec* file, int bytes, std::uint32_t& value) {
   unsigned char field[4] = {};
   if (!read(file, field + sizeof field - bytes, bytes)) return false;
-  value = Reader(field, sizeof field, "number").u32();
+  value = Reader(field, sizeof field).u32();
   return true;
 }
 
 /// Reads `countBytes` bytes of row counts into `block`. Answers their sum, or -1.
 std::int64_t sumRowCounts(FileSpec* file, std::int64_t countBytes, const Block& block) {
   if (block.data() == nullptr || !read(file, block.data(), countBytes)) return -1;
-  Reader counts(block.data(), static_cast<std::size_t>(countBytes), "row counts");
+  Reader counts(block.data(), static_cast<std::size_t>(countBytes));
   std::int64_t sum = 0;
   while (counts.left() > 0) sum += counts.u16();
   return sum;
@@ -50,18 +51,16 @@ std::int64_t sumRowCounts(FileSpec* file, std::int64_t countBytes, const Block& 
 std::int32_t loadAlpha(FileSpec* file, std::uint32_t code, std::int32_t rows, std::int32_t columns,
                        std::int64_t dataBytes, const unsigned char* rowCounts, std::int64_t countBytes,
                        ABitMap& bitmap) {
-  constexpr std::int64_t kCodeBytes = 2;
-  const Block channel(kCodeBytes + countBytes + dataBytes, "AlphaChannelLoad");
+  const Block channel(psd::kCompressionBytes + countBytes + dataBytes, "AlphaChannelLoad");
   if (channel.data() == nullptr) return 0;
-  psd::Writer start(channel.data(), static_cast<std::size_t>(kCodeBytes + countBytes), "channel");
+  psd::Writer start(channel.data(), static_cast<std::size_t>(psd::kCompressionBytes + countBytes));
   start.u16(code);
   start.bytes({rowCounts, static_cast<std::size_t>(countBytes)});
   if (!read(file, start.position(), dataBytes)) return 0;
   ABitMap loaded;
-  const auto size = static_cast<std::int32_t>(kCodeBytes + countBytes + dataBytes);
+  const auto size = static_cast<std::int32_t>(psd::kCompressionBytes + countBytes + dataBytes);
   if (loaded.ReadAlphaFromBuffer(channel.data(), size, columns, rows, 0, 0, rows, columns) != 0) return 0;
   loaded.fillValue = bitmap.fillValue;
-  bitmap.Free();
   bitmap = loaded;
   return 1;
 }
@@ -70,8 +69,8 @@ std::int32_t loadAlpha(FileSpec* file, std::uint32_t code, std::int32_t rows, st
 
 std::int32_t PSDFileReadHeader(FileSpec* file, PSDHeader* header) {
   unsigned char bytes[kHeaderBytes];
-  if (!read(file, bytes, kHeaderBytes)) return 0;
-  Reader fields(bytes, sizeof bytes, "file header");
+  if (header == nullptr || !read(file, bytes, sizeof bytes)) return 0;
+  Reader fields(bytes, sizeof bytes);
   psd::readHeader(fields, *header);
   header->colorModeDataLength = fields.u32();
   return std::memcmp(header->signature, "8BPS", 4) == 0 && header->version == 1 ? 1 : 0;
@@ -79,7 +78,9 @@ std::int32_t PSDFileReadHeader(FileSpec* file, PSDHeader* header) {
 
 std::int32_t PSDFileSkipSection(FileSpec* file) {
   std::uint32_t length = 0;
-  return readNumber(file, 4, length) && skip(file, length) ? 1 : 0;
+  if (!readNumber(file, 4, length)) return 0;
+  skip(file, length);
+  return 1;
 }
 
 std::uint32_t PSDFileReadSectionSize(FileSpec* file) {
@@ -91,11 +92,12 @@ std::int32_t PSDFileSkipCompChannelsAndGetAlpha(FileSpec* file, std::int32_t row
                                                 std::int32_t channels, std::int32_t colorChannels,
                                                 ABitMap* bitmap) {
   std::uint32_t code = 0;
-  if (!readNumber(file, 2, code)) return 0;
+  if (bitmap == nullptr || !readNumber(file, 2, code)) return 0;
   if (code > 1) {
     Sys_BreakToDebugger();
     return 0;
   }
+  bitmap->Free();
   if (rows < 0 || columns < 0 || colorChannels < 0 || colorChannels >= channels) return 0;
   const std::int64_t pixels = std::int64_t{rows} * columns;
   if (pixels > INT32_MAX || channels > UINT16_MAX) return 0;
@@ -121,8 +123,8 @@ std::int32_t PSDFileSkipCompChannelsAndGetAlpha(FileSpec* file, std::int32_t row
 
 std::int32_t ExtractResourceDataBlockAlphaNames(const void* data, std::int32_t size, char (*names)[256],
                                                 std::int32_t maxNames) {
-  Reader section(static_cast<const unsigned char*>(data), static_cast<std::size_t>(std::max(size, 0)),
-                 "image resources");
+  if (names == nullptr) return 0;
+  Reader section(static_cast<const unsigned char*>(data), static_cast<std::size_t>(std::max(size, 0)));
   std::int32_t count = 0;
   while (section.left() > 0) {
     section.skip(4);  // signature
@@ -130,9 +132,9 @@ std::int32_t ExtractResourceDataBlockAlphaNames(const void* data, std::int32_t s
     const std::uint8_t nameLength = section.u8();
     section.skip(nameLength + (nameLength % 2 == 0 ? 1 : 0));
     const std::uint32_t length = section.u32();
-    Reader block = section.section(length, "image resource");
+    Reader block = section.section(length);
     if (length % 2 != 0 && section.left() > 0) section.skip(1);
-    if (!block.ok() || id != kAlphaNames) continue;
+    if (!block.ok() || id != psd::kAlphaNames) continue;
     while (block.left() > 0 && count < maxNames) {
       const std::uint8_t characters = block.u8();
       if (!block.holds(characters)) break;

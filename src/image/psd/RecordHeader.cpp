@@ -3,9 +3,10 @@
 
 #include "image/PSDFile.h"
 #include "image/psd/Cursor.h"
+#include "image/psd/Format.h"
 #include "image/psd/Resources.h"
 #include "system/Host.h"
-#include "system/Truncate.h"
+#include "Truncate.h"
 
 PSDHeader gPSDHeader = {};
 
@@ -13,10 +14,8 @@ namespace {
 
 using psd::Writer;
 
-constexpr std::size_t kHeaderBytes = 30;
 constexpr std::size_t kLongestName = 255;
 constexpr std::size_t kNamesStartBytes = 12;  // signature, id, empty name, size
-constexpr std::uint32_t kAlphaNames = 1006;
 
 std::string_view nameAt(const char* const* names, std::int32_t i) {
   return std::string_view(names[i] == nullptr ? "" : names[i]).substr(0, kLongestName);
@@ -43,11 +42,12 @@ std::uint32_t fixedResolution(double pixelsPerInch) {
 
 void PSDHeaderInit(PSDHeader* header, std::uint32_t columns, std::uint32_t rows, std::uint16_t depth,
                    std::uint16_t channels, PSDFileMode mode) {
+  if (header == nullptr) return;
   *header = {{'8', 'B', 'P', 'S'}, 1, {}, channels, rows, columns, depth, mode, 0};
 }
 
 unsigned char* PSDBufferWriteHeader(unsigned char* to, const PSDHeader& header) {
-  Writer out(to, kHeaderBytes, "file header");
+  Writer out(to, psd::kHeaderBytes);
   out.text({header.signature, sizeof header.signature});
   out.u16(header.version);
   out.bytes(header.reserved);
@@ -73,7 +73,7 @@ unsigned char* WriteResourceDataBlock(unsigned char* to, std::int32_t layerCount
                                       std::int32_t targetLayer, const char* const* names,
                                       std::int32_t nameCount, double resolution) {
   const auto set = [](std::size_t at, std::uint32_t value) {
-    Writer(psd::kRecordResources.data() + at, 4, "resolution").u32(value);
+    Writer(psd::kRecordResources.data() + at, 4).u32(value);
   };
   // In the template itself: what one call sets, the next finds.
   set(psd::kHorizontalResolutionAt, fixedResolution(resolution));
@@ -85,7 +85,7 @@ unsigned char* WriteResourceDataBlock(unsigned char* to, std::int32_t layerCount
       static_cast<unsigned char>(static_cast<std::uint32_t>(lastLayerId) + 1);
 
   const std::int32_t size = ResourceDataBlockSize(layerCount, names, nameCount);
-  Writer out(to, static_cast<std::size_t>(size), "image resources");
+  Writer out(to, static_cast<std::size_t>(size));
   out.u32(static_cast<std::uint32_t>(size) - 4);
   // All but the size of the last block, "Layer Groups", which is not fixed.
   out.bytes(psd::kRecordResources.first(psd::kRecordResources.size() - 4));
@@ -94,7 +94,7 @@ unsigned char* WriteResourceDataBlock(unsigned char* to, std::int32_t layerCount
   const std::int64_t total = namesBytes(names, nameCount);
   if (total > 0) {
     out.text("8BIM");
-    out.u16(kAlphaNames);
+    out.u16(psd::kAlphaNames);
     out.u16(0);
     out.u32(static_cast<std::uint32_t>(total));
     for (std::int32_t i = 0; i < nameCount; ++i) {

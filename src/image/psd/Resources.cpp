@@ -2,7 +2,7 @@
 
 #include "image/psd/Bytes.h"
 #include "image/psd/Thumbnail.h"
-#include "system/Truncate.h"
+#include "Truncate.h"
 
 namespace psd {
 namespace {
@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kDocumentSize = 1548;
 constexpr std::size_t kRecordSize = 1544;
 
-/// Everything of a block before its data. Blocks carry descriptive names, which readers of these files show.
+/// Everything of a block before its data. Blocks carry descriptive names: fixed by the host's contract.
 template <std::size_t NameSize>
 constexpr auto blockStart(std::uint32_t id, const char (&name)[NameSize], std::uint32_t dataSize) {
   return join(text("8BIM"), u16(id), padded<2>(pascalText(name)), u32(dataSize));

@@ -21,25 +21,21 @@ inline void readHeader(Reader& file, PSDHeader& header) {
 
 /// What the loaders take from the beginning of a file in memory, and the file from there on.
 struct Document {
-  std::uint16_t channels = 0;
-  std::uint32_t height = 0;
-  std::uint32_t width = 0;
-  Reader rest{nullptr, 0,
-              "file"};  ///< at the length of the layer and mask information; failed where cut short
+  PSDHeader header = {};
+  bool hasHeader = false;   ///< all of it is there
+  Reader rest{nullptr, 0};  ///< at the length of the layer and mask information; failed where cut short
 
-  std::uint64_t pixels() const { return std::uint64_t{width} * height; }
+  std::uint64_t pixels() const { return std::uint64_t{header.columns} * header.rows; }
 };
 
 /// Signature, version, depth and colour mode are not looked at.
 inline Document readDocument(const void* data, std::size_t size) {
   Document document;
-  Reader file(static_cast<const unsigned char*>(data), size, "file");
-  PSDHeader header = {};
-  readHeader(file, header);
-  document.channels = header.channels;
-  document.height = header.rows;
-  document.width = header.columns;
-  file.skip(file.u32());  // colour mode data
+  Reader file(static_cast<const unsigned char*>(data), size);
+  readHeader(file, document.header);
+  document.header.colorModeDataLength = file.u32();
+  document.hasHeader = file.ok();
+  file.skip(document.header.colorModeDataLength);
   file.skip(file.u32());  // image resources
   document.rest = file;
   return document;

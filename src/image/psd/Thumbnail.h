@@ -4,8 +4,8 @@
 
 namespace psd {
 
-/// A JPEG picture of 2 x 2 grey pixels, baseline, as any decoder takes it. Readers of the image resources
-/// expect it to be 539 bytes long.
+/// A JPEG picture of 2 x 2 grey pixels, baseline, as any decoder takes it; 539 bytes long, as fixed by the
+/// host's contract.
 constexpr auto jpegThumbnail() {
   // A segment is its marker, its length with the two bytes of the length itself, and the data.
   const auto segment = [](std::uint32_t marker, const auto& data) {

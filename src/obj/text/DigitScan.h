@@ -29,6 +29,7 @@ class OBJDigitMap {
 
   /// Maps `size` characters at `text`. Everything behind them counts as no digit.
   void build(const char* text, std::size_t size) {
+    text_ = text;
     const std::size_t words = size / 64 + 1;
     others_.resize(words + 2);
     minuses_.resize(words + 2);
@@ -51,11 +52,15 @@ class OBJDigitMap {
     std::uint64_t minuses;  ///< bit i: character i is "-"
   };
 
-  /// The bits of the `kWindow` characters from `offset` on, which is at most the size of the text. Bits above
-  /// are those of further characters or 0.
-  Bits at(std::size_t offset) const { return {bitsAt(others_, offset), bitsAt(minuses_, offset)}; }
+  /// The bits of the `kWindow` characters from `position` on, in the text or at its end. Bits above are those
+  /// of further characters or 0.
+  Bits at(const char* position) const {
+    const auto offset = static_cast<std::size_t>(position - text_);
+    return {bitsAt(others_, offset), bitsAt(minuses_, offset)};
+  }
   /// The same without the minuses, and with 0 above.
-  std::uint64_t othersAt(std::size_t offset) const {
+  std::uint64_t othersAt(const char* position) const {
+    const auto offset = static_cast<std::size_t>(position - text_);
     return bitsAt(others_, offset) & ((std::uint64_t{1} << kWindow) - 1);
   }
 
@@ -113,6 +118,7 @@ class OBJDigitMap {
     }
   }
 
+  const char* text_ = nullptr;
   std::vector<std::uint64_t> others_;
   std::vector<std::uint64_t> minuses_;
 };
@@ -120,16 +126,15 @@ class OBJDigitMap {
 /// Walks from one character that is not a digit to the next.
 class OBJDigitScan {
  public:
-  /// Starts at `text`, `offset` characters into the map, which may itself be the first answer.
-  OBJDigitScan(const OBJDigitMap& map, const char* text, std::size_t offset)
-      : map_(map), text_(text), offset_(offset), others_(map.othersAt(offset)) {}
+  /// Starts at `text`, which may itself be the first answer.
+  OBJDigitScan(const OBJDigitMap& map, const char* text)
+      : map_(map), text_(text), others_(map.othersAt(text)) {}
 
   /// The next character that is not a digit. The text's end is one.
   const char* next() {
     while (others_ == 0) {
       text_ += OBJDigitMap::kWindow;
-      offset_ += OBJDigitMap::kWindow;
-      others_ = map_.othersAt(offset_);
+      others_ = map_.othersAt(text_);
     }
     const char* const found = text_ + static_cast<unsigned>(std::countr_zero(others_));
     others_ &= others_ - 1;
@@ -139,7 +144,6 @@ class OBJDigitScan {
  private:
   const OBJDigitMap& map_;
   const char* text_;
-  std::size_t offset_;
   std::uint64_t others_;
 };
 

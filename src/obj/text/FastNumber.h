@@ -2,8 +2,11 @@
 
 #include <bit>
 #include <cfloat>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#include "obj/text/PowersOfTen.h"
 
 // Numbers of well-formed lines, eight characters at a time. Everything here may read up to
 // `kFastNumberOverread` bytes from where it stands, whatever the text holds, and gives up (null) rather than
@@ -44,28 +47,6 @@ inline std::uint32_t valueOf(std::uint64_t digits, int count) {
   return sumDigits(digits << (64 - 8 * count));
 }
 
-inline constexpr std::uint64_t kPowerOfTen[] = {1,
-                                                10,
-                                                100,
-                                                1'000,
-                                                10'000,
-                                                100'000,
-                                                1'000'000,
-                                                10'000'000,
-                                                100'000'000,
-                                                1'000'000'000,
-                                                10'000'000'000,
-                                                100'000'000'000,
-                                                1'000'000'000'000,
-                                                10'000'000'000'000,
-                                                100'000'000'000'000,
-                                                1'000'000'000'000'000};
-
-// Exact in double precision.
-inline constexpr double kDoublePowerOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                               1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                               1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 }  // namespace fastNumber
 
 /// A double that lies exactly between two floats, and may stand for a value on either side of the point
@@ -82,8 +63,8 @@ inline bool fastScale(std::uint64_t mantissa, int exponent, float& value) {
   // Both factors are exact doubles, so that one operation rounds once.
   if (mantissa > (std::uint64_t{1} << 53) || exponent < -22 || exponent > 22) return false;
   const auto exact = static_cast<double>(static_cast<std::int64_t>(mantissa));
-  const double scaled = exponent < 0 ? exact / fastNumber::kDoublePowerOfTen[-exponent]
-                                     : exact * fastNumber::kDoublePowerOfTen[exponent];
+  const double power = kExactPowersOfTen[static_cast<std::size_t>(exponent < 0 ? -exponent : exponent)];
+  const double scaled = exponent < 0 ? exact / power : exact * power;
   if (liesBetweenFloats(scaled)) return false;
   value = static_cast<float>(scaled);
   return true;
@@ -111,7 +92,8 @@ inline const char* fastFloat(const char* text, float& value) {
     do {
       part = leadingDigits(loadLittleEndian(text), digits);
       if (part == 0) break;
-      mantissa = mantissa * fastNumber::kPowerOfTen[part] + valueOf(digits, part);
+      mantissa =
+          mantissa * kPowersOfTen<std::uint64_t, 9>[static_cast<std::size_t>(part)] + valueOf(digits, part);
       text += part;
       exponent -= part;
       digitCount += part;

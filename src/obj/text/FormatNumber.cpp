@@ -5,11 +5,11 @@
 #include <cmath>
 #include <cstring>
 
+#include "obj/text/PowersOfTen.h"
+
 namespace WavefrontOBJ {
 namespace {
 
-// Exact in double precision.
-constexpr double kPowerOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
 constexpr int kDigits = 6;
 
 char* put(char* out, const char* text) {
@@ -86,17 +86,15 @@ char* formatCoordinate(char* out, float value) {
   if (FLT_EVAL_METHOD != 0 || !(magnitude >= 1e-4 && magnitude < 1e15)) {
     return formatCoordinateExactly(out, value);
   }
+  const auto power = [](int exponent) { return kExactPowersOfTen[static_cast<std::size_t>(exponent)]; };
   int exponent = 0;
   if (magnitude >= 1.0) {
-    while (exponent < 9 && magnitude >= kPowerOfTen[exponent + 1]) ++exponent;
-    if (exponent == 9) {
-      while (magnitude >= kPowerOfTen[9] * kPowerOfTen[exponent - 8]) ++exponent;
-    }
+    while (magnitude >= power(exponent + 1)) ++exponent;
   } else {
     exponent = magnitude >= 1e-1 ? -1 : magnitude >= 1e-2 ? -2 : magnitude >= 1e-3 ? -3 : -4;
   }
   const int shift = kDigits - 1 - exponent;
-  const double scaled = shift >= 0 ? magnitude * kPowerOfTen[shift] : magnitude / kPowerOfTen[-shift];
+  const double scaled = shift >= 0 ? magnitude * power(shift) : magnitude / power(-shift);
   auto number = static_cast<std::uint32_t>(scaled);
   const double rest = scaled - number;
   if (rest > 0.5 || (rest == 0.5 && number % 2 != 0)) ++number;

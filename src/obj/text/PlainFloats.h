@@ -116,7 +116,7 @@ template <int kCount>
 
   const __m128i first = pf::fours(text + end[0], part[0], digits[0]);
   const __m128i second = pf::fours(text + end[1], part[1], digits[1]);
-  const auto power = [&part](int i) { return &fastNumber::kDoublePowerOfTen[part[i]]; };
+  const auto power = [&part](int i) { return &kExactPowersOfTen[part[i]]; };
   // At most 15 digits: all of this is exact but for the rounding of the division.
   const __m128d xy = _mm_div_pd(pf::mantissas(first, second), _mm_loadh_pd(_mm_load_sd(power(0)), power(1)));
   __m128i between = pf::betweenFloats(xy);

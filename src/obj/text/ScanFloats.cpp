@@ -17,7 +17,7 @@ struct Cursor {
   char peek() const { return position < text.size() ? text[position] : '\0'; }
   char peekLower() const { return lowerCase(peek()); }
   /// Steps over `word` (lower case) and answers true; false where it does not stand here in full.
-  bool take(std::string_view word) {
+  bool accept(std::string_view word) {
     for (const char c : word) {
       if (peekLower() != c) return false;
       ++position;
@@ -37,7 +37,7 @@ struct NumberText {
   bool hex = false;
 };
 
-NumberText takeNumber(Cursor& cursor) {
+NumberText scanNumber(Cursor& cursor) {
   NumberText number;
   std::size_t start = cursor.position;
   if (cursor.peek() == '0') {
@@ -75,21 +75,21 @@ NumberText takeNumber(Cursor& cursor) {
   return number;
 }
 
-bool takeFloat(Cursor& cursor, float& value) {
+bool scanFloat(Cursor& cursor, float& value) {
   while (isSpace(cursor.peek())) ++cursor.position;
   const bool negative = cursor.peek() == '-';
   if (negative || cursor.peek() == '+') ++cursor.position;
 
   float magnitude = 0.0F;
   if (cursor.peekLower() == 'n') {
-    if (!cursor.take("nan")) return false;
+    if (!cursor.accept("nan")) return false;
     magnitude = std::numeric_limits<float>::quiet_NaN();
   } else if (cursor.peekLower() == 'i') {
-    if (!cursor.take("inf")) return false;
-    if (cursor.peekLower() == 'i' && !cursor.take("inity")) return false;
+    if (!cursor.accept("inf")) return false;
+    if (cursor.peekLower() == 'i' && !cursor.accept("inity")) return false;
     magnitude = std::numeric_limits<float>::infinity();
   } else {
-    const NumberText number = takeNumber(cursor);
+    const NumberText number = scanNumber(cursor);
     if (number.hex) {
       if (number.digits.empty()) return false;
       // "0x." is the number 0 with characters behind it that are used up as well.
@@ -108,7 +108,7 @@ bool takeFloat(Cursor& cursor, float& value) {
 int scanThreeFloats(std::string_view text, float values[3]) {
   Cursor cursor{text.substr(0, text.find('\0'))};
   int converted = 0;
-  while (converted < 3 && takeFloat(cursor, values[converted])) ++converted;
+  while (converted < 3 && scanFloat(cursor, values[converted])) ++converted;
   return converted;
 }
 

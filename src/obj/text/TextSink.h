@@ -12,7 +12,7 @@
 
 namespace WavefrontOBJ {
 
-/// A text file being written through one buffer. Errors of writing are ignored: the host looks at the file.
+/// A text file being written through one buffer. Errors of writing are ignored: fixed by the host's contract.
 class OBJTextSink {
  public:
   /// Opens the file for writing and empties it; `isOpen` tells whether that went well.

@@ -18,13 +18,13 @@ class OBJTextSource {
   /// Opens the file at `path` for reading. False when it cannot be opened or, like a folder, cannot be read.
   bool open(const std::string& path);
 
-  /// First byte not yet taken.
+  /// First byte not yet read.
   const char* begin() const { return begin_; }
   /// End of the bytes in the window. A line feed and readable bytes for `OBJDigitMap::kOverread` stand behind
   /// it, so that a scan for the end of a line needs no bounds test.
   const char* end() const { return end_; }
   /// Moves `begin` forward to `position`.
-  void take(const char* position) { begin_ = position; }
+  void advanceTo(const char* position) { begin_ = position; }
   /// Fewer bytes than the lookahead are left although the file has more: `fill` is due.
   bool needsFill() const { return static_cast<std::size_t>(end_ - begin_) < lookahead_ && !atFileEnd_; }
   /// The window shows all of a line that begins at `line`, which is at or behind `begin`: its lookahead, or

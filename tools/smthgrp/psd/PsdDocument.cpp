@@ -105,14 +105,13 @@ std::vector<PsdDocument::Resource> readResources(Reader in) {
 }
 
 void readLayerInfo(const PsdDocument& document, const PSDExtent& extent, PsdDocument::Layer& layer) {
-  Reader in(document.bytes.data() + extent.position, static_cast<std::size_t>(extent.size),
-            "layer information");
+  Reader in(document.bytes.data() + extent.position, static_cast<std::size_t>(extent.size));
   while (in.left() > 0) {
     in.skip(4);
     std::string key(4, ' ');
     in.text(key.data(), key.size());
     const std::uint32_t length = in.u32();
-    const Reader block = in.section(length, "block");
+    const Reader block = in.section(length);
     if (!in.ok()) return;
     layer.info.push_back(key);
     if (key == "luni") layer.name = unicodeText(block);
@@ -123,7 +122,7 @@ void readLayerInfo(const PsdDocument& document, const PSDExtent& extent, PsdDocu
 /// more.
 void readLayers(const std::string& path, PsdDocument& document, std::size_t position, std::size_t size) {
   const unsigned char* const data = document.bytes.data();
-  Reader info(data + position, size, "layer info");
+  Reader info(data + position, size);
   const std::int16_t count = info.i16();
   document.mergedAlpha = count < 0;
   auto at = static_cast<std::int32_t>(position + 2);
@@ -132,10 +131,10 @@ void readLayers(const std::string& path, PsdDocument& document, std::size_t posi
     PsdDocument::Layer layer;
     const auto entries = static_cast<std::size_t>(at) + 18;
     PSDExtent extra = {};
-    if (PSDLayerRecordParse(data, end, &at, &layer.record, &extra) == 0) {
+    if (PSDLayerRecordParse(data, &at, &layer.record, end, &extra) == 0) {
       throw Failure(path + ": layer " + std::to_string(i + 1) + " is cut off");
     }
-    Reader channels(data + entries, std::size_t{6} * layer.record.channelCount, "channels");
+    Reader channels(data + entries, std::size_t{6} * layer.record.channelCount);
     while (channels.left() > 0) {
       const std::int16_t id = channels.i16();
       layer.channels.push_back({id, 0, channels.u32(), 0});
@@ -152,7 +151,7 @@ void readLayers(const std::string& path, PsdDocument& document, std::size_t posi
         throw Failure(path + ": the pixels of layer \"" + layer.name + "\" are cut off");
       }
       channel.position = next;
-      channel.compression = Reader(data + next, channel.size, "channel").u16();
+      channel.compression = Reader(data + next, channel.size).u16();
       next += channel.size;
     }
   }
@@ -163,7 +162,7 @@ void readLayers(const std::string& path, PsdDocument& document, std::size_t posi
 PsdDocument readPsd(const std::string& path) {
   PsdDocument document;
   document.bytes = readBytes(path);
-  Reader file(document.bytes.data(), document.bytes.size(), "file");
+  Reader file(document.bytes.data(), document.bytes.size());
   psd::readHeader(file, document.header);
   if (!file.ok() || std::memcmp(document.header.signature, "8BPS", 4) != 0) {
     throw Failure(path + ": is no PSD file");
@@ -172,7 +171,7 @@ PsdDocument readPsd(const std::string& path) {
   const auto section = [&](const char* name) {
     const std::uint32_t size = file.u32();
     const std::size_t position = document.bytes.size() - file.left();
-    const Reader content = file.section(size, name);
+    const Reader content = file.section(size);
     if (!file.ok()) throw Failure(path + ": is cut off in the " + name);
     document.sections.push_back({name, position, size});
     return content;

@@ -39,7 +39,7 @@ bool unpackRow(Reader row, unsigned char* to, std::size_t width) {
 class PackedRows {
  public:
   PackedRows(Reader data, std::uint64_t channels, std::uint64_t height)
-      : sizes_(data.section(2 * channels * height, "row sizes")), rows_(data) {}
+      : sizes_(data.section(2 * channels * height)), rows_(data) {}
 
   /// False where the rows are cut off, or are too small to make `width` pixels each.
   bool mayHold(std::uint64_t width) const {
@@ -58,7 +58,7 @@ class PackedRows {
     const auto width = static_cast<std::size_t>(map.width);
     unsigned char* to = map.buffer + kPixelByte[channel];
     for (std::int32_t y = 0; y < map.height; ++y, to += 4 * width) {
-      if (!unpackRow(rows_.section(sizes_.u16(), "row"), to, width)) return false;
+      if (!unpackRow(rows_.section(sizes_.u16()), to, width)) return false;
     }
     return rows_.ok();
   }
@@ -80,8 +80,7 @@ bool allocate(ABitMap& map, std::int64_t width, std::int64_t height) {
 
 bool unpackMerged(const PsdDocument& document, ABitMap& map) {
   const PSDHeader& header = document.header;
-  PackedRows rows(Reader(document.bytes.data() + document.merged, document.bytes.size() - document.merged,
-                         "merged image"),
+  PackedRows rows(Reader(document.bytes.data() + document.merged, document.bytes.size() - document.merged),
                   header.channels, header.rows);
   if (!rows.mayHold(header.columns) || !allocate(map, header.columns, header.rows)) return false;
   const std::size_t channels = std::min<std::size_t>(header.channels, std::size(kPixelByte));
@@ -106,7 +105,7 @@ bool readChannel(const PsdDocument& document, const PsdDocument::Channel& channe
   if (channel.compression != kRunLength || channel.size == 2) {
     return map.ReadRGBAChannelFromBuffer(data, static_cast<std::int32_t>(channel.size), number) == 0;
   }
-  PackedRows rows(Reader(data + 2, channel.size - 2, "channel"), 1, static_cast<std::uint64_t>(map.height));
+  PackedRows rows(Reader(data + 2, channel.size - 2), 1, static_cast<std::uint64_t>(map.height));
   return rows.mayHold(static_cast<std::uint64_t>(map.width)) &&
          rows.unpack(map, static_cast<std::size_t>(number));
 }

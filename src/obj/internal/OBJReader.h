@@ -11,6 +11,8 @@
 #include "obj/text/DigitScan.h"
 #include "obj/text/TextSource.h"
 
+// For the library and its tests alone: not part of the library's interface.
+
 namespace WavefrontOBJ {
 
 class OBJTokenStream;
@@ -27,8 +29,8 @@ struct OBJReadOptions {
 /// One read of an OBJ file into a model: the state between lines and the work on each kind of line.
 ///
 /// Every line can be read by the exact path, which works on a copy of the line with the rules of C-locale
-/// streams and `sscanf`. Well-formed "v", "vt", "vn" and "f" lines take a fast path through the file's bytes
-/// instead; it either takes in the whole line, with the same outcome, or leaves everything as it was.
+/// streams and `sscanf`. Well-formed "v", "vt", "vn" and "f" lines have a fast path through the file's bytes
+/// instead; it either reads the whole line, with the same outcome, or leaves everything as it was.
 class OBJReader {
  public:
   OBJReader(OBJModel& model, std::string path, bool strict, const OBJReadOptions& options = {});
@@ -48,7 +50,7 @@ class OBJReader {
   enum class Outcome : std::uint8_t { nextLine, readFailed };
 
   // Exact path.
-  void takeLine();
+  void copyLine();
   Outcome readLine();
   void readVector();
   void readGroups();
@@ -62,25 +64,25 @@ class OBJReader {
   bool resolve(std::int32_t fileIndex, std::uint32_t count, const char* zeroText, const char* beyondText,
                std::uint32_t& index);
 
-  // Fast path, in OBJReaderFast.cpp. What takes a line answers the line feed that ends it, or null with
+  // Fast path, in OBJReaderFast.cpp. What reads a line answers the line feed that ends it, or null with
   // everything as it was.
-  void takeFastLines();
-  const char* takeFastLine(const char* line);
-  const char* takeVector(const char* line, const char* next, const OBJVector& vector, OBJVectorArray& target);
+  void readFastLines();
+  const char* readFastLine(const char* line);
+  const char* addVector(const char* line, const char* next, const OBJVector& vector, OBJVectorArray& target);
   template <bool kTwoSuffice>
-  const char* takeFastVector(const char* line, const char* text, OBJVectorArray& target);
-  const char* takeFastFace(const char* line);
-  const char* takeFastGroup(const char* line);
+  const char* readFastVector(const char* line, const char* text, OBJVectorArray& target);
+  const char* readFastFace(const char* line);
+  const char* readFastGroup(const char* line);
   template <bool kTexture, bool kNormal>
-  const char* takeFastCorners(const char* line, const char* text);
-  using TakeCorners = const char* (OBJReader::*)(const char* line, const char* text);
+  const char* readFastCorners(const char* line, const char* text);
+  using ReadCorners = const char* (OBJReader::*)(const char* line, const char* text);
   static const char* fastLineEnd(const char* line, const char* text);
 
   void fillSource();
   void mapDigits();
   std::string& token();
   std::string_view textAfter(std::size_t characters) const;
-  void addFace(OBJFaceView& face);
+  void addFace(OBJFaceView& face, bool inPlace);
   void note(OBJReadNote::Kind kind, std::string_view text);
 
   OBJModel& model_;
@@ -90,8 +92,7 @@ class OBJReader {
   const bool fastPath_;
   OBJTextSource source_;
   OBJDigitMap digits_;  ///< of the source's window as it was last filled, for the fast path
-  TakeCorners takeCorners_ = &OBJReader::takeFastCorners<true, true>;  ///< for the form of the last face
-  const char* digitsStart_ = nullptr;  ///< the first character that `digits_` covers
+  ReadCorners readCorners_ = &OBJReader::readFastCorners<true, true>;  ///< for the form of the last face
 
   std::string line_;                ///< the current line as a C string sees it, its keyword in lower case
   std::size_t lineNumber_ = 0;      ///< of `line_`, from 1
