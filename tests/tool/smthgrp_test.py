@@ -37,19 +37,19 @@ class ModelTest(ToolCase):
                  (2, "unknownMtlKeyword", "unknown line of a material library", "m.mtl: foo 1"),
                  (8, "unknownLine", "unknown line", "xyz"), (10, "unknownMaterial", "unknown material", "c"),
                  (11, "malformedCorner", "face dropped, malformed corner", "f 1 2 3/9"))
-        self.assertEqual(json.loads(self.succeed("info", "--json", model)), {
+        self.assertEqual(json.loads(self.succeed("info", "--as-host", "--json", model)), {
             "file": "m.obj", "counts": {"vertices": 3, "textureCoordinates": 1, "normals": 1, "faces": 2, "groups": 2,
                                         "smoothingGroups": 1, "materials": 1},
             "groups": [{"index": 1, "name": "a", "vertexCount": 3}, {"index": 2, "name": "b", "vertexCount": 3}],
             "smoothingGroups": [{"index": 1, "number": 7}],
             "skipped": {"total": 5, "lines": [dict(zip(("line", "kind", "reason", "text"), n)) for n in notes]}})
-        text = self.succeed("info", model)
+        text = self.succeed("info", "--as-host", model)
         for part in ("m.obj\n  vertices             3\n  texture coordinates  1\n", "\nGroups\n  index  vertices  name\n      1"
                      "         3  a\n", "  index  number\n      1       7\n", "\n     2  unknown line of a material library  m"):
             self.assertIn(part, text)
         for count, arguments, shown, more in ((20, [], 20, ""), (21, [], 20, "  ... and 1 more\n"), (21, ["--all"], 21, ""),
                                               (205, ["--all"], 200, "  ... and 5 more\n")):
-            text = self.succeed("info", self.write("noise.obj", "xyz\n" * count), *arguments)
+            text = self.succeed("info", "--as-host", self.write("noise.obj", "xyz\n" * count), *arguments)
             self.assertEqual(text.partition("  text\n")[2], "".join(f"  {n:4}  unknown line  xyz\n" for n in range(1, shown + 1)) + more)
 
     def test_text_on_a_terminal(self):
@@ -61,7 +61,7 @@ class ModelTest(ToolCase):
             model = self.write("m.obj", TRIANGLE.encode() + b"g " + (name.encode() if isinstance(name, str) else name) +
                                b"\nf 1 2 3\n")
             self.assertIn(f'mask group 1 "{shown}": 3 writes', self.succeed("mesh", model, "--mask", "1"))
-            self.assertIsInstance(json.loads(self.succeed("info", "--json", model)), dict)
+            self.assertIsInstance(json.loads(self.succeed("info", "--json", "--quiet", model)), dict)
 
     def test_export(self):
         part = MODEL.replace("f 4\n", "f 2 3 4\np 4\n").replace("v 5 5 5", "v 5.50 5 5 1 0 0") + "o x\nusemtl red one\nf 1 2 4\n"
@@ -316,17 +316,17 @@ class ModelTest(ToolCase):
         for corner, what in (("0", "vertex 0"), ("2", "a vertex that the file has not given"), ("1/0", "texture coordinate 0"),
                              ("1/2", "a texture coordinate that the file has not given"), ("1//0", "normal 0"),
                              ("1//2", "a normal that the file has not given")):
-            self.refuse(1, f"m.obj: line 5: a face names {what}: f {corner}", "info", self.write("m.obj", given + corner))
+            self.refuse(1, f"m.obj: line 5: a face names {what}: f {corner}", "info", "--as-host", self.write("m.obj", given + corner))
         for text, what in ((corners, "a face has more than 88 corners"),
                            ("".join(f"s {i}\n" for i in range(257)), "an s line follows after 256 smoothing groups")):
-            self.refuse(1, f"m.obj: {what}, the most that the library takes", "info", self.write("m.obj", text))
-        self.refuse(1, "/dev/stdin: Vertex not found at (f 9) in /dev/stdin", "info", "/dev/stdin", input=b"v 0 0 0\nf 1 1x\nf 9\n")
-        self.refuse(1, ".: Is a directory", "info", ".")
+            self.refuse(1, f"m.obj: {what}, the most that the library takes", "info", "--as-host", self.write("m.obj", text))
+        self.refuse(1, "/dev/stdin: Vertex not found at (f 9) in /dev/stdin", "info", "--as-host", "/dev/stdin", input=b"v 0 0 0\nf 1 1x\nf 9\n")
+        self.refuse(1, ".: Is a directory", "info", "--as-host", ".")
         self.write("n.obj", TRIANGLE + "vn 0 0 1\ng a\nf 1//1 2//1 3//1\n")
         self.refuse(1, "n.obj: the library cannot write this model as a whole, it has 1 normal and only 0 texture coordinates; its "
                     "groups can be written one by one, with split or export --group", "export", "n.obj", "-o", "o", "--as-host")
         self.assertIn("1 file written", self.succeed("split", "n.obj", "-o", "parts", "--as-host"))
-        self.assertRegex(self.run_tool("info", ROBOT, "--library", "/nope.so").stderr, b"^smthgrp: cannot load the library: /nope.so: cannot open")
+        self.assertRegex(self.run_tool("info", "--as-host", ROBOT, "--library", "/nope.so").stderr, b"^smthgrp: cannot load the library: /nope.so: cannot open")
 
     def test_usage(self):
         self.write("m.obj", MODEL)
@@ -336,7 +336,7 @@ class ModelTest(ToolCase):
                 ("psd inof m.obj", 'there is no command "inof"; did you mean "info"? See smthgrp psd --help'),
                 ("psd", "a command is needed; see smthgrp psd --help"),
                 ("info", "MODEL is required; see smthgrp info --help"),
-                ("info m.obj a b c", 'more than is expected: "a" "b" "c"; see smthgrp info --help'),
+                ("replace m.obj m.obj -o x a b c", 'more than is expected: "a" "b" "c"; see smthgrp replace --help'),
                 ("export m.obj --ouput=x", 'there is no option "--ouput"; did you mean "--output"? See smthgrp export --help'),
                 ("info --libary x", 'there is no option "--libary"; did you mean "--library"? See smthgrp info --help'),
                 ("export m.obj -o x -s 1 -g a --as-host", "--as-host takes one --group or one --smoothing-group"),
@@ -351,7 +351,7 @@ class ModelTest(ToolCase):
             self.assertEqual(self.run_tool(*line.split()).returncode, 2, line)
         self.assertEqual(os.listdir(self.folder), ["m.obj"])
         self.assertEqual(self.succeed("--version"), "KSmthGrpImpt 1.3\n")
-        for command in ("", "info", "export", "split", "replace", "merge", "diff", "mesh", "call", "psd", "psd layers"):
+        for command in ("", "info", "lint", "export", "split", "replace", "merge", "diff", "mesh", "call", "psd", "psd layers"):
             text = self.succeed(*command.split(), "--help")
             self.assertIn("Usage: " + f"smthgrp {command}".strip(), text)
             self.assertLessEqual(max(map(len, text.splitlines())), 80, command)

@@ -8,6 +8,7 @@
 namespace smthgrp {
 
 void addInfo(CommandLine& line, const PluginOptions& plugin);
+void addLint(CommandLine& line);
 void addExport(CommandLine& line, const PluginOptions& plugin);
 void addSplit(CommandLine& line, const PluginOptions& plugin);
 void addReplace(CommandLine& line, const PluginOptions& plugin);

@@ -1,4 +1,5 @@
 #include "smthgrp/Commands.h"
+#include "smthgrp/common/ReadingNote.h"
 
 namespace {
 
@@ -7,13 +8,14 @@ constexpr const char* kDescription =
 
 constexpr const char* kFooter = R"(Examples:
   smthgrp info robot.obj
+  smthgrp lint robot.obj
   smthgrp export robot.obj -o head.obj --group head
   smthgrp split robot.obj -o parts
   smthgrp replace robot.obj robot_pose.obj -o posed.obj
   smthgrp mesh robot.obj --mask head --crease 2 -o marked.ply
 
 Exit status: 0 done; 1 a file cannot be read or written, or does not have what
-was asked for; 2 wrong usage.
+was asked for; 2 wrong usage; 3 warnings alone, of lint --strict.
 smthgrp COMMAND --help tells more about a command.)";
 
 }  // namespace
@@ -22,7 +24,9 @@ int main(int argc, char** argv) {
   smthgrp::CommandLine line(kDescription, kFooter);
   smthgrp::PluginOptions plugin;
   smthgrp::addPluginOptions(line, plugin);
+  smthgrp::addQuiet(line);
   smthgrp::addInfo(line, plugin);
+  smthgrp::addLint(line);
   smthgrp::addExport(line, plugin);
   smthgrp::addSplit(line, plugin);
   smthgrp::addReplace(line, plugin);

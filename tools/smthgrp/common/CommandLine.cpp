@@ -25,8 +25,7 @@ bool isNegativeNumber(const std::string& word) {
 }
 
 int reportFailure(const std::string& message, int status) {
-  std::fflush(stdout);
-  std::fprintf(stderr, "smthgrp: %s\n", printable(message).c_str());
+  tellFailure(message);
   return status;
 }
 
@@ -179,6 +178,11 @@ int CommandLine::run(int argc, char** argv) {
   } catch (const std::exception& error) {
     return reportFailure(error.what(), kDataError);
   }
+}
+
+void tellFailure(const std::string& message) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "smthgrp: %s\n", printable(message).c_str());
 }
 
 void addInput(CLI::App& command, const char* name, std::string& file, const char* description) {

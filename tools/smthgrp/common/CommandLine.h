@@ -44,6 +44,9 @@ class CommandLine {
   std::function<void()> work_;
 };
 
+/// Prints the line of a Failure, for commands that go on with another file.
+void tellFailure(const std::string& message);
+
 /// A file that the command has to be given by its place on the line.
 void addInput(CLI::App& command, const char* name, std::string& file, const char* description);
 /// The option -o, --output, which the command has to be given.

@@ -3,177 +3,301 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <utility>
+#include <unordered_map>
 #include <vector>
 
 #include "smthgrp/Commands.h"
+#include "smthgrp/common/Failure.h"
 #include "smthgrp/common/TerminalText.h"
-#include "smthgrp/plugin/CurrentModel.h"
-#include "smthgrp/plugin/ReadNotes.h"
+#include "smthgrp/common/TextTable.h"
+#include "smthgrp/model/DocumentSummary.h"
+#include "smthgrp/model/FindingsLine.h"
+#include "smthgrp/model/HostGroups.h"
+#include "smthgrp/model/HostInfo.h"
+#include "smthgrp/model/ModelCounts.h"
+#include "smthgrp/model/ReadDocument.h"
 
 namespace smthgrp {
 namespace {
 
+using Json = nlohmann::ordered_json;
+using WavefrontOBJ::OBJDocument;
+using WavefrontOBJ::OBJStatement;
+using WavefrontOBJ::Severity;
+using WavefrontOBJ::VectorKind;
+
 struct Request {
-  std::string model;
+  std::vector<std::string> models;
   bool json = false;
+  bool faces = false;
+  bool asHost = false;
   bool all = false;  ///< list every line passed over that the library has kept
 };
 
 constexpr const char* kFooter = R"(Examples:
   smthgrp info robot.obj
+  smthgrp info models/*.obj
   smthgrp info --json robot.obj | jq '.groups[].name'
+  smthgrp info --json --faces robot.obj | jq '.groups[] | {name, faces}'
 
-The vertices of a group are those of its vertex range: from the first to the
-last that its faces use.)";
+The vertices of a group are those that its elements use. Where the host reads
+the file otherwise, the index that a group has there stands beside its own.)";
 
-using Note = WavefrontOBJ::OBJReadNote;
+constexpr int kNoHostIndex = 0;
 
-struct GroupRow {
-  std::string name;
-  std::uint32_t vertexCount;
+/// All that is told about one file.
+struct Account {
+  std::string file;
+  ModelCounts counts;
+  DocumentSummary summary;
+  HostGroups host;
+  std::vector<std::size_t> hostIndices;  ///< of each group, from 1; `kNoHostIndex` for none
+  std::vector<std::size_t> onlyHost;     ///< host's indices, from 1, of groups that the document has not
+  bool hostDiffers = false;
 };
 
-struct ModelSummary {
-  std::string path;
-  std::vector<std::pair<const char*, std::size_t>> counts;
-  std::vector<GroupRow> groups;
-  std::vector<std::uint32_t> smoothingGroups;
-};
-
-ModelSummary summarise(PluginLibrary& library, const std::string& path) {
-  const WavefrontOBJ::OBJModel& model = loadModel(library, path);
-  ModelSummary summary;
-  summary.path = path;
-  const std::vector<std::string> names = groupNames(library);
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    const float vertices = library.call("GetOBJGroupInfo", "vertexCount", static_cast<double>(i + 1)).value;
-    summary.groups.push_back({names[i], static_cast<std::uint32_t>(vertices)});
+void compareWithHost(Account& account) {
+  std::vector<bool> seen(account.host.names.size());
+  std::unordered_map<std::string, std::size_t> indices;
+  for (std::size_t i = 0; i < seen.size(); ++i) indices.try_emplace(account.host.names[i], i + 1);
+  for (const GroupSummary& group : account.summary.groups) {
+    const auto found = indices.find(group.name);
+    const std::size_t index = found == indices.end() ? kNoHostIndex : found->second;
+    account.hostIndices.push_back(index);
+    if (index != kNoHostIndex) seen[index - 1] = true;
+    account.hostDiffers = account.hostDiffers || index != account.hostIndices.size();
   }
-  summary.smoothingGroups = smoothingGroups(library);
-  summary.counts = {
-      {"vertices", vertexCount(library)},    {"texture coordinates", model._textureCoords->count},
-      {"normals", model._normals->count},    {"faces", faceCount(library)},
-      {"groups", summary.groups.size()},     {"smoothing groups", summary.smoothingGroups.size()},
-      {"materials", model._materials.size()}};
-  return summary;
+  for (std::size_t i = 0; i < seen.size(); ++i) {
+    if (!seen[i]) account.onlyHost.push_back(i + 1);
+  }
 }
 
-/// "texture coordinates" as a key: textureCoordinates.
-std::string jsonKey(const char* label) {
-  std::string key;
-  bool upper = false;
-  for (; *label != '\0'; ++label) {
-    if (*label != ' ') key += upper ? static_cast<char>(*label - 'a' + 'A') : *label;
-    upper = *label == ' ';
+Account accountOf(const PluginOptions& plugin, const std::string& path, const OBJDocument& document) {
+  Account account;
+  account.file = inputName(path);
+  account.summary = summarise(document);
+  account.host = hostGroups(plugin, document);
+  compareWithHost(account);
+  const DocumentSummary& summary = account.summary;
+  account.counts = {{"vertices", document.vectorCount(VectorKind::position)},
+                    {"texture coordinates", document.vectorCount(VectorKind::texture)},
+                    {"normals", document.vectorCount(VectorKind::normal)},
+                    {"faces", document.faces().size()},
+                    {"groups", summary.groups.size()},
+                    {"smoothing groups", summary.smoothing.size()},
+                    {"materials", summary.materials.size()},
+                    {"objects", summary.objects.size()}};
+  const ModelCounts rare = {{"lines", document.lines().size()},
+                            {"points", document.points().size()},
+                            {"parameter vertices", document.vectorCount(VectorKind::parameter)},
+                            {"other statements", document.statements().size()}};
+  for (const auto& row : rare) {
+    if (row.second > 0) account.counts.push_back(row);
   }
-  return key;
+  return account;
 }
 
-void printJson(const ModelSummary& summary, const WavefrontOBJ::OBJReadNotes& notes) {
-  using Json = nlohmann::ordered_json;
-  Json document = {{"file", summary.path}, {"counts", Json::object()}};
-  for (const auto& [label, count] : summary.counts) document["counts"][jsonKey(label)] = count;
-  Json& groups = document["groups"] = Json::array();
+const char* textOf(OBJStatement::Kind kind) {
+  switch (kind) {
+    case OBJStatement::Kind::freeForm:
+      return "free-form";
+    case OBJStatement::Kind::display:
+      return "display";
+    case OBJStatement::Kind::inclusion:
+      return "inclusion";
+    default:
+      return "unknown";
+  }
+}
+
+void printJson(const Account& account, const OBJDocument& document, bool withFaces) {
+  const DocumentSummary& summary = account.summary;
+  Json out = {{"file", account.file}, {"counts", countsJson(account.counts)}, {"boundingBox", nullptr}};
+  if (summary.box) out["boundingBox"] = {{"min", summary.box->least}, {"max", summary.box->greatest}};
+  const auto hostIndex = [](std::size_t index) { return index == kNoHostIndex ? Json() : Json(index); };
+  Json& groups = out["groups"] = Json::array();
   for (std::size_t i = 0; i < summary.groups.size(); ++i) {
-    const GroupRow& group = summary.groups[i];
-    groups.push_back({{"index", i + 1}, {"name", group.name}, {"vertexCount", group.vertexCount}});
+    const GroupSummary& group = summary.groups[i];
+    groups.push_back({{"index", i + 1},
+                      {"hostIndex", hostIndex(account.hostIndices[i])},
+                      {"name", group.name},
+                      {"vertexCount", group.vertices},
+                      {"faceCount", group.faces.size()},
+                      {"triangles", group.triangles},
+                      {"quads", group.quads},
+                      {"more", group.more},
+                      {"lines", group.lines},
+                      {"points", group.points}});
+    if (!withFaces) continue;
+    Json& faces = groups.back()["faces"] = Json::array();
+    for (const std::uint32_t face : group.faces) faces.push_back(std::uint64_t{face} + 1);
   }
-  Json& smoothing = document["smoothingGroups"] = Json::array();
-  for (std::size_t i = 0; i < summary.smoothingGroups.size(); ++i) {
-    smoothing.push_back({{"index", i + 1}, {"number", summary.smoothingGroups[i]}});
+  Json& host = out["host"] = {{"error", nullptr}, {"otherGroups", Json::array()}};
+  if (!account.host.error.empty()) host["error"] = account.host.error;
+  for (const std::size_t index : account.onlyHost) {
+    host["otherGroups"].push_back({{"hostIndex", index}, {"name", account.host.names[index - 1]}});
   }
-  Json& skipped = document["skipped"] = {{"total", notes.total}, {"lines", Json::array()}};
-  for (const Note& note : notes.kept) {
-    const NoteText text = noteText(note.kind);
-    skipped["lines"].push_back(
-        {{"line", note.lineNumber}, {"kind", text.key}, {"reason", text.reason}, {"text", note.text}});
+  Json& smoothing = out["smoothingGroups"] = Json::array();
+  for (const SmoothingSummary& row : summary.smoothing) {
+    smoothing.push_back({{"number", row.number}, {"faceCount", row.faces}});
   }
+  out["facesWithoutSmoothingGroup"] = summary.facesWithoutSmoothing;
+  Json& objects = out["objects"] = Json::array();
+  for (const NamedFaces& row : summary.objects) {
+    objects.push_back({{"name", row.name}, {"faceCount", row.faces}});
+  }
+  Json& materials = out["materials"] = Json::array();
+  for (const NamedFaces& row : summary.materials) {
+    const Json library = row.library < 0 ? Json() : Json(summary.libraries[row.library].name);
+    materials.push_back({{"name", row.name}, {"faceCount", row.faces}, {"library", library}});
+  }
+  out["facesWithoutMaterial"] = summary.facesWithoutMaterial;
+  Json& libraries = out["libraries"] = Json::array();
+  for (const LibrarySummary& row : summary.libraries) {
+    libraries.push_back({{"name", row.name},
+                         {"found", row.found},
+                         {"materialCount", row.found ? Json(row.materials) : Json()}});
+  }
+  Json& statements = out["statements"] = Json::array();
+  for (const StatementSummary& row : summary.statements) {
+    statements.push_back({{"kind", textOf(row.kind)}, {"keyword", row.keyword}, {"count", row.count}});
+  }
+  const WavefrontOBJ::Findings& findings = document.findings();
+  out["findings"] = {{"errors", findings.count(Severity::error, false)},
+                     {"warnings", findings.count(Severity::warning, false)},
+                     {"notes", findings.count(Severity::note, false)},
+                     {"text", findingsLine(findings)}};
   // Names are bytes of the file in whatever encoding.
-  std::printf("%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+  std::printf("%s\n", out.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-int widest(std::size_t number, const char* title) {
-  return static_cast<int>(std::max(std::to_string(number).size(), std::string(title).size()));
+void printLines(const Account& account, const OBJDocument& document) {
+  if (const auto& box = account.summary.box) {
+    std::printf("  %-19s  %g %g %g to %g %g %g\n", "bounding box", box->least[0], box->least[1],
+                box->least[2], box->greatest[0], box->greatest[1], box->greatest[2]);
+  }
+  const std::string findings = findingsLine(document.findings());
+  std::printf("  %-19s  %s\n", "findings", findings.empty() ? "none" : findings.c_str());
+  if (!account.host.error.empty()) {
+    std::printf("  %-19s  cannot read this file: %s\n", "the host", printable(account.host.error).c_str());
+  }
 }
 
-void printCounts(const ModelSummary& summary) {
-  std::printf("%s\n", printable(summary.path).c_str());
-  int width = 1;
-  for (const auto& row : summary.counts) width = std::max(width, widest(row.second, ""));
-  for (const auto& [label, count] : summary.counts) std::printf("  %-19s  %*zu\n", label, width, count);
-}
-
-/// Names come last: they may be of any length.
-void printGroups(const std::vector<GroupRow>& groups) {
-  if (groups.empty()) return;
-  std::uint32_t most = 0;
-  for (const GroupRow& group : groups) most = std::max(most, group.vertexCount);
-  const int indexWidth = widest(groups.size(), "index");
-  const int countWidth = widest(most, "vertices");
-  std::printf("\nGroups\n  %*s  %*s  name\n", indexWidth, "index", countWidth, "vertices");
+void printGroups(const Account& account) {
+  const auto& groups = account.summary.groups;
+  const auto none = [&](std::uint32_t GroupSummary::*count) {
+    return std::all_of(groups.begin(), groups.end(),
+                       [&](const GroupSummary& group) { return group.*count == 0; });
+  };
+  const bool host = account.hostDiffers && account.host.error.empty();
+  TextTable table("Groups", {{"index"},
+                             {"host's", false, !host},
+                             {"faces"},
+                             {"triangles"},
+                             {"quads"},
+                             {"more"},
+                             {"lines", false, none(&GroupSummary::lines)},
+                             {"points", false, none(&GroupSummary::points)},
+                             {"vertices"},
+                             {"name", true}});
   for (std::size_t i = 0; i < groups.size(); ++i) {
-    std::printf("  %*zu  %*u  %s\n", indexWidth, i + 1, countWidth, groups[i].vertexCount,
-                printable(groups[i].name).c_str());
+    const GroupSummary& group = groups[i];
+    const std::size_t index = account.hostIndices[i];
+    table.add({std::to_string(i + 1), index == kNoHostIndex ? "-" : std::to_string(index),
+               std::to_string(group.faces.size()), std::to_string(group.triangles),
+               std::to_string(group.quads), std::to_string(group.more), std::to_string(group.lines),
+               std::to_string(group.points), std::to_string(group.vertices), printable(group.name)});
   }
+  table.print();
+  TextTable others("Groups that only the host has", {{"host's"}, {"name", true}});
+  for (const std::size_t index : account.onlyHost) {
+    others.add({std::to_string(index), printable(account.host.names[index - 1])});
+  }
+  others.print();
 }
 
-void printSmoothingGroups(const std::vector<std::uint32_t>& numbers) {
-  if (numbers.empty()) return;
-  const int numberWidth = widest(*std::max_element(numbers.begin(), numbers.end()), "number");
-  std::printf("\nSmoothing groups\n  index  %*s\n", numberWidth, "number");
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    std::printf("  %5zu  %*u\n", i + 1, numberWidth, numbers[i]);
+void printTables(const DocumentSummary& summary) {
+  TextTable smoothing("Smoothing groups", {{"number"}, {"faces"}});
+  for (const SmoothingSummary& row : summary.smoothing) {
+    smoothing.add({std::to_string(row.number), std::to_string(row.faces)});
   }
+  if (!summary.smoothing.empty() && summary.facesWithoutSmoothing > 0) {
+    smoothing.add({"off", std::to_string(summary.facesWithoutSmoothing)});
+  }
+  smoothing.print();
+  TextTable objects("Objects", {{"faces"}, {"name", true}});
+  for (const NamedFaces& row : summary.objects) objects.add({std::to_string(row.faces), printable(row.name)});
+  objects.print();
+  TextTable materials("Materials", {{"faces"}, {"library", true}, {"name", true}});
+  for (const NamedFaces& row : summary.materials) {
+    const bool missing = row.library < 0;
+    materials.add({std::to_string(row.faces),
+                   missing ? "(missing)" : printable(summary.libraries[row.library].name),
+                   printable(row.name)});
+  }
+  if (!summary.materials.empty() && summary.facesWithoutMaterial > 0) {
+    materials.add({std::to_string(summary.facesWithoutMaterial), "", "(none)"});
+  }
+  materials.print();
+  TextTable libraries("Material libraries", {{"materials"}, {"name", true}});
+  for (const LibrarySummary& row : summary.libraries) {
+    libraries.add({row.found ? std::to_string(row.materials) : "(missing)", printable(row.name)});
+  }
+  libraries.print();
+  TextTable statements("Other statements", {{"count"}, {"kind", true}, {"keyword", true}});
+  for (const StatementSummary& row : summary.statements) {
+    statements.add({std::to_string(row.count), textOf(row.kind), printable(row.keyword, 60)});
+  }
+  statements.print();
 }
 
-void printNotes(const WavefrontOBJ::OBJReadNotes& notes, bool all) {
-  constexpr std::size_t kFirstFew = 20;
-  constexpr std::size_t kTextWidth = 100;
-  if (notes.total == 0) return;
-  const std::size_t shown = all ? notes.kept.size() : std::min(notes.kept.size(), kFirstFew);
-  std::size_t lastLine = 0;
-  std::size_t reasonWidth = 0;
-  for (std::size_t i = 0; i < shown; ++i) {
-    lastLine = std::max(lastLine, notes.kept[i].lineNumber);
-    reasonWidth = std::max(reasonWidth, std::string(noteText(notes.kept[i].kind).reason).size());
+void describe(const PluginOptions& plugin, const Request& request, const std::string& path) {
+  if (request.asHost) {
+    PluginLibrary library(plugin.file);
+    return printHostInfo(library, path == kStandardInput ? "/dev/stdin" : path, request.json, request.all);
   }
-  const int lineWidth = widest(lastLine, "line");
-  std::printf("\nSkipped lines\n  %*s  %-*s  text\n", lineWidth, "line", static_cast<int>(reasonWidth),
-              "why");
-  for (std::size_t i = 0; i < shown; ++i) {
-    const Note& note = notes.kept[i];
-    std::printf("  %*zu  %-*s  %s\n", lineWidth, note.lineNumber, static_cast<int>(reasonWidth),
-                noteText(note.kind).reason, printable(note.text, kTextWidth).c_str());
-  }
-  if (notes.total > shown) std::printf("  ... and %zu more\n", notes.total - shown);
+  OBJDocument document;
+  readDocument(path, document);
+  const Account account = accountOf(plugin, path, document);
+  if (request.json) return printJson(account, document, request.faces);
+  printCounts(account.file, account.counts);
+  printLines(account, document);
+  printGroups(account);
+  printTables(account.summary);
 }
 
-void run(PluginLibrary& library, const Request& request) {
-  const ModelSummary summary = summarise(library, request.model);
-  const WavefrontOBJ::OBJReadNotes& notes = library.model()->_readNotes;
-  if (request.json) {
-    printJson(summary, notes);
-    return;
+void run(const PluginOptions& plugin, const Request& request) {
+  bool failed = false;
+  for (const std::string& path : request.models) {
+    if (!request.json && &path != request.models.data()) std::printf("\n");
+    try {
+      describe(plugin, request, path);
+    } catch (const Failure& failure) {
+      failed = true;
+      tellFailure(failure.what());
+      if (!request.json) continue;
+      const Json out = {{"file", inputName(path)}, {"error", failure.what()}};
+      std::printf("%s\n", out.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+    }
   }
-  printCounts(summary);
-  printGroups(summary.groups);
-  printSmoothingGroups(summary.smoothingGroups);
-  printNotes(notes, request.all);
+  if (failed) throw ExitStatus{kDataError};
 }
 
 }  // namespace
 
 void addInfo(CommandLine& line, const PluginOptions& plugin) {
   const auto request = std::make_shared<Request>();
-  CLI::App& command = line.add("info", "Print counts, groups and what the reader skipped", kFooter);
-  addInput(command, "MODEL", request->model, "OBJ file to read");
-  command.add_flag("--json", request->json, "Print JSON");
-  command.add_flag("--all", request->all, "List more than the first 20 skipped lines");
-  line.setWork(command, [&plugin, request] {
-    PluginLibrary library(plugin.file);
-    run(library, *request);
-  });
+  CLI::App& command = line.add("info", "Print counts, groups, materials and what was doubted", kFooter);
+  command.add_option("MODEL", request->models, "OBJ files to read; - for standard input")
+      ->required()
+      ->type_name("");
+  CLI::Option* const json =
+      command.add_flag("--json", request->json, "Print JSON, one document for each file");
+  command.add_flag("--faces", request->faces, "List the faces of each group, from 1")->needs(json);
+  CLI::Option* const asHost = command.add_flag(
+      "--as-host", request->asHost, "Print what the host has of the file, through the plug-in's calls");
+  command.add_flag("--all", request->all, "List more than the first 20 skipped lines")->needs(asHost);
+  line.setWork(command, [&plugin, request] { run(plugin, *request); });
 }
 
 }  // namespace smthgrp

@@ -4,6 +4,8 @@
 
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/ProgressBar.h"
+#include "smthgrp/common/ReadingNote.h"
+#include "smthgrp/model/FindingsLine.h"
 
 namespace smthgrp {
 
@@ -12,8 +14,17 @@ std::string inputName(const std::string& path) {
 }
 
 WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document) {
+  WavefrontOBJ::Result result = tryReadDocument(path, document, 1);
+  const std::string text = findingsLine(document.findings());
+  if (result && !text.empty()) tellReading(inputName(path), text + "; see smthgrp lint");
+  return result;
+}
+
+WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document,
+                                     std::size_t places) {
   ProgressBar bar("reading " + inputName(path));
   WavefrontOBJ::DocumentReadOptions options;
+  options.placesPerKind = places;
   options.progress = bar.progress();
   return path == kStandardInput ? document.readDescriptor(STDIN_FILENO, inputName(path), options)
                                 : document.read(path, options);

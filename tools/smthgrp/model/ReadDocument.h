@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "document/OBJDocument.h"
@@ -13,8 +14,13 @@ inline constexpr const char* kStandardInput = "-";
 std::string inputName(const std::string& path);
 
 /// Reads the OBJ file at `path`, `kStandardInput` for what comes in there, as its author wrote it; a bar on
-/// the terminal shows how far. What the answer says begins with the file's name.
+/// the terminal shows how far. What the answer says begins with the file's name. What the read left out or
+/// doubted is told in one line on standard error.
 WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document);
+
+/// The same without that line, for commands that list what was doubted: `places` of each kind are kept.
+WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document,
+                                     std::size_t places);
 
 /// The same for commands that cannot go on without the document: throws a Failure that says why.
 void readDocument(const std::string& path, WavefrontOBJ::OBJDocument& document);

@@ -1,5 +1,7 @@
 #include "smthgrp/plugin/ReadNotes.h"
 
+#include "smthgrp/common/TerminalText.h"
+
 namespace smthgrp {
 
 NoteText noteText(WavefrontOBJ::OBJReadNote::Kind kind) {
@@ -29,6 +31,13 @@ NoteText noteText(WavefrontOBJ::OBJReadNote::Kind kind) {
       return {"normalMissing", "a face names a normal that the file has not given"};
   }
   return {"other", "passed over"};
+}
+
+std::string passedOverLine(const WavefrontOBJ::OBJReadNotes& notes) {
+  if (notes.kept.empty()) return "";
+  const WavefrontOBJ::OBJReadNote& first = notes.kept[0];
+  return counted(notes.total, "line") + " passed over, " + (notes.total > 1 ? "the first " : "") + "line " +
+         std::to_string(first.lineNumber) + ": " + noteText(first.kind).reason;
 }
 
 }  // namespace smthgrp

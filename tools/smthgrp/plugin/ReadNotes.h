@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "obj/OBJReadNotes.h"
 
 namespace smthgrp {
@@ -10,5 +12,8 @@ struct NoteText {
   const char* reason;
 };
 NoteText noteText(WavefrontOBJ::OBJReadNote::Kind kind);
+
+/// "3 lines passed over, the first is line 7: unknown line"; empty when there are none.
+std::string passedOverLine(const WavefrontOBJ::OBJReadNotes& notes);
 
 }  // namespace smthgrp
