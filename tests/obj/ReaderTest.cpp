@@ -5,48 +5,48 @@
 
 using namespace WavefrontOBJ;
 
-// What ReaderPathsTest holds against a witness, in a few words of its own.
+// What ReaderPathsTest holds against a witness, in a few words of its own, with the messages.
 TEST(Reader, KeptQuirks) {
   struct Case {
-    const char* name;
-    std::string text;
-    const char* groups;   ///< each with its faces
-    const char* message;  ///< before the file's path, if any
+    const char *name, *text, *groups;  ///< groups: each with its faces
+    const char* message = "";          ///< before the file's path, if any
     bool success = true;
   };
-  const std::string f = "f 1 2 3\n";
   const Case cases[] = {
-      {"trailing blank doubles the last name", "G A b \nF 1 2 3 \n", "A:0 |b:0 0 |", ""},
-      {"bare g first", "g\n" + f, "default:0 |", ""},
-      {"bare g after a known group", "g a\n" + f + "g b\n" + f + "g a\ng\n" + f, "a:0 2 |b:1 |", ""},
-      {"bare g after off", "s OFF\ng\n" + f, "off:0 |", ""},
-      {"relative indices land past the last", "f 1 -3 -1\n", "default:0 |", ""},
-      {"unknown line", "XYZ A\n" + f, "default:0 |", "Line \"xyz A\" in "},
-      {"malformed corner", "f 1 2/2 3\n" + f, "default:0 |", "Error for vertex at (f 1 2/2 3)\n"},
+      {"trailing blank doubles the last name", "G A b \nF 1 2 3 \n", "A:0 |b:0 0 |"},
+      {"bare g first", "g\nf 1 2\n", "default:0 |"},
+      {"bare g after a known group", "g a\nf 1\ng b\nf 1\ng a\ng\nf 1\n", "a:0 2 |b:1 |"},
+      {"bare g after off", "s OFF\ng\nf 1\n", "off:0 |"},
+      {"relative indices land past the last", "f 1 -3 -1\n", "default:0 |"},
+      {"unknown line", "XYZ A\nf 1\n", "default:0 |", "Line \"xyz A\" in "},
+      {"malformed corner", "f 1 2/2 3\nf 1\n", "default:0 |", "Error for vertex at (f 1 2/2 3)\n"},
       {"vertex beyond", "f 1 2 4\n", "", "Vertex not found at (f 1 2 4) in ", false},
+      {"vertex 0", "f 0\n", "", "Vertex 0 invalid at (f 0) in ", false},
+      {"texture beyond", "f 1/1\n", "", "Coordinate of texture invalid at (f 1/1) in ", false},
+      {"texture 0", "f 1/0\n", "", "Coordinate of texture 0 invalid at (f 1/0) in ", false},
+      {"normal beyond", "f 1//1\n", "", "Usage of non valid normal for vertex at (f 1//1) in ", false},
+      {"normal 0", "f 1//0\n", "", "Normal of vertex 0 invalid at f 1//0) in ", false},
   };
   const TempFolder folder;
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    const std::string path = folder.write("m.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\n" + c.text);
-    OBJModel model(true);
+    const std::string path = folder.write("m.obj", std::string("v 0 0 0\nv 1 0 0\nv 0 1 0\n") + c.text);
+    OBJModel model(true), strict(true);
     EXPECT_EQ(model.read(path, false), c.success);
     std::string groups;
-    for (const std::string& name : model._groupNames)
+    for (const std::string& name : model._groupNames) {
       groups += name + ":" + describe(model._groups.at(name)) + "|";
+    }
     EXPECT_EQ(groups, c.groups);
     EXPECT_EQ(model._errorMessage.substr(0, model._errorMessage.find(path)), c.message);
     EXPECT_EQ(model._readNotes.total, c.success && *c.message != '\0' ? 1U : 0U);
-    OBJModel strict(true);
     EXPECT_EQ(strict.read(path, true), *c.message == '\0');
     EXPECT_EQ(strict._errorMessage, model._errorMessage);
   }
-  for (const std::string& path : {folder.path("none.obj"), folder.path(""), std::string()}) {
-    OBJModel model(true);
-    model._errorMessage = "old";
-    EXPECT_FALSE(model.read(path, false));
-    EXPECT_EQ(model._errorMessage, "OBJ file not found: " + path);
-  }
+  OBJModel model(true);
+  model._errorMessage = "old";
+  EXPECT_FALSE(model.read(folder.path("none.obj"), false));
+  EXPECT_EQ(model._errorMessage, "OBJ file not found: " + folder.path("none.obj"));
 }
 
 TEST(Reader, FullSmoothingTableLeavesAnEmptyLogAndEnds) {
@@ -55,15 +55,13 @@ TEST(Reader, FullSmoothingTableLeavesAnEmptyLogAndEnds) {
   for (int i = 1; i <= 256; ++i) text += "s " + std::to_string(i) + "\n";
   const auto old = std::filesystem::current_path();
   std::filesystem::current_path(folder.path(""));
-  OBJModel full(true);
+  OBJModel full(true), known(true);
   EXPECT_EQ(failedAssertion([&] { full.read(folder.write("full.obj", text + "s off\n"), false); }), "");
   EXPECT_FALSE(folder.has("error_objmodel_read.txt"));
-  OBJModel known(true);
   EXPECT_EQ(failedAssertion([&] { known.read(folder.write("more.obj", text + "s 1\n"), false); }),
             "OBJModel:976 read 0")
       << "even a number that is known";
-  EXPECT_TRUE(folder.has("error_objmodel_read.txt"));
-  EXPECT_EQ(folder.read("error_objmodel_read.txt"), "");
+  EXPECT_TRUE(folder.has("error_objmodel_read.txt") && folder.read("error_objmodel_read.txt").empty());
   std::filesystem::current_path(old);
 }
 
@@ -75,25 +73,22 @@ TEST(Reader, MaterialLibraries) {
   const auto read = [&](const std::string& text, bool strict, OBJModel& model) {
     return model.read(folder.write("m.obj", "v 0 0 0\n" + text), strict);
   };
-  OBJModel model(true);
-  EXPECT_TRUE(
-      read("mtllib a.mtl c.mtl\nUSEMTL Blue\nf 1\nmtllib b.mtl\nusemtl red\nf 1\nf 1\nusemtl blue\nf 1\n",
-           false, model));
+  OBJModel model(true), failing(true), strict(true), full(true);
+  const char* const text =
+      "mtllib a.mtl c.mtl\nUSEMTL Blue\nf 1\nmtllib b.mtl\nusemtl red\nf 1\nf 1\nusemtl blue\nf 1\n";
+  EXPECT_TRUE(read(text, false, model));
   ASSERT_EQ(model._materials.size(), 3U);
   EXPECT_EQ(describe(model._materialFaces[0]), "1 2 ") << "the first of two of one name";
   EXPECT_EQ(describe(model._materialFaces[1]), "0 ");
   EXPECT_EQ(model._errorMessage, " line \"Tr 1\" in " + folder.path("b.mtl") + " in not valid.\n");
 
-  OBJModel failing(true);
   EXPECT_TRUE(read("xyz\nmtllib bad.mtl\nmtllib none.mtl\nabc\nf 1\n", false, failing));
   EXPECT_EQ(failing._errorMessage, "Line \"abc\" in " + folder.path("m.obj") + " has error.")
       << "a failing library takes the messages before it away";
   EXPECT_EQ(failing._readNotes.total, 4U) << "the notes stay";
-  OBJModel strict(true);
   EXPECT_FALSE(read("mtllib none.mtl\n", true, strict));
   EXPECT_EQ(strict._errorMessage, "Materials file missing: " + folder.path("none.mtl"));
 
-  OBJModel full(true);
   full._materials.reserve(kMaxMaterials + 2);
   full._materials.resize(kMaxMaterials - 2);
   EXPECT_TRUE(read("mtllib a.mtl\n", false, full));
@@ -104,26 +99,22 @@ TEST(Reader, MaterialLibraries) {
 TEST(Reader, IgnoresTheLocaleOfTheProcess) {
   struct CommaPoint : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
     std::string do_grouping() const override { return "\3"; }
   };
   const std::locale old = std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
   const TempFolder folder;
   folder.write("a.mtl", "newmtl red\nKd 0.5 1.25 1e-1\n");
   OBJModel model(true);
-  EXPECT_TRUE(model.read(folder.write("m.obj", "mtllib a.mtl\nv 1.5 +2.25 3e0\nv 12345.5 0 0\n"), false));
+  EXPECT_TRUE(model.read(folder.write("m.obj", "mtllib a.mtl\nv 12345.5 +2.25 3e0\n"), false));
   model.write(folder.path("out.obj"), true, nullptr);
-  std::istringstream numbers("1.5 x 3");
+  std::istringstream numbers("1.5 x 3"), coordinates("1.25 -2.5");
   double values[3] = {7, 8, 9};
   OBJModel::readThreeDouble(values, numbers);
-  numbers = std::istringstream("1.25 -2.5");
   OBJVector vector(5, 5, 5, 5);
-  OBJModel::readOBJVector(vector, numbers);
+  OBJModel::readOBJVector(vector, coordinates);
   std::locale::global(old);
-  EXPECT_EQ((*model._vertices)[0].y, 2.25F);
   EXPECT_EQ(model._materials[0].Kd[1], 1.25);
-  EXPECT_NE(folder.read("out.obj").find("v 12345.5 0.00000 0.00000 \n"), std::string::npos);
-  EXPECT_EQ(values[0] + values[1] + values[2], 1.5 + 8 + 9)
-      << "the first that is no number ends the extraction";
+  EXPECT_NE(folder.read("out.obj").find("v 12345.5 2.25000 3.00000 \n"), std::string::npos);
+  EXPECT_TRUE(values[0] == 1.5 && values[1] == 8 && values[2] == 9) << "ends at the first that is no number";
   EXPECT_TRUE(vector.x == 1.25F && vector.y == -2.5F && vector.z == 0.0F && vector.w == 0.0F);
 }
