@@ -13,23 +13,18 @@ TEST(Face, HoldsEachVertexOnceAndAtMost88) {
   EXPECT_EQ(face.textureIndex[0], 1U);
   EXPECT_EQ(face.hasTexture, 1U) << "an absorbed corner changes nothing, the flags included";
   for (std::uint32_t v = 100; v < 187; ++v) face.addVertex(v, v, v, v % 2 == 0, false);
-  EXPECT_EQ(face.vertexCount, 88U);
-  EXPECT_EQ(face.hasTexture, 1U);
-  EXPECT_EQ(face.hasNormal, 0U);
+  EXPECT_TRUE(face.vertexCount == 88 && face.hasTexture == 1 && face.hasNormal == 0);
   EXPECT_TRUE(face.addVertex(186, 0, 0, false, false));
   EXPECT_EQ(failedAssertion([&] { face.addVertex(999, 0, 0, false, false); }), "OBJBasic:324 addVertex 0");
 }
 
 TEST(Face, CopyResetsTheGeometryAndAssignmentKeepsIt) {
   ZeroedFace face({5, 6, 7}, true);
-  face.vertexIndex[87] = 77;
-  face.smoothingGroup = 4;
+  face.vertexIndex[87] = face.smoothingGroup = 77;
   face.materialIndex = 2;
-  face.normal = {1, 2, 3, 4};
-  face.center = {5, 6, 7, 8};
+  face.normal = face.center = {1, 2, 3, 4};
   face.reserved = 9;
-  OBJFace copy(face);
-  OBJFace assigned;
+  OBJFace copy(face), assigned;
   assigned = face;
   EXPECT_EQ(std::memcmp(&assigned, &face, sizeof face), 0);
   assigned.normal = assigned.center = gZeroVector;
@@ -41,11 +36,10 @@ TEST(BlockIndex, DividesExactly) {
   Random random(1);
   for (const std::uint32_t size : {1U, 2U, 3U, 7U, 4000U, 32000U, 65535U, 0x80000001U, UINT32_MAX}) {
     const OBJBlockIndex index(size);
-    for (int i = 0; i < 30000; ++i) {
-      const std::uint32_t at =
-          i < 3 ? static_cast<std::uint32_t>(-i) : random() / size * size + below(random, 3) - 1;
+    for (std::uint32_t i = 0; i < 30000; ++i) {
+      const std::uint32_t at = i < 3 ? 0 - i : random() / size * size + below(random, 3) - 1;
       ASSERT_EQ(index.block(at), at / size) << at << " / " << size;
-      ASSERT_EQ(index.slot(at, index.block(at)), at % size) << at << " % " << size;
+      ASSERT_EQ(index.slot(at, at / size), at % size) << at << " % " << size;
     }
   }
 }
