@@ -89,3 +89,12 @@ TEST(FaceArray, ExtractsTheIndicesOfFacesOfOneSize) {
   EXPECT_EQ(count, 0U);
   EXPECT_EQ(faces.FaceTypeCount(4), 1U);
 }
+
+TEST(FaceArray, StoresAViewWhereTheCountSays) {
+  OBJFaceArray faces(4);
+  faces.push_back(ZeroedFace({7}));
+  faces.count = 2;
+  ASSERT_TRUE(faces.push_back(faces.view(0), faces.geometry(0)));
+  EXPECT_EQ(faces.view(1).vertexCount, 0U);
+  EXPECT_EQ(faces.view(2).vertexIndex[0], 7U);
+}

@@ -98,34 +98,25 @@ TEST(TextureSpace, InsideAndClipping) {
   const OBJVector uv[] = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
   for (const OBJVector& corner : uv) model._textureCoords->push_back(corner);
   const ZeroedFace square({0, 1, 2, 3}, true), clockwise({3, 2, 1, 0}, true), triangle({0, 1, 3}, true);
-  struct Point {
-    const OBJFace& face;
-    double u, v;
-    bool inside;
-  };
-  for (const Point& p :
-       {Point{square, 0.5, 0.5, true}, Point{square, 0, 0.5, true}, Point{square, 0.5, 0, true},
-        Point{square, 1, 0.5, false}, Point{square, 0.5, 1, false}, Point{square, -0.1, 0.5, false},
-        Point{triangle, 0.2, 0.7, true}, Point{triangle, 0.4, 0.7, false}}) {
-    EXPECT_EQ(model.insideTexture(p.face, p.u, p.v), p.inside) << p.u << " " << p.v;
-  }
+  const double inside[][2] = {{0.5, 0.5}, {0, 0.5}, {0.5, 0}, {0.4, 0.7}};
+  const double outside[][2] = {{1, 0.5}, {0.5, 1}, {-0.1, 0.5}, {0.5, 1.1}};
+  for (const auto& [u, v] : inside) EXPECT_TRUE(model.insideTexture(square, u, v)) << u << " " << v;
+  for (const auto& [u, v] : outside) EXPECT_FALSE(model.insideTexture(square, u, v)) << u << " " << v;
+  EXPECT_TRUE(model.insideTexture(triangle, 0.2, 0.7)) << "a slanting edge";
+  EXPECT_FALSE(model.insideTexture(triangle, 0.4, 0.7));
+
   OBJVector from, to;
   ASSERT_TRUE(model.intersectTexture({-1, 0.5F, 3}, {2, 0.5F, 6}, square, from, to));
   expectVector(from, {0, 0.5F, 4}, "z is carried along");
   expectVector(to, {1, 0.5F, 5}, "z is carried along");
   EXPECT_FALSE(model.intersectTexture({-1, 0.5F, 0}, {2, 0.5F, 0}, clockwise, from, to)) << "clips it all";
-  struct Segment {
-    const char* name;
-    OBJVector from, to;
-    bool hits;
-  };
-  for (const Segment& s : {Segment{"parallel, right of it", {1.5F, 0, 0}, {1.5F, 1, 0}, false},
-                           Segment{"beyond", {2, 0.5F, 0}, {3, 0.6F, 0}, false},
-                           Segment{"before", {-3, 0.5F, 0}, {-2, 0.6F, 0}, false},
-                           Segment{"diagonal past a corner", {0.5F, 2, 0}, {2, 0.5F, 0}, false},
-                           Segment{"diagonal past the other", {-1, 0.5F, 0}, {0.5F, -1, 0}, false},
-                           Segment{"diagonal", {0.5F, 1.25F, 0}, {1.25F, 0.5F, 0}, true},
-                           Segment{"a point inside", {0.5F, 0.5F, 0}, {0.5F, 0.5F, 0}, true}}) {
-    EXPECT_EQ(model.intersectTexture(s.from, s.to, square, from, to), s.hits) << s.name;
-  }
+  const OBJVector hits[][2] = {{{0.5F, 1.25F, 0}, {1.25F, 0.5F, 0}}, {{0.5F, 0.5F, 0}, {0.5F, 0.5F, 0}}};
+  for (const auto& [a, b] : hits) EXPECT_TRUE(model.intersectTexture(a, b, square, from, to)) << a.y;
+  // Beside it, behind it, before it, and past two corners.
+  const OBJVector misses[][2] = {{{1.5F, 0, 0}, {1.5F, 1, 0}},
+                                 {{2, 0.5F, 0}, {3, 0.6F, 0}},
+                                 {{-3, 0.5F, 0}, {-2, 0.6F, 0}},
+                                 {{0.5F, 2, 0}, {2, 0.5F, 0}},
+                                 {{-1, 0.5F, 0}, {0.5F, -1, 0}}};
+  for (const auto& [a, b] : misses) EXPECT_FALSE(model.intersectTexture(a, b, square, from, to)) << a.x;
 }

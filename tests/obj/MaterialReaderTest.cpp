@@ -32,8 +32,8 @@ TEST(MaterialReader, StoresKeywords) {
        "a|1 0.5 0.25|0.1 2 3|4 5 6|10 0.5 1.5 2|DIRtex/a.png|DIRb|c.png|DIR-bm|DIRe\n", ""},
       {"# x\n\n \t\n # y\nnewmtl r\r\n", "r" + black + "0 1 1 0|||||\n", ""},
       // Values that are missing or do not fit repeat earlier ones; names share one token.
-      {"newmtl a\nNs 7\nd\nKd 1 2 3\nnewmtl b\nKs 9 x 4\nNi 1e999\n",
-       "a|1 2 3|0 0 0|0 0 0|7 7 1 0|||||\nb|0 0 0|0 0 0|9 2 3|0 1 7 0|||||\n", ""},
+      {"newmtl a\nNs 7\nd\nKd 1 2 3\nnewmtl b\nKs 9 x 4\nNi 1e999\nKa 1e 2\n",
+       "a|1 2 3|0 0 0|0 0 0|7 7 1 0|||||\nb|0 0 0|9 2 3|9 2 3|0 1 7 0|||||\n", ""},
       {"newmtl\nmap_Kd t.png\nnewmtl\n", black + "0 1 1 0|DIRt.png||||\nt.png" + black + "0 1 1 0|||||\n",
        ""},
       {"Ka 1 1 1\nnewmtl a\n", "", " line \"Ka 1 1 1\" for newmtl in DIRlib.mtl", false, false},

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <sstream>
 
 #include "TestSupport.h"
 #include "obj/text/DigitScan.h"
@@ -10,7 +9,6 @@
 #include "obj/text/FormatNumber.h"
 #include "obj/text/PlainFloats.h"
 #include "obj/text/ScanFloats.h"
-#include "obj/text/TokenStream.h"
 
 using namespace WavefrontOBJ;
 
@@ -135,38 +133,6 @@ TEST(NumberText, IndicesOfOneToEightDigits) {
     for (int n = 0; n < 4; ++n) {
       const std::string number(places[n].end - places[n].length, places[n].end);
       ASSERT_EQ(indices[n], static_cast<std::uint32_t>(std::stoul(number) - 1)) << number;
-    }
-  }
-}
-
-TEST(NumberText, TokensAsAStringStreamExtractsThem) {
-  Random random(5);
-  const char* const pieces[] = {" ",          "\t",         "/",           "-",           "+",          "1",
-                                "2147483647", "2147483648", "-2147483648", "99999999999", "4294967295", "-1",
-                                "x",          "0",          "007",         "1.5",         "1e5",        "1e",
-                                "1e400",      "-.5",        "\v",          "e3"};
-  for (int i = 0; i < 200000 && !HasFatalFailure(); ++i) {
-    std::string text;
-    for (std::uint32_t n = below(random, 6); n > 0; --n) text += pieces[below(random, std::size(pieces))];
-    OBJTokenStream ours(text);
-    std::istringstream theirs(text);
-    const auto compare = [&](auto mine) {
-      const auto old = mine;
-      auto other = mine;
-      const bool extracted = ours.extract(mine);
-      // Streams of today store something for a failed number; ours keeps what was there.
-      if (!(theirs >> other)) other = old;
-      ASSERT_TRUE(extracted == !theirs.fail() && mine == other && ours.atEnd() == theirs.eof() &&
-                  ours.good() == theirs.good())
-          << "\"" << text << "\": " << mine;
-    };
-    for (int n = 0; n < 4 && !HasFatalFailure(); ++n) {
-      const std::uint32_t kind = below(random, 5);
-      if (kind == 0) compare(std::string("old"));
-      if (kind == 1) compare('o');
-      if (kind == 2) compare(std::int32_t{-77});
-      if (kind == 3) compare(std::uint32_t{77});
-      if (kind == 4) compare(-0.75);
     }
   }
 }

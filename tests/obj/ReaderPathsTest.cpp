@@ -117,7 +117,8 @@ std::string randomFile(Random& random) {
     static const std::string forms =
         "v % % %|v % % %|v % % %|v % % % |V % % % %|v\t% %|v|vp % x|vn % % %|vn %|vt % %|vt  % % %|vt %|"
         "v 0x1p3 inf nan|v 1e40 1e-5 +2|f # # #|f # # #|f # # # #|f #|f # # |F #/# #/# #/#|f|f #//# #//# "
-        "#//#|f #/#/# #/#/# #/#/#|f # #/# #|f #/# # #|f -1 -# #|f 01 +# #|f # 99999999999 #|f 0 1 #|f 1/0 "
+        "#//#|f #/#/# #/#/# #/#/#|f # #/# #|f #/# # #|f -1 -# #|f 01 +# #|f # 2147483648 #|f -2147483649|f # "
+        "99999999999 #|s 4294967296|s -4294967296|f 0 1 #|f 1/0 "
         "#/#|f # #x|g|g a|g a b|G arm |g a\t|group c|g # #|s #|s off|S OFF|s 2 3|s x|s -1|s 4294967296|"
         "s\t7x|s||o x| v 1 2 3|\t|usemtl red|usemtl\tRed|usemtl|l 1 2|xyz|f #//# #/# #|f # # # # # # # # #|";
     const std::size_t form = forms.rfind('|', below(random, static_cast<std::uint32_t>(forms.size()))) + 1;
@@ -146,10 +147,9 @@ std::string outcome(const Read& read, bool messages) {
   for (const char* name : {"red", "Red"}) model.addMaterial((material.name = name, material));
   bool success = false;
   std::string text = failedAssertion([&] { success = read(model); });
-  for (const OBJReadNote& note : model._readNotes.kept) {
-    if (messages) text += std::to_string(note.lineNumber) + " " + note.text + "\n";
-  }
   if (!messages) model._errorMessage.clear();
+  if (!messages) model._readNotes.kept.clear();
+  for (const auto& note : model._readNotes.kept) text += std::to_string(note.lineNumber) + " " + note.text;
   return text + (success ? "\nread\n" : "\nfailed\n") + describe(model);
 }
 

@@ -82,28 +82,28 @@ TEST(Writer, ExampleToTheByte) {
   for (std::uint32_t f = 0; f < 3; ++f) {
     ZeroedFace face({3 + f, 4 + f, 5 + f});
     face.materialIndex = f == 0 ? -1 : 0;
-    face.smoothingGroup = 3;
     model.addFace(face);
   }
   const TempFolder folder;
-  const std::string v = "v 0.00000 0.500000 -2.00000 \n";
-  ASSERT_TRUE(model.WriteSmoothingGroup(folder.path("3.obj"), 3, "a b.mtl"));
-  EXPECT_EQ(folder.read("3.obj"), kHead +
+  const std::string v = "v 0.00000 0.500000 -2.00000 \n", vertices = v + v + v + v + v;
+  ASSERT_TRUE(model.WriteSmoothingGroup(folder.path("0.obj"), 0, "a b.mtl"));
+  EXPECT_EQ(folder.read("0.obj"), kHead +
                                       "#Vertex Count 5\n#Face Count 3\n#Material Count 1\nmtllib a b.mtl\n" +
-                                      v + v + v + v + v + "g 3\nf 1 2 3\nusemtl skin\nf 2 3 4\nf 3 4 5\n");
+                                      vertices + "g 0\nf 1 2 3\nusemtl skin\nf 2 3 4\nf 3 4 5\n");
   std::ostringstream header;
   model.WriteHeader(header, "", 0, 7);
   EXPECT_EQ(header.str(), kHead + "#Vertex Count 8\n#Face Count 7\n#Material Count 1\n");
   EXPECT_FALSE(model.WriteSmoothingGroup(folder.path("none.obj"), 4, nullptr));
   EXPECT_FALSE(folder.has("none.obj")) << "no empty file is left behind";
 
-  const std::string text = " !\"Couldn't write to .OBJ file '\"";
-  const std::string path = folder.path("no/such.obj");
+  const std::string path = folder.path("no/such.obj"), text = " !\"Couldn't write to .OBJ file '\"";
   model.addFaceToGroup("arm", 1);
-  EXPECT_EQ(failedAssertion([&] { model.write(path, true, nullptr); }), "OBJModel:244 write" + text);
-  EXPECT_EQ(failedAssertion([&] { model.WriteGroup(path, 0, nullptr); }), "OBJModel:420 WriteGroup" + text);
-  EXPECT_EQ(failedAssertion([&] { model.WriteSmoothingGroup(path, 3, nullptr); }),
-            "OBJModel:541 WriteSmoothingGroup" + text);
+  const auto whole = [&] { model.write(path, true, nullptr); };
+  const auto group = [&] { model.WriteGroup(path, 0, nullptr); };
+  const auto smoothing = [&] { model.WriteSmoothingGroup(path, 0, nullptr); };
+  EXPECT_EQ(failedAssertion(whole), "OBJModel:244 write" + text);
+  EXPECT_EQ(failedAssertion(group), "OBJModel:420 WriteGroup" + text);
+  EXPECT_EQ(failedAssertion(smoothing), "OBJModel:541 WriteSmoothingGroup" + text);
 }
 
 TEST(Writer, SameBytesAsTheReference) {
