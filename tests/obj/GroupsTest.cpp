@@ -34,10 +34,10 @@ TEST(Model, FilesFacesUnderMaterials) {
 TEST(Model, LinksVerticesToFaces) {
   Random random(8);
   OBJModel model(true);
-  for (int i = 0; i < 9000; ++i) model._vertices->push_back({0, 0, 0});
-  std::vector<std::vector<std::uint32_t>> expected(15000);
+  for (int i = 0; i < 8000; ++i) model._vertices->push_back({0, 0, 0});
+  std::vector<std::vector<std::uint32_t>> expected(13000);
   for (std::uint32_t f = 0; f < 5000; ++f) {
-    ZeroedFace face({below(random, 3), 3 + below(random, 8000), f % 50 == 0 ? 9000 + f : 8500});
+    ZeroedFace face({below(random, 3), 3 + below(random, 7500), f % 50 == 0 ? 8000 + f : 7800});
     for (const std::uint32_t vertex : std::span(face.vertexIndex, 3)) expected[vertex].push_back(f);
     model.addFace(face);
   }
@@ -45,7 +45,7 @@ TEST(Model, LinksVerticesToFaces) {
   ASSERT_TRUE(model.LinkVertsToFaces());
   addFace(model, "late", {0, 1, 2});
   ASSERT_TRUE(model.LinkVertsToFaces()) << "never refreshed";
-  for (std::uint32_t v = 0; v < 9000; ++v) {
+  for (std::uint32_t v = 0; v < 8000; ++v) {
     const auto count = static_cast<std::int32_t>(expected[v].size());
     ASSERT_EQ(model.GetVertToFaceCount(v), count) << v;
     for (std::int32_t i = 0; i < count; i += 1 + count / 50) {
@@ -53,8 +53,8 @@ TEST(Model, LinksVerticesToFaces) {
     }
     ASSERT_EQ(model.GetFaceForVertexIndex(v, count), 0U);
   }
-  EXPECT_EQ(model.GetVertToFaceCount(9000), -1);
-  EXPECT_EQ(model.GetFaceForVertexIndex(8500, -1), 0U);
+  EXPECT_EQ(model.GetVertToFaceCount(8000), -1);
+  EXPECT_EQ(model.GetFaceForVertexIndex(7800, -1), 0U);
 }
 
 TEST(Groups, VertexRangesMembershipAndNames) {

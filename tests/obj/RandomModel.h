@@ -30,9 +30,8 @@ inline std::unique_ptr<WavefrontOBJ::OBJModel> randomModel(Random& random) {
   for (std::uint32_t f = 0, faces = below(random, 80); f < faces; ++f) {
     ZeroedFace face;
     const bool texture = below(random, 2) == 0, normal = below(random, 2) == 0;
-    for (std::uint32_t i = 1 + below(random, 6); i > 0; --i) {
-      const std::uint32_t v = below(random, vertices), vt = below(random, vertices);
-      face.addVertex(v, vt, below(random, vertices), texture, normal);
+    for (std::uint32_t i = 1 + below(random, 6), v = random(); i > 0; --i, v = random()) {
+      face.addVertex(v % vertices, v / 8 % vertices, v / 64 % vertices, texture, normal);
     }
     face.smoothingGroup = below(random, 4);
     face.materialIndex = static_cast<std::int32_t>(below(random, materials + 1)) - 1;
