@@ -98,11 +98,9 @@ TEST(Writer, ExampleToTheByte) {
 
   const std::string path = folder.path("no/such.obj"), text = " !\"Couldn't write to .OBJ file '\"";
   model.addFaceToGroup("arm", 1);
-  const auto whole = [&] { model.write(path, true, nullptr); };
-  const auto group = [&] { model.WriteGroup(path, 0, nullptr); };
+  EXPECT_EQ(failedAssertion([&] { model.write(path, true, nullptr); }), "OBJModel:244 write" + text);
+  EXPECT_EQ(failedAssertion([&] { model.WriteGroup(path, 0, nullptr); }), "OBJModel:420 WriteGroup" + text);
   const auto smoothing = [&] { model.WriteSmoothingGroup(path, 0, nullptr); };
-  EXPECT_EQ(failedAssertion(whole), "OBJModel:244 write" + text);
-  EXPECT_EQ(failedAssertion(group), "OBJModel:420 WriteGroup" + text);
   EXPECT_EQ(failedAssertion(smoothing), "OBJModel:541 WriteSmoothingGroup" + text);
 }
 
@@ -122,9 +120,8 @@ TEST(Writer, SameBytesAsTheReference) {
     }
     std::uint32_t start = 0;
     const auto check = [&](bool written, std::uint32_t count, const std::string& name, const auto& faces) {
-      ASSERT_EQ(written, count > 0);
-      if (count == 0) return;
-      ASSERT_EQ(folder.read("ours.obj"), ReferenceWriter{*model}.part(name, start, count, faces));
+      const auto expected = count > 0 ? ReferenceWriter{*model}.part(name, start, count, faces) : "";
+      ASSERT_EQ(written ? folder.read("ours.obj") : "", expected) << name;
     };
     for (std::uint32_t g = 0; g < model->_groupNames.size(); ++g) {
       const std::uint32_t count = model->GetGroupVertexRange(g, start);
