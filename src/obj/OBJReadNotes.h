@@ -2,21 +2,29 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace WavefrontOBJ {
 
-/// What a lenient read passed over, for a person to look at. `_errorMessage` stays the host's text; it is
-/// emptied when a material library fails and names no lines.
+/// What a read met, for a person to look at: a line that a lenient one passed over, or a face that ended it.
+/// `_errorMessage` stays the host's text; it is emptied when a material library fails and names no lines.
 struct OBJReadNote {
   enum class Kind : std::uint8_t {
-    unknownLine,       ///< a keyword that the reader does not know
-    malformedCorner,   ///< a face dropped for a corner that is not v, v/vt, v//vn or v/vt/vn
-    unknownMaterial,   ///< "usemtl" with a name that no library read so far has
-    failedLibrary,     ///< a material library that cannot be read, or does not begin with "newmtl"
-    unknownMtlKeyword  ///< a line of a material library that the reader does not know
+    unknownLine,        ///< a keyword that the reader does not know
+    malformedCorner,    ///< a face dropped for a corner that is not v, v/vt, v//vn or v/vt/vn
+    unknownMaterial,    ///< "usemtl" with a name that no library read so far has
+    failedLibrary,      ///< a material library that cannot be read, or does not begin with "newmtl"
+    unknownMtlKeyword,  ///< a line of a material library that the reader does not know
+    // A face with one of these ends every read.
+    vertexZero,
+    vertexMissing,  ///< an index past the vertices so far
+    textureZero,
+    textureMissing,
+    normalZero,
+    normalMissing
   };
   Kind kind;
   std::size_t lineNumber;  ///< from 1, in the OBJ file; of `unknownMtlKeyword` in its library
@@ -29,6 +37,7 @@ struct OBJReadNotes {
 
   std::vector<OBJReadNote> kept;
   std::size_t total = 0;
+  std::optional<OBJReadNote> end;  ///< the face that ended the read; it counts for nothing above
 
   void add(OBJReadNote::Kind kind, std::size_t lineNumber, std::string_view text) {
     if (total++ < kMaxKept) kept.push_back({kind, lineNumber, std::string(text.substr(0, 1024))});

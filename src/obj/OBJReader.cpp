@@ -220,6 +220,11 @@ OBJReader::Outcome OBJReader::dropFace() {
   return strict_ ? Outcome::readFailed : Outcome::nextLine;
 }
 
+OBJReader::Outcome OBJReader::endRead(OBJReadNote::Kind kind) {
+  model_._readNotes.end = {kind, lineNumber_, line_};
+  return Outcome::readFailed;
+}
+
 /// Turns a file's index into one from 0. False, with the message, when it is 0 or beyond `count`.
 bool OBJReader::resolve(std::int32_t fileIndex, std::uint32_t count, const char* zeroText,
                         const char* beyondText, std::uint32_t& index) {
@@ -256,16 +261,16 @@ OBJReader::Outcome OBJReader::readFace() {
     std::uint32_t texture = 0;
     std::uint32_t normal = 0;
     if (!resolve(v, model_._vertices->count, "Vertex 0 invalid at (", "Vertex not found at (", vertex)) {
-      return Outcome::readFailed;
+      return endRead(v == 0 ? OBJReadNote::Kind::vertexZero : OBJReadNote::Kind::vertexMissing);
     }
     if (hasTexture && !resolve(vt, model_._textureCoords->count, "Coordinate of texture 0 invalid at (",
                                "Coordinate of texture invalid at (", texture)) {
-      return Outcome::readFailed;
+      return endRead(vt == 0 ? OBJReadNote::Kind::textureZero : OBJReadNote::Kind::textureMissing);
     }
     // The missing parenthesis is part of the text.
     if (hasNormal && !resolve(vn, model_._normals->count, "Normal of vertex 0 invalid at ",
                               "Usage of non valid normal for vertex at (", normal)) {
-      return Outcome::readFailed;
+      return endRead(vn == 0 ? OBJReadNote::Kind::normalZero : OBJReadNote::Kind::normalMissing);
     }
     if (!face.addVertex(vertex, texture, normal, hasTexture, hasNormal)) {
       model_._errorMessage += "ERROR: Max face vertex count of 8 exceeded.\n";

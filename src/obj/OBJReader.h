@@ -58,6 +58,7 @@ class OBJReader {
   Outcome readMaterialLibrary();
   Outcome readUnknownLine();
   Outcome dropFace();
+  Outcome endRead(OBJReadNote::Kind kind);
   bool resolve(std::int32_t fileIndex, std::uint32_t count, const char* zeroText, const char* beyondText,
                std::uint32_t& index);
 

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "smthgrp/plugin/PluginLibrary.h"
+
+namespace smthgrp {
+
+/// Makes the OBJ file at `path` the library's current model. Throws a Failure that names the file and why it
+/// cannot be read.
+const WavefrontOBJ::OBJModel& loadModel(PluginLibrary& library, const std::string& path);
+
+std::uint32_t vertexCount(PluginLibrary& library);
+std::uint32_t faceCount(PluginLibrary& library);
+std::size_t groupCount(PluginLibrary& library);
+/// The names of the groups in the order of their indices.
+std::vector<std::string> groupNames(PluginLibrary& library);
+/// The smoothing-group numbers in the order of their indices.
+std::vector<std::uint32_t> smoothingGroups(PluginLibrary& library);
+
+}  // namespace smthgrp

@@ -1,0 +1,150 @@
+#include "smthgrp/plugin/PluginLibrary.h"
+
+#include <sys/mman.h>
+#include <sys/sysinfo.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <type_traits>
+
+#include "obj/OBJAssert.h"
+#include "smthgrp/common/Failure.h"
+#include "smthgrp/common/TerminalText.h"
+
+namespace smthgrp {
+namespace {
+
+/// The header's declarations are only looked at, never called: all calls must be of one type.
+template <class Type>
+constexpr const char* callName(const char* name) {
+  static_assert(std::is_same_v<Type, decltype(&Version)>);
+  return name;
+}
+#define SMTHGRP_CALL(name) callName<decltype(&(name))>(#name)
+constexpr const char* kCalls[] = {SMTHGRP_CALL(Version),
+                                  SMTHGRP_CALL(LoadOBJFile),
+                                  SMTHGRP_CALL(FreeOBJModel),
+                                  SMTHGRP_CALL(ReplaceOBJVertices),
+                                  SMTHGRP_CALL(GetOBJInfo),
+                                  SMTHGRP_CALL(GetOBJGroupInfo),
+                                  SMTHGRP_CALL(GetOBJSmoothGroupInfo),
+                                  SMTHGRP_CALL(ExportOBJGroup),
+                                  SMTHGRP_CALL(ExportOBJSmoothGroup),
+                                  SMTHGRP_CALL(GetMesh3DInfo),
+                                  SMTHGRP_CALL(SetMesh3DInfo),
+                                  SMTHGRP_CALL(SetMesh3DFromOBJGroup),
+                                  SMTHGRP_CALL(SetMesh3DFromOBJSmoothGroup),
+                                  SMTHGRP_CALL(FileDelete),
+                                  SMTHGRP_CALL(OpenFolder),
+                                  SMTHGRP_CALL(GetFile),
+                                  SMTHGRP_CALL(CloseFolder)};
+#undef SMTHGRP_CALL
+
+/// Static because the library's assertion handler is a plain function.
+std::string& workedOnFile() {
+  static std::string file;
+  return file;
+}
+
+struct Limit {
+  std::string_view function;
+  std::string_view file;  ///< empty: any
+  const char* sentence;
+};
+constexpr Limit kLimits[] = {
+    {"addVertex", "", "a face has more than 88 corners, the most that the library takes"},
+    {"read", "", "an s line follows after 256 smoothing groups, the most that the library takes"},
+    {"write", "", "the file cannot be opened for writing"},
+    {"WriteGroup", "", "the file cannot be opened for writing"},
+    {"WriteSmoothingGroup", "", "the file cannot be opened for writing"},
+    {"operator[]", "OBJVectorArray",
+     "not written in full: the model has too many normals for its texture coordinates, the library can write "
+     "only its groups one by one"},
+    {"operator[]", "", "the library was asked for an element that the model does not have"}};
+
+/// Instead of the library's own ending, which is a signal.
+void endAtLimit(const char* function, const char* file, int /*line*/, const char* expression) {
+  const auto* const limit = std::find_if(std::begin(kLimits), std::end(kLimits), [&](const Limit& row) {
+    return row.function == function && (row.file.empty() || row.file == file);
+  });
+  std::string sentence = limit != std::end(kLimits)
+                             ? limit->sentence
+                             : "the library stopped in " + std::string(function) + ": " + expression;
+  std::fflush(stdout);
+  std::fprintf(stderr, "smthgrp: %s: %s\n", printable(workedOnFile()).c_str(), sentence.c_str());
+  std::fflush(stderr);
+  std::_Exit(kDataError);
+}
+
+}  // namespace
+
+PluginLibrary::PluginLibrary(const std::string& file) : plugin_(file) {
+  model_ = static_cast<WavefrontOBJ::OBJModel**>(plugin_.symbol("gOBJModel"));
+  const auto setHandler =
+      reinterpret_cast<decltype(&OBJSetAssertionHandler)>(plugin_.symbol("OBJSetAssertionHandler"));
+  setHandler(endAtLimit);
+  freeModel_ = reinterpret_cast<Call>(plugin_.symbol("FreeOBJModel"));
+  text_ = makeTextBuffer();
+}
+
+PluginLibrary::~PluginLibrary() {
+  freeModel_(nullptr, 0.0, nullptr, 0, 0, 0, nullptr);
+}
+
+std::string PluginLibrary::defaultFile() {
+  std::error_code ignored;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+  return (program.parent_path() / "libKSmthGrpImpt.so").string();
+}
+
+bool PluginLibrary::isCall(std::string_view name) {
+  return std::find(std::begin(kCalls), std::end(kCalls), name) != std::end(kCalls);
+}
+
+std::string PluginLibrary::callNames(const char* separator) {
+  std::string names;
+  for (const char* name : kCalls) names += (names.empty() ? "" : separator) + std::string(name);
+  return names;
+}
+
+PluginLibrary::Answer PluginLibrary::call(std::string_view name, const char* text, double number,
+                                          void* hostData) {
+  const auto function = reinterpret_cast<Call>(plugin_.symbol(std::string(name).c_str()));
+  *text_ = '\0';
+  const float value = function(text, number, text_.get(), 0, 0, 0, hostData);
+  return {value, text_.get()};
+}
+
+void PluginLibrary::workOn(std::string_view file) {
+  workedOnFile() = file;
+}
+
+std::uint32_t PluginLibrary::exactCount(float answer, std::uint32_t field) {
+  constexpr float kLargestExact = 16777216.0F;
+  return answer < kLargestExact ? static_cast<std::uint32_t>(answer) : field;
+}
+
+/// Calls copy texts into the buffer without a limit, and the text of a failed read holds a message for each
+/// line passed over. It cannot be longer than the memory that the library keeps it in, so that address space
+/// for all of the machine's memory is enough; pages that no text reaches cost nothing.
+std::unique_ptr<char, PluginLibrary::Unmap> PluginLibrary::makeTextBuffer() {
+  constexpr std::size_t kLeast = std::size_t{1} << 20U;
+  struct sysinfo info {};
+  std::size_t bytes = std::size_t{1} << 30U;
+  if (sysinfo(&info) == 0) bytes = std::max(bytes, (info.totalram + info.totalswap) * info.mem_unit);
+  for (; bytes >= kLeast; bytes /= 2) {
+    void* const memory =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory != MAP_FAILED) return {static_cast<char*>(memory), Unmap{bytes}};
+  }
+  throw Failure("not enough memory");
+}
+
+void PluginLibrary::Unmap::operator()(char* memory) const {
+  munmap(memory, bytes);
+}
+
+}  // namespace smthgrp
