@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "KSmthExport.h"
+#include "document/OutputRegistry.h"
 #include "document/Result.h"
 #include "document/Sink.h"
 
@@ -64,13 +65,11 @@ class KSMTH_API Output : public Sink {
   /// Removes the temporary files of all outputs that are not committed. Safe to call in a signal handler; the
   /// process should end afterwards.
   static void removeTemporaries() noexcept;
-  /// Has SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU and SIGXFSZ call `removeTemporaries` before they end the
-  /// process as they always do. For programs, not for libraries; signals that are ignored stay so.
+  /// Has SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU and SIGXFSZ call `removeTemporaries` before they
+  /// end the process as they always do. For programs, not for libraries; signals that are ignored stay so.
   static void removeTemporariesOnSignals();
 
  private:
-  struct Registered;
-
   Result openTemporary();
   Result flushBuffer();
   Result sync();
@@ -78,12 +77,13 @@ class KSMTH_API Output : public Sink {
   Result fail(Result result);
   Result systemFailure(int error);
   void closeFile();
+  void discard() noexcept;
 
   std::string path_;
   std::string target_;     ///< where links lead
   std::string temporary_;  ///< empty when there is none
   std::string buffer_;
-  Registered* registered_ = nullptr;
+  OutputRegistry::Entry* registered_ = nullptr;
   Result failure_;
   int descriptor_ = -1;
   std::uint64_t bytes_ = 0;

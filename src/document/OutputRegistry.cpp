@@ -1,0 +1,73 @@
+#include "document/OutputRegistry.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <memory>
+
+#include "document/Output.h"
+
+namespace WavefrontOBJ {
+namespace {
+
+std::atomic<OutputRegistry::Entry*> firstEntry{nullptr};
+
+extern "C" void removeAndDie(int signal) {
+  OutputRegistry::unlinkAll();
+  // The handler was for once: the default ends the process, and tells its parent why.
+  static_cast<void>(std::raise(signal));
+}
+
+}  // namespace
+
+OutputRegistry::Entry* OutputRegistry::add(const std::string& path) {
+  const std::size_t bytes = path.size() + 1;
+  Entry* entry = firstEntry.load();
+  for (; entry != nullptr; entry = entry->next) {
+    bool used = false;
+    if (entry->capacity >= bytes && entry->inUse.compare_exchange_strong(used, true)) break;
+  }
+  if (entry == nullptr) {
+    auto text = std::make_unique<char[]>(bytes);
+    entry = new Entry;
+    entry->inUse = true;
+    entry->capacity = bytes;
+    entry->path = text.release();
+    entry->next = firstEntry.load();
+    while (!firstEntry.compare_exchange_weak(entry->next, entry)) {
+    }
+  }
+  std::memcpy(entry->path, path.c_str(), bytes);
+  entry->isThere = true;
+  return entry;
+}
+
+void OutputRegistry::remove(Entry* entry) noexcept {
+  entry->isThere = false;
+  entry->inUse = false;
+}
+
+void OutputRegistry::unlinkAll() noexcept {
+  for (const Entry* entry = firstEntry.load(); entry != nullptr; entry = entry->next) {
+    if (entry->isThere.load()) static_cast<void>(::unlink(entry->path));
+  }
+}
+
+void Output::removeTemporaries() noexcept {
+  OutputRegistry::unlinkAll();
+}
+
+void Output::removeTemporariesOnSignals() {
+  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU, SIGXFSZ}) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    action = {};
+    action.sa_handler = removeAndDie;
+    // By the flag's name cast: it is unsigned, the member is not.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    static_cast<void>(::sigaction(signal, &action, nullptr));
+  }
+}
+
+}  // namespace WavefrontOBJ
