@@ -95,10 +95,11 @@ void DocumentReader::findLine(FindingKind kind, std::string_view text) {
   document_.findings_.add(kind, lineNumber_, 0, offsetOf(line_), text);
 }
 
-Result DocumentReader::fill() {
+/// Makes the bytes from `offset` on visible, and some more than are.
+Result DocumentReader::fill(std::uint64_t offset) {
   const std::uint64_t size = document_.source_.size();
   const auto held = static_cast<std::size_t>(end_ - begin_);
-  windowOffset_ = base_ == nullptr ? 0 : offsetOf(begin_);
+  windowOffset_ = offset;
   // A line that does not fit makes the window grow as it does.
   std::size_t bytes = std::max(std::max<std::size_t>(options_.windowBytes, 1), held);
   if (held > kMaxLineBytes) {
@@ -143,9 +144,10 @@ Result DocumentReader::checkLimits() const {
 }
 
 Result DocumentReader::read() {
-  Result result = fill();
+  std::string head(
+      static_cast<std::size_t>(std::min<std::uint64_t>(document_.source_.size(), kTextKindBytes)), 0);
+  Result result = document_.source_.read(0, head.data(), head.size());
   if (!result) return result;
-  const std::string_view head(begin_, static_cast<std::size_t>(end_ - begin_));
   const TextKind kind = textKindOf(head);
   if (kind != TextKind::text) {
     const bool utf16 = kind == TextKind::utf16;
@@ -153,18 +155,17 @@ Result DocumentReader::read() {
     return {Status::notText,
             document_.source_.name() + (utf16 ? ": is UTF-16 text" : ": is not a text file")};
   }
-  line_ = begin_;
-  if (head.starts_with("\xEF\xBB\xBF")) {
-    findLine(FindingKind::byteOrderMark);
-    begin_ += 3;
-  }
+  const bool mark = head.starts_with("\xEF\xBB\xBF");
+  if (mark) document_.findings_.add(FindingKind::byteOrderMark, 1, 0, 0, {});
+  result = fill(mark ? 3 : 0);
+  if (!result) return result;
   for (;;) {
     if (options_.fastPath) takeFastLines();
     if (begin_ == end_ && atFileEnd_) break;
     const char* const lineEnd = logicalLineEnd(begin_, end_);
     // A carriage return that stands last may have a line feed behind it.
     if (!atFileEnd_ && end_ - lineEnd < 2) {
-      result = fill();
+      result = fill(offsetOf(begin_));
       if (!result) return result;
       continue;
     }
@@ -262,8 +263,8 @@ bool DocumentReader::takeState(std::string_view keyword, LineWords& words) {
   } else if (keyword == "s") {
     takeSmoothing(words);
   } else if (keyword == "o") {
-    find(FindingKind::objectName, words.rest());
     objectText_ = takeName(words);
+    if (!objectText_.empty()) find(FindingKind::objectName, words.rest());
     objectOffset_ = offsetOf(line_);
     stateIsNew_ = true;
   } else if (library) {

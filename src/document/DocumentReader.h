@@ -47,7 +47,7 @@ class DocumentReader {
   static constexpr std::uint32_t kFastCorners = 16;
 
   // The window.
-  Result fill();
+  Result fill(std::uint64_t offset);
   std::uint64_t offsetOf(const char* text) const {
     return windowOffset_ + static_cast<std::uint64_t>(text - base_);
   }
@@ -58,6 +58,7 @@ class DocumentReader {
   void takeFastLines();
   bool takeFastLine(const char* line, const char* lineFeed);
   bool takeFastFace(const char* line, const char* end);
+  bool takeFastGroup(const char* line, const char* end);
   template <bool kTexture, bool kNormal>
   bool takeFastCorners(const char* line, const char* text, const char* end);
   using TakeCorners = bool (DocumentReader::*)(const char* line, const char* text, const char* end);
@@ -81,10 +82,11 @@ class DocumentReader {
   IndexOutcome resolve(std::string_view text, VectorKind kind, std::int32_t& index);
   void doubtIndex(IndexOutcome outcome, std::string_view text);
   void doubtCorners(ElementKind kind);
-  void add(ElementKind kind, std::uint64_t offset, const std::int32_t* corners, std::uint32_t count,
-           std::uint32_t stride, bool textures, bool normals);
-  static void appendColumn(PlainArray<std::int32_t>& column, std::size_t before, const std::int32_t* values,
-                           std::uint32_t count, std::uint32_t stride);
+  void addRow(ElementTable& table, std::uint64_t offset, std::uint32_t count);
+  void add(ElementKind kind, std::uint64_t offset, const Corner* corners, std::uint32_t count, bool textures,
+           bool normals);
+  static void appendColumn(PlainArray<std::int32_t>& column, std::size_t before, const std::int32_t* first,
+                           std::uint32_t count);
   std::uint32_t currentState();
   std::int32_t currentGroupSet();
   std::int32_t currentSmoothing();

@@ -127,9 +127,7 @@ bool DocumentReader::takeElement(std::string_view keyword, LineWords& words) {
     std::uint32_t& first = firstForward_[static_cast<std::size_t>(kind)];
     first = std::min(first, document_.elements(kind).size());
   }
-  static_assert(sizeof(Corner) == 3 * sizeof(std::int32_t));
-  add(kind, offsetOf(line_), &corners_[0].vertex, static_cast<std::uint32_t>(corners_.size()), 3, textures,
-      normals);
+  add(kind, offsetOf(line_), corners_.data(), static_cast<std::uint32_t>(corners_.size()), textures, normals);
   return true;
 }
 
@@ -150,43 +148,40 @@ void DocumentReader::doubtCorners(ElementKind kind) {
   if (corners_.size() > kHostCorners) findLine(FindingKind::manyCorners, std::to_string(corners_.size()));
 }
 
-/// Appends `count` values, `stride` apart, to a column that has `before` rows, or should have.
-inline void DocumentReader::appendColumn(PlainArray<std::int32_t>& column, std::size_t before,
-                                         const std::int32_t* values, std::uint32_t count,
-                                         std::uint32_t stride) {
+/// Appends one index of each corner to a column that has `before` rows, or should have.
+void DocumentReader::appendColumn(PlainArray<std::int32_t>& column, std::size_t before,
+                                  const std::int32_t* first, std::uint32_t count) {
+  constexpr std::size_t kStride = sizeof(Corner) / sizeof(std::int32_t);
   // The first element that uses the column.
   if (column.size() < before) column.resize(before, kNoIndex);
   column.reserve(count);
   std::int32_t* const out = column.data() + before;
-  for (std::uint32_t i = 0; i < count; ++i) out[i] = values[static_cast<std::size_t>(stride) * i];
+  for (std::uint32_t i = 0; i < count; ++i) out[i] = first[kStride * i];
   column.extend(count);
 }
 
-/// Adds an element with the state in force. Each corner is `stride` values: the vertex, then the texture
-/// coordinate where there is room or need for one, last the normal. Of three all are there.
-void DocumentReader::add(ElementKind kind, std::uint64_t offset, const std::int32_t* corners,
-                         std::uint32_t count, std::uint32_t stride, bool textures, bool normals) {
-  ElementTable& table = document_.elements_[static_cast<std::size_t>(kind)];
+/// Adds the row of an element with `count` corners, whose columns are the caller's work, in the state in
+/// force.
+void DocumentReader::addRow(ElementTable& table, std::uint64_t offset, std::uint32_t count) {
   const std::size_t before = table.vertices_.size();
   // Too many corners for their counts is too much memory for most machines.
-  if (before + count > std::numeric_limits<std::uint32_t>::max() || before + count < before)
-    throw std::bad_alloc();
+  if (before > std::numeric_limits<std::uint32_t>::max() - count) throw std::bad_alloc();
   const std::uint32_t state = stateIsNew_ ? currentState() : state_;
   if (table.runs_.empty() || table.runs_.back().state != state) table.runs_.push_back({table.size(), state});
   if (table.begins_.empty()) table.begins_.push_back(0);
-  appendColumn(table.vertices_, before, corners, count, stride);
-  if (textures) {
-    appendColumn(table.textures_, before, corners + 1, count, stride);
-  } else if (!table.textures_.empty()) {
-    table.textures_.resize(before + count, kNoIndex);
-  }
-  if (normals) {
-    appendColumn(table.normals_, before, corners + stride - 1, count, stride);
-  } else if (!table.normals_.empty()) {
-    table.normals_.resize(before + count, kNoIndex);
-  }
   table.begins_.push_back(static_cast<std::uint32_t>(before + count));
   table.offsets_.push_back(offset);
+}
+
+void DocumentReader::add(ElementKind kind, std::uint64_t offset, const Corner* corners, std::uint32_t count,
+                         bool textures, bool normals) {
+  static_assert(sizeof(Corner) == 3 * sizeof(std::int32_t));
+  ElementTable& table = document_.elements_[static_cast<std::size_t>(kind)];
+  const std::size_t before = table.vertices_.size();
+  addRow(table, offset, count);
+  appendColumn(table.vertices_, before, &corners->vertex, count);
+  if (textures || !table.textures_.empty()) appendColumn(table.textures_, before, &corners->texture, count);
+  if (normals || !table.normals_.empty()) appendColumn(table.normals_, before, &corners->normal, count);
 }
 
 std::int32_t DocumentReader::indexOfName(std::vector<OBJName>& names, KnownNames& known,

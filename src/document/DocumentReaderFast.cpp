@@ -1,4 +1,5 @@
 // The fast path of the document's reader: plain vertex and face lines, straight from the window.
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -48,14 +49,12 @@ bool DocumentReader::takeFastLine(const char* line, const char* lineFeed) {
     if (line[1] != ' ' || !takeFastFace(line, end)) return false;
   } else if (line[0] == 'v') {
     auto kind = VectorKind::position;
-    if (line[1] != ' ' && end - line > 2) {
-      kind = line[1] == 't'   ? VectorKind::texture
-             : line[1] == 'n' ? VectorKind::normal
-                              : VectorKind::parameter;
-      if (line[2] != ' ' || kind == VectorKind::parameter) return false;
+    if (line[1] != ' ') {
+      kind = line[1] == 't' ? VectorKind::texture : VectorKind::normal;
+      if ((kind == VectorKind::normal && line[1] != 'n') || line[2] != ' ') return false;
     }
     document_.vectors_[static_cast<std::size_t>(kind)].push_back(offsetOf(line));
-  } else {
+  } else if (line[0] != 'g' || line[1] != ' ' || !takeFastGroup(line, end)) {
     return false;
   }
   anyStatement_ = true;
@@ -69,8 +68,16 @@ bool DocumentReader::takeFastLine(const char* line, const char* lineFeed) {
 template <bool kTexture, bool kNormal>
 bool DocumentReader::takeFastCorners(const char* line, const char* text, const char* end) {
   constexpr std::uint32_t kStride = 1 + (kTexture ? 1 : 0) + (kNormal ? 1 : 0);
-  // Four numbers are stored at a time.
-  std::uint32_t corners[kStride * kFastCorners + 3];
+  ElementTable& table = document_.elements_[static_cast<std::size_t>(ElementKind::face)];
+  PlainArray<std::int32_t>& textures = table.textures_;
+  PlainArray<std::int32_t>& normals = table.normals_;
+  // The exact path begins a column.
+  const std::size_t before = table.vertices_.size();
+  if ((kTexture && textures.size() != before) || (kNormal && normals.size() != before)) return false;
+  table.vertices_.reserve(kFastCorners);
+  if (kTexture) textures.reserve(kFastCorners);
+  if (kNormal) normals.reserve(kFastCorners);
+  std::int32_t* const vertexOut = table.vertices_.data() + before;
   const std::uint32_t vertexLimit = document_.vectorCount(VectorKind::position);
   const std::uint32_t textureLimit = document_.vectorCount(VectorKind::texture);
   const std::uint32_t normalLimit = document_.vectorCount(VectorKind::normal);
@@ -109,21 +116,48 @@ bool DocumentReader::takeFastCorners(const char* line, const char* text, const c
       numberEnd = scan.next();
       normal = digitsTo(numberEnd);
     }
-    std::uint32_t* const indices = corners + kStride * count;
+    // Four numbers are stored at a time.
+    std::uint32_t indices[4];
     storeIndices(indices, vertex, kTexture ? texture : normal, normal, normal);
     // A 0 in the file has wrapped round and is past every limit.
     wrong |= indices[0] >= vertexLimit;
     if constexpr (kTexture) wrong |= indices[1] >= textureLimit;
     if constexpr (kNormal) wrong |= indices[kStride - 1] >= normalLimit;
-    for (std::uint32_t i = 0; i < count; ++i) wrong |= corners[kStride * i] == indices[0];
+    const auto index = static_cast<std::int32_t>(indices[0]);
+    for (std::uint32_t i = 0; i < count; ++i) wrong |= vertexOut[i] == index;
+    vertexOut[count] = index;
+    if constexpr (kTexture) textures.data()[before + count] = static_cast<std::int32_t>(indices[1]);
+    if constexpr (kNormal) normals.data()[before + count] = static_cast<std::int32_t>(indices[kStride - 1]);
     if (wrong) return false;
     ++count;
     text = numberEnd + 1;
   } while (*numberEnd == ' ' && *text >= '0' && *text <= '9');
   if (count < 3 || skipBlanks(numberEnd) != end) return false;
-  std::int32_t rows[kStride * kFastCorners];
-  std::memcpy(rows, corners, sizeof(std::int32_t) * kStride * count);
-  add(ElementKind::face, offsetOf(line), rows, count, kStride, kTexture, kNormal);
+  addRow(table, offsetOf(line), count);
+  table.vertices_.extend(count);
+  const auto finish = [&](PlainArray<std::int32_t>& column, bool written) {
+    if (written) {
+      column.extend(count);
+    } else if (!column.empty()) {
+      column.resize(before + count, kNoIndex);
+    }
+  };
+  finish(textures, kTexture);
+  finish(normals, kNormal);
+  return true;
+}
+
+/// Takes a line of one name in plain letters.
+bool DocumentReader::takeFastGroup(const char* line, const char* end) {
+  const char* const name = line + 2;
+  if (name >= end || std::any_of(name, end, [](char c) {
+        return static_cast<unsigned char>(c) <= ' ' || static_cast<unsigned char>(c) > '~';
+      }))
+    return false;
+  groupText_.assign(name, end);
+  groupOffset_ = offsetOf(line);
+  anyGroup_ = true;
+  stateIsNew_ = true;
   return true;
 }
 

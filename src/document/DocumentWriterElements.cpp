@@ -58,7 +58,9 @@ std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset,
       const auto parsed = std::from_chars(part.data(), part.data() + part.size(), index);
       const bool whole = parsed.ec == std::errc() && parsed.ptr == part.data() + part.size();
       if (whole && index < 0 && kind < kVectorKinds) {
-        absolute += std::to_string(countBefore(document, static_cast<VectorKind>(kind), offset) + 1 + index);
+        // One that counts back too far stays without a meaning.
+        const std::int64_t count = countBefore(document, static_cast<VectorKind>(kind), offset);
+        absolute += std::to_string(index < -count ? 0 : count + 1 + index);
       } else {
         absolute += part;
       }
@@ -136,7 +138,6 @@ bool DocumentWriter::Run::writeStatement(const OBJStatement& statement) {
   out_.endLine(statement.kind == OBJStatement::Kind::freeForm
                    ? absoluteStatement(document_, statement.offset, text)
                    : text);
-  out_.character('\n');
   return true;
 }
 

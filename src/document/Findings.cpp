@@ -27,8 +27,9 @@ void Findings::add(const Findings& other) {
 }
 
 void Findings::sortByPlace() {
-  std::stable_sort(kept_.begin(), kept_.end(),
-                   [](const Finding& a, const Finding& b) { return a.offset < b.offset; });
+  std::stable_sort(kept_.begin(), kept_.end(), [](const Finding& a, const Finding& b) {
+    return a.offset != b.offset ? a.offset < b.offset : a.kind < b.kind;
+  });
 }
 
 std::uint64_t Findings::count(Severity severity, bool withHost) const {

@@ -1,0 +1,124 @@
+// The input as a document: however it is read, and when what was written is read again, it is the same; no
+// index leads out of its table; what is asked of it is answered or refused.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "EveryPart.h"
+#include "Require.h"
+#include "document/DocumentWriter.h"
+#include "document/Lint.h"
+#include "document/OBJDocument.h"
+#include "document/Selection.h"
+
+// An input is small work: every part is always done.
+bool fuzz::gEveryPart = true;
+
+namespace {
+
+using fuzz::require;
+using namespace WavefrontOBJ;
+
+constexpr ElementKind kElements[] = {ElementKind::face, ElementKind::line, ElementKind::point};
+constexpr VectorKind kVectors[] = {VectorKind::position, VectorKind::texture, VectorKind::normal,
+                                   VectorKind::parameter};
+
+void requireSound(const OBJDocument& document) {
+  for (const ElementKind kind : kElements) {
+    const ElementTable& table = document.elements(kind);
+    const auto inRange = [&](std::span<const std::int32_t> column, VectorKind vector, std::int32_t least) {
+      const std::int64_t count = document.vectorCount(vector);
+      require(std::ranges::all_of(column, [&](std::int32_t i) { return i >= least && i < count; }),
+              "indices in range");
+      require(column.empty() || column.size() == table.cornerTotal(), "columns of one length");
+    };
+    inRange(table.vertexColumn(), VectorKind::position, 0);
+    inRange(table.textureColumn(), VectorKind::texture, kNoIndex);
+    inRange(table.normalColumn(), VectorKind::normal, kNoIndex);
+    require(std::ranges::is_sorted(table.offsets()), "elements in the file's order");
+    require(table.size() == 0 || (table.runs().size() > 0 && table.runs()[0].first == 0),
+            "a state from the begin");
+  }
+}
+
+/// `sameText`: both are reads of one text, so that places agree, too.
+void requireEqual(const OBJDocument& a, const OBJDocument& b, bool sameText) {
+  for (const VectorKind kind : kVectors)
+    require(a.vectorCount(kind) == b.vectorCount(kind), "as many vertex lines");
+  require(a.statements().size() == b.statements().size(), "as many statements");
+  for (const ElementKind kind : kElements) {
+    const ElementTable& x = a.elements(kind);
+    const ElementTable& y = b.elements(kind);
+    require(std::ranges::equal(x.vertexColumn(), y.vertexColumn()) &&
+                std::ranges::equal(x.rowStarts(), y.rowStarts()),
+            "the same elements");
+    if (!sameText) continue;
+    require(std::ranges::equal(x.offsets(), y.offsets()), "elements at the same places");
+    require(std::ranges::equal(x.textureColumn(), y.textureColumn()) &&
+                std::ranges::equal(x.normalColumn(), y.normalColumn()),
+            "the same texture coordinates and normals");
+  }
+  if (!sameText) return;
+  require(std::ranges::equal(a.states(), b.states()), "the same states");
+  for (std::size_t k = 0; k < kFindingKindCount; ++k) {
+    const auto kind = static_cast<FindingKind>(k);
+    require(a.findings().count(kind) == b.findings().count(kind), "the same findings");
+  }
+}
+
+std::string textOf(const OBJDocument& document, const ElementLists& lists) {
+  StringSink sink;
+  DocumentWriter writer(document);
+  require(static_cast<bool>(writer.write(lists, {}, sink)), "bytes in memory can be written");
+  return sink.text;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  OBJDocument document;
+  const Result result = document.readBytes(text, "input");
+  if (!result) {
+    require(result.status == Status::notText, "text can be read");
+    return 0;
+  }
+  requireSound(document);
+  DocumentReadOptions options;
+  options.fastPath = false;
+  for (const std::size_t windowBytes : {std::size_t{4096}, 1 + size % 13}) {
+    options.windowBytes = windowBytes;
+    OBJDocument other;
+    require(static_cast<bool>(other.readBytes(text, "input", options)), "every way of reading succeeds");
+    requireEqual(document, other, true);
+    options.fastPath = true;
+  }
+  const std::string whole = textOf(document, ElementLists::all());
+  OBJDocument back;
+  require(static_cast<bool>(back.readBytes(whole, "written")), "what was written can be read");
+  requireSound(back);
+  requireEqual(document, back, false);
+  require(textOf(back, ElementLists::all()) == whole, "what was written is written again");
+  if (!document.groups().empty()) {
+    const ElementLists part = select(document, {{0}, {}, {}, {}});
+    OBJDocument partBack;
+    require(static_cast<bool>(partBack.readBytes(textOf(document, part), "part")), "a part can be read");
+    require(partBack.faces().size() == part.faces.size() && partBack.lines().size() == part.lines.size(),
+            "a part has its elements");
+  }
+  Findings findings;
+  LintOptions lintOptions;
+  lintOptions.materials = false;
+  require(static_cast<bool>(lint(document, lintOptions, findings)), "bytes in memory can be looked through");
+  std::vector<float> values;
+  require(static_cast<bool>(document.positions(values)) &&
+              values.size() == 3 * document.vectorCount(VectorKind::position),
+          "a position for each vertex");
+  return 0;
+}
