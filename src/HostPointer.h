@@ -17,6 +17,7 @@ class HostPointer {
   T* get() const {
     if (bits_ == 0) return nullptr;
     constexpr std::uintptr_t kLowerHalf = UINT32_MAX;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the pointer's two halves come from different places.
     return reinterpret_cast<T*>((reinterpret_cast<std::uintptr_t>(this) & ~kLowerHalf) | bits_);
   }
   T* operator->() const { return get(); }

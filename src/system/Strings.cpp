@@ -20,9 +20,9 @@ const char* compareLoose(const char* a, const char* b, bool skipDigits) {
     if (*a == *b) {
       ++a;
       ++b;
-    } else if (code(*a) < 33) {
+    } else if (code(*a) < 33) {  // NOLINT(bugprone-branch-clone): blanks of either go before digits
       ++a;
-    } else if (code(*b) < 33) {
+    } else if (code(*b) < 33) {  // NOLINT(bugprone-branch-clone)
       ++b;
     } else if (skipDigits && STR_IsNumerical(*a)) {
       ++a;

@@ -2,355 +2,299 @@
 
 import json
 import os
+import resource
 import struct
 import subprocess
 import sys
-import tempfile
 import unittest
 
-TOOL, EXAMPLES = map(os.path.abspath, sys.argv[1:3])
+from support import ToolCase
+
+EXAMPLES = os.path.abspath(sys.argv[2])
 ROBOT = os.path.join(EXAMPLES, "robot.obj")
-POSE = os.path.join(EXAMPLES, "robot_pose.obj")
 TRIANGLE = "v 0 0 0\nv 1 0 0\nv 0 1 0\n"
+MODEL = TRIANGLE + ("v 5 5 5\nvt 0 0\nvn 0 0 1\nvn 1 0 0\ng a\ns 3\nf 1/1/1 2/1/1 3/1/2\n"
+                    "g 1\ns off\nf 2 3 4\ng point\nf 4\n")
+NORMALS = "normals are not preserved, recompute them where they are needed"
+MARKED = ("v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv .5 2 0\nv 9 9 9\n"
+          "g a\ns 1\nf 1 2 3 4\ng b\ns 2\nf 4 3 5\ng c\ns 0\nf 6 1\n")
+PLY = "\n".join((
+    "ply", "format binary_little_endian 1.0", "comment mask: 0 to 255 as the host keeps it; crease: 0 to 1",
+    "element vertex 6", *(f"property float {name}" for name in "xyz"),
+    *(f"property uchar {name}" for name in ("red", "green", "blue", "mask")),
+    "element face 2", "property list uchar int vertex_indices",
+    "element edge 1", "property int vertex1", "property int vertex2", "property float crease", "end_header", ""))
 
 
-def read_ply(path):
-    """The elements of a binary little-endian PLY file, each a list of dicts, and its bytes left over."""
-    with open(path, "rb") as file:
-        header, data = file.read().split(b"end_header\n", 1)
-    types = {"float": "f", "uchar": "B", "int": "i"}
-    elements, position = {}, 0
-    lines = header.decode().splitlines()
-    assert lines[:2] == ["ply", "format binary_little_endian 1.0"], lines[:2]
-    layout = []
-    for words in (line.split() for line in lines[2:]):
-        if words[0] == "element":
-            layout.append((words[1], int(words[2]), []))
-        elif words[0] == "property":
-            layout[-1][2].append(words[1:])
-
-    def take(kind, count=1):
-        nonlocal position
-        values = struct.unpack_from(f"<{count}{types[kind]}", data, position)
-        position += struct.calcsize(f"<{count}{types[kind]}")
-        return values
-
-    for name, count, properties in layout:
-        elements[name] = [{p[-1]: take(p[2], take(p[1])[0]) if p[0] == "list" else take(p[0])[0] for p in properties}
-                          for _ in range(count)]
-    return elements, len(data) - position
-
-
-def read_groups(path):
-    """The faces of an OBJ file, as vertex indices from 0, and the faces of each group and smoothing group."""
-    faces, groups, smoothing, names, number = [], {}, {}, [], 0
-    with open(path) as file:
-        for words in (line.split() for line in file if line.strip()):
-            if words[0] == "g":
-                names = words[1:]
-            elif words[0] == "s":
-                number = int(words[1]) if words[1].isdigit() else 0
-            elif words[0] == "f":
-                for name in names:
-                    groups.setdefault(name, set()).add(len(faces))
-                smoothing.setdefault(number, set()).add(len(faces))
-                faces.append([int(corner.split("/")[0]) - 1 for corner in words[1:]])
-    return faces, groups, smoothing
-
-
-def edges_of(face):
-    return [tuple(sorted((face[k], face[(k + 1) % len(face)]))) for k in range(len(face))]
-
-
-def border(faces, members):
-    """The edges with bits of the members that a face outside has as well, and how often one has."""
-    users = {}
-    for index, face in enumerate(faces):
-        for edge in edges_of(face):
-            users.setdefault(edge, []).append(index)
-    edges, count = set(), 0
-    for index in members:
-        for k, edge in enumerate(edges_of(faces[index])):
-            outside = sum(user not in members for user in users[edge])
-            count += outside
-            if outside and k < 4:
-                edges.add(edge)
-    return edges, count
-
-
-def vertex_lines(path):
-    with open(path) as file:
-        return [[float(x) for x in line.split()[1:4]] for line in file if line.startswith("v ")]
-
-
-class ToolTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.addCleanup(self.folder.cleanup)
-
-    def path(self, name):
-        return os.path.join(self.folder.name, name)
-
-    def write(self, name, text):
-        with open(self.path(name), "wb") as file:
-            file.write(text if isinstance(text, bytes) else text.encode())
-        return self.path(name)
-
-    def run_tool(self, *arguments, stdin=""):
-        return subprocess.run([TOOL, *arguments], input=stdin, capture_output=True, text=True, timeout=60,
-                              cwd=self.folder.name, check=False)
-
-    def succeed(self, *arguments, stdin=""):
-        result = self.run_tool(*arguments, stdin=stdin)
-        self.assertEqual(result.returncode, 0, result.stderr)
-        return result.stdout
-
-    def fail_with(self, status, *arguments, stdin=""):
-        """Runs the tool, which must fail with this status and one line on stderr; answers that line."""
-        result = self.run_tool(*arguments, stdin=stdin)
-        self.assertEqual(result.returncode, status, (arguments, result))
-        lines = result.stderr.splitlines()
-        self.assertEqual(len(lines), 1, result.stderr)
-        self.assertTrue(lines[0].startswith("smthgrp: "), lines[0])
-        return lines[0].removeprefix("smthgrp: ")
-
+class ModelTest(ToolCase):
     def test_info(self):
-        self.assertEqual(self.succeed("--version"), "KSmthGrpImpt 1.3\n")
-        answer = json.loads(self.succeed("info", ROBOT, "--json"))
-        text = self.succeed("info", ROBOT)
-        with open(ROBOT) as file:
-            lines = file.read().splitlines()
-        for keyword, count in (("v ", "vertices"), ("vt ", "textureCoordinates"), ("vn ", "normals"), ("f ", "faces")):
-            expected = sum(line.startswith(keyword) for line in lines)
-            self.assertIn(expected, answer.get("counts", answer).values(), count)
-            self.assertIn(str(expected), text)
-        names = list(dict.fromkeys(name for line in lines if line.startswith("g ") for name in line.split()[1:]))
-        self.assertEqual([group["name"] for group in answer["groups"]], names)
-
-    def test_info_says_what_was_skipped(self):
-        model = self.write("m.obj", TRIANGLE + "g a\nxyz \x1b[31m\nf 1 2 3/9\nf 1 2 3\n")
+        self.write("m.mtl", "newmtl red\nfoo 1\n")
+        model = self.write("m.obj", TRIANGLE + "vt 0 0\nvn 0 0 1\nmtllib no.mtl\nmtllib m.mtl\nxyz\ng a b\nusemtl c\n"
+                           "f 1 2 3/9\ns 7\nf 1 2 3\nusemtl red\ng b\nf 1 2\n")
+        notes = ((6, "failedLibrary", "material library cannot be read", "no.mtl"),
+                 (2, "unknownMtlKeyword", "unknown line of a material library", "m.mtl: foo 1"),
+                 (8, "unknownLine", "unknown line", "xyz"), (10, "unknownMaterial", "unknown material", "c"),
+                 (11, "malformedCorner", "face dropped, malformed corner", "f 1 2 3/9"))
+        self.assertEqual(json.loads(self.succeed("info", "--json", model)), {
+            "file": "m.obj", "counts": {"vertices": 3, "textureCoordinates": 1, "normals": 1, "faces": 2, "groups": 2,
+                                        "smoothingGroups": 1, "materials": 1},
+            "groups": [{"index": 1, "name": "a", "vertexCount": 3}, {"index": 2, "name": "b", "vertexCount": 3}],
+            "smoothingGroups": [{"index": 1, "number": 7}],
+            "skipped": {"total": 5, "lines": [dict(zip(("line", "kind", "reason", "text"), n)) for n in notes]}})
         text = self.succeed("info", model)
-        self.assertIn("  5  unknown line", text)
-        self.assertIn("xyz", text)
-        self.assertIn("f 1 2 3/9", text)
-        self.assertNotIn("\x1b", text, "control characters do not reach the terminal")
-        self.assertIn('"groups"', self.succeed("info", self.write("l.obj", TRIANGLE.encode() + b"g \xe9\nf 1 2 3\n"),
-                                               "--json"))
+        for part in ("m.obj\n  vertices             3\n  texture coordinates  1\n", "\nGroups\n  index  vertices  name\n      1"
+                     "         3  a\n", "  index  number\n      1       7\n", "\n     2  unknown line of a material library  m"):
+            self.assertIn(part, text)
+        for count, arguments, shown, more in ((20, [], 20, ""), (21, [], 20, "  ... and 1 more\n"), (21, ["--all"], 21, ""),
+                                              (205, ["--all"], 200, "  ... and 5 more\n")):
+            text = self.succeed("info", self.write("noise.obj", "xyz\n" * count), *arguments)
+            self.assertEqual(text.partition("  text\n")[2], "".join(f"  {n:4}  unknown line  xyz\n" for n in range(1, shown + 1)) + more)
 
-    def test_exports(self):
-        for arguments, vertices, faces in ((["--group", "head"], 161, 143), (["-g", "2"], 48, 36),
-                                           (["--smoothing-group", "3"], 38, 38), (["-s", "0"], 522, 90), ([], 522, 452)):
-            out = self.path("out.obj")
-            self.assertEqual(self.succeed("export", ROBOT, "-o", out, *arguments),
-                             f"{out}: {vertices} vertices, {faces} faces\n")
-            self.assertEqual(len(vertex_lines(out)), vertices)
-        numbered = self.write("n.obj", TRIANGLE + "g a\nf 1 2 3\ng 1\nf 3 2 1\nf 1 3 2\n")
-        self.succeed("export", numbered, "-o", self.path("one.obj"), "-g", "1")
-        with open(self.path("one.obj")) as file:
-            self.assertIn("g 1\nf 3 2 1\nf 1 3 2\n", file.read(), "a name comes before an index")
+    def test_text_on_a_terminal(self):
+        for name, shown in ((b"a\x1b[31m\x7f", r"a\x1b[31m\x7f"), (b"a\x90", r"a\x90"), ("\u0090\u202e", r"\u0090\u202e"),
+                            (b"\xc0\x80", r"\xc0\x80"), (b"\xe0\x9f\xbf", r"\xe0\x9f\xbf"), (b"a\xc3", r"a\xc3"),
+                            (b"\xed\xa0\x80", r"\xed\xa0\x80"), (b"\xf4\x90\x80\x80", r"\xf4\x90\x80\x80"),
+                            ('"\\', r"\"\\"), ("é🙂", "é🙂"), ("x" * 60, "x" * 60), ("x" * 61, "x" * 57 + "..."),
+                            ("中" * 31, "中" * 28 + "..."), ("e\u0301" * 60, "e\u0301" * 60)):
+            model = self.write("m.obj", TRIANGLE.encode() + b"g " + (name.encode() if isinstance(name, str) else name) +
+                               b"\nf 1 2 3\n")
+            self.assertIn(f'mask group 1 "{shown}": 3 writes', self.succeed("mesh", model, "--mask", "1"))
+            self.assertIsInstance(json.loads(self.succeed("info", "--json", model)), dict)
 
-    def test_split_names_files_after_groups(self):
-        names = ["Arm", "arm", "../../etc/passwd", ".hidden", "point"]
-        text = TRIANGLE + "".join(f"g {name}\nf 1 2 3\n" for name in names[:-1]) + "g point\nf 1\n"
-        self.succeed("split", self.write("m.obj", text), "-o", self.path("parts"))
-        self.assertEqual(sorted(os.listdir(self.path("parts"))),
-                         sorted(["Arm.obj", "arm_2.obj", "___.._etc_passwd.obj", "_hidden.obj"]))
-        self.assertIn("11 files", self.succeed("split", ROBOT, "-o", self.path("robot")))
-        # Every part loads and the parts' faces are those of the robot, some of them in two groups.
-        for name in os.listdir(self.path("robot")):
-            self.succeed("info", os.path.join(self.path("robot"), name))
+    def test_export(self):
+        self.write("m.obj", MODEL)
+        points = [f"v {x} " for x in ("0.00000 0.00000 0.00000", "1.00000 0.00000 0.00000", "0.00000 1.00000 0.00000",
+                                      "5.00000 5.00000 5.00000")]
+        coordinates = ["vt 0.00000 0.00000 0.00000 "] + ["vn 0.00000 0.00000 0.00000 "] * 2
+        for arguments, said, lines in (
+                (["-g", "a"], "3 vertices, 1 face", points[:3] + ["g a", "f 1 2 3"]),
+                (["-g", "1"], "3 vertices, 1 face", points[1:] + ["g 1", "f 1 2 3"]),  # a name comes before an index
+                (["--smoothing-group", "3"], "3 vertices, 1 face", points[:3] + ["g 3", "f 1 2 3"]),
+                (["-s", "0"], "3 vertices, 2 faces", points[1:] + ["g 0", "f 1 2 3", "f 3"]),
+                ([], "4 vertices, 3 faces", points + coordinates + ["g a", "f 1/1/1 2/1/1 3/1/2", "g 1", "f 2 3 4",
+                                                                    "g point", "f 4"])):
+            notes = [] if arguments else ["o.obj: " + NORMALS]
+            self.assertEqual(self.succeed("export", "m.obj", "-o", "o.obj", *arguments, notes=notes), f"o.obj: {said}\n")
+            self.assertEqual(self.read("o.obj").decode().splitlines()[5:], lines)
+
+    def test_choice(self):
+        self.write("m.obj", MODEL)
+        self.write("many.obj", TRIANGLE + "".join(f"s {i}\nf 1 2 3\n" for i in range(1, 14)))
+        self.write("bare.obj", TRIANGLE)
+        self.write("names.obj", TRIANGLE + "".join(f"g {n}\nf 1 2 3\n" for n in ("head", "left_arm", "right_arm", "abc")))
+        for model, wanted, message in (
+                ("m", ["-g", "0"], "no group 0, the model has 3 groups"),
+                ("m", ["-g", "4"], "no group 4, the model has 3 groups"),
+                ("m", ["-g", "3"], 'group 3 "point" has no vertex range, there is nothing to write'),
+                ("m", ["-s", "9"], "no smoothing group 9, the model has 3"),
+                ("bare", ["-g", "a"], "the model has no groups"),
+                ("many", ["-s", "0"], "there are no faces outside the smoothing groups, there is nothing to write"),
+                ("many", ["-s", "99"], "no smoothing group 99, the model has 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, ..."),
+                ("names", ["-s", "1"], "no smoothing group 1, the model has none"),
+                ("names", ["-g", "haed"], 'no group "haed"; did you mean "head"?'),
+                ("names", ["-g", "HEDA"], 'no group "HEDA"; did you mean "head"?'),
+                ("names", ["-g", "arm"], 'no group "arm"; did you mean "left_arm", "right_arm" or "abc"?'),
+                ("names", ["-g", "ab"], 'no group "ab"; did you mean "abc"?'),
+                ("names", ["-g", "zzzz"], 'no group "zzzz"')):
+            self.refuse(1, f"{model}.obj: {message}", "export", model + ".obj", "-o", "o.obj", *wanted)
+        self.assertFalse(os.path.exists(self.path("o.obj")), "nothing half-made is left")
+
+    def test_split(self):
+        names = ["Arm", "arm", "ARM", "arm_2", "../../etc", ".hidden", "a\\b\x1f\x7f", "ä" * 100, "a" + "ä" * 100, "ä" * 100 + "b"]
+        files = ["Arm", "arm_2", "ARM_3", "arm_2_2", "___.._etc", "_hidden", "a_b__", "ä" * 100, "a" + "ä" * 99,
+                 "ä" * 100 + "_2"]
+        text = TRIANGLE + "".join(f"g {name}\nf 1 2 3\n" for name in ["point", *names]).replace("f 1 2 3", "f 1", 1)
+        said = self.succeed("split", self.write("m.obj", text), "-o", "new/parts",
+                            notes=['skipped group 1 "point", it has no vertex range'])
+        self.assertEqual((said, sorted(os.listdir(self.path("new/parts")))),
+                         ("new/parts: 10 files written\n", sorted(name + ".obj" for name in files)))
+        self.assertIn(b"g ARM\nf 1 2 3\n", self.read("new/parts/ARM_3.obj"))
+        self.assertEqual(self.succeed("split", ROBOT, "-o", "robot"), "robot: 11 files written\n")
+        none = [f'skipped group {i + 1} "g{i}", it has no vertex range' for i in range(20)]
+        self.write("p.obj", TRIANGLE + "".join(f"g g{i}\nf 1\n" for i in range(22)) + "g a\nf 1 2 3\n")
+        self.succeed("split", "p.obj", "-o", "p", notes=none + ["skipped 2 more groups without a vertex range"])
+        self.refuse(1, "m.obj: Not a directory", "split", "p.obj", "-o", "m.obj")
+        self.refuse(1, "n.obj: the model has no groups, there is nothing to write", "split", self.write("n.obj", TRIANGLE), "-o", "n")
 
     def test_replace(self):
-        out = self.path("p.obj")
-        self.succeed("replace", ROBOT, POSE, "-o", out)
-        for ours, theirs in zip(vertex_lines(out), vertex_lines(POSE), strict=True):
-            for a, b in zip(ours, theirs):
-                self.assertAlmostEqual(a, b, delta=1e-5 * max(1, abs(b)))
-        self.succeed("export", ROBOT, "-o", self.path("head.obj"), "-g", "head")
-        message = self.fail_with(1, "replace", ROBOT, self.path("head.obj"), "-o", out)
-        self.assertIn("161", message)
-        self.assertIn("522", message)
+        self.write("m.obj", MODEL)
+        self.write("p.obj", "v 1 2 3\n" * 4)
+        self.assertEqual(self.succeed("replace", "m.obj", "p.obj", "-o", "o.obj", notes=["o.obj: " + NORMALS]),
+                         "o.obj: 4 vertices, 3 faces\n")
+        self.assertEqual(self.read("o.obj").count(b"v 1.00000 2.00000 3.00000 \n"), 4)
+        self.refuse(1, "t.obj: has 3 vertices, but m.obj has 4", "replace", "m.obj", self.write("t.obj", TRIANGLE), "-o", "x")
+        self.refuse(1, "b.obj: line 2: a face names vertex 0: f 0", "replace", "m.obj", self.write("b.obj", "v 1 2 3\nf 0\n"),
+                    "-o", "x")
+        self.refuse(1, "nope: No such file or directory", "replace", "m.obj", "nope", "-o", "x")
 
     def test_calls(self):
+        self.write("m.obj", MODEL)
         self.assertEqual(self.succeed("call", "Version"), "1.3\n")
         self.assertEqual(self.succeed("call", "LoadOBJFile", "nope.obj"), '-1  "OBJ file not found: nope.obj"\n')
-        script = f'# a comment\nLoadOBJFile "{ROBOT}"\nGetOBJGroupInfo name 2\nGetOBJInfo - \nFreeOBJModel\n'
-        self.assertEqual(self.succeed("call", stdin=script),
-                         'LoadOBJFile -> 11\nGetOBJGroupInfo -> 0  "eyes"\nGetOBJInfo -> 0\nFreeOBJModel -> 0\n')
-        self.assertIn("line 2", self.fail_with(2, "call", "--script", self.write("s.txt", "#\nNoSuch\n")))
+        self.assertEqual(self.succeed("call", "LoadOBJFile", "-", "-.5"), "0\n")
+        script = '# a comment\n\nLoadOBJFile "m.obj"\t# and another\nGetOBJGroupInfo name 2\nLoadOBJFile -\nLoadOBJFile "-"\n' \
+                 'LoadOBJFile "a \\"\\\\" 1e0\nFreeOBJModel\n'
+        self.assertEqual(self.succeed("call", input=script.encode()),
+                         'LoadOBJFile -> 3\nGetOBJGroupInfo -> 0  "1"\nLoadOBJFile -> 0\n'
+                         'LoadOBJFile -> -1  "OBJ file not found: -"\n'
+                         'LoadOBJFile -> -1  "OBJ file not found: a \\"\\\\"\nFreeOBJModel -> 0\n')
+        for line, message in (('GetOBJInfo a 1 b', 'more than NAME TEXT NUMBER: "b"'), ('Version "a', "the closing quote is missing"),
+                              ('Version "a\\n"', r'\ in quotes must be followed by " or \ '[:-1]),
+                              ('Version "a"b', "a blank must follow the closing quote"), ("Version a 2x", '"2x" is not a number')):
+            self.refuse(2, f"s.txt: line 2: {message}", "call", "--script", self.write("s.txt", f"#\n{line}\n"))
+        self.assertRegex(self.run_tool("call", "version").stderr, b'^smthgrp: there is no call "version"; the calls are Version, Load')
 
-    def test_mesh_is_marked(self):
-        faces, groups, smoothing = read_groups(ROBOT)
-        self.assertEqual(len(groups), 11)
-        for name, members in groups.items():
-            out = self.path("m.ply")
-            answer = json.loads(self.succeed("mesh", ROBOT, "--mask", name, "--crease", name, "--json", "-o", out))
-            vertices = {v for f in members for v in faces[f]}
-            others = {v for n, m in groups.items() if n != name for f in m for v in faces[f]}
-            edges, count = border(faces, members)
-            mask, crease = answer["calls"]
-            self.assertEqual(mask["answer"], sum(len(faces[f]) for f in members), name)
-            self.assertEqual((mask["verticesMasked"], mask["verticesShared"]),
-                             (len(vertices), len(vertices & others)), name)
-            self.assertEqual((crease["answer"], crease["edgesCreased"]), (count, len(edges)), name)
-            ply, left = read_ply(out)
-            self.assertEqual(left, 0)
-            self.assertEqual({i for i, v in enumerate(ply["vertex"]) if v["mask"] == 255}, vertices)
-            self.assertEqual({v["mask"] for v in ply["vertex"]}, {0, 255})
-            self.assertEqual([list(f["vertex_indices"]) for f in ply["face"]], faces)
-            self.assertEqual({(e["vertex1"], e["vertex2"]) for e in ply["edge"]}, edges)
-            for ours, theirs in zip(ply["vertex"], vertex_lines(ROBOT), strict=True):
-                self.assertEqual([ours["x"], ours["y"], ours["z"]], list(struct.unpack("3f", struct.pack("3f", *theirs))))
-        out = self.path("m.obj")
-        text = self.succeed("mesh", ROBOT, "--crease-all-smoothing", "--mask-smoothing", "3", "-o", out)
-        edges = set().union(*(border(faces, m)[0] for n, m in smoothing.items() if n != 0))
-        self.assertIn(f"{out}: 522 vertices, 452 faces, {len(edges)} creased edges\n", text)
-        with open(out) as file:
-            lines = [line.split() for line in file]
-        self.assertEqual({(int(w[1]) - 1, int(w[2]) - 1) for w in lines if w[0] == "l"}, edges)
-        masked = {v for f in smoothing[3] for v in faces[f]}
-        colors = [w[4:] for w in lines if w[0] == "v"]
-        self.assertEqual({i for i, c in enumerate(colors) if c != colors[0]},
-                         masked if 0 not in masked else set(range(522)) - masked)
-        self.assertEqual(len(vertex_lines(out)), 522)
-
-    def test_mesh_marks_come_in_order(self):
-        model = self.write("m.obj", TRIANGLE + "v 1 1 0\ng a\nf 1 2 3\ng b\nf 2 4 3\ng n\nf 1\n")
-        for arguments, masks in ((["--mask", "a"], [255, 255, 255, 0]),
-                                 (["--mask", "a", "--mask-value", "7"], [7, 7, 7, 0]),
-                                 (["--mask", "a", "--mask-value", "7", "--mask", "b", "--mask-value", "9", "--mask", "3"],
-                                  [9, 7, 7, 7]),
-                                 (["--mask", "b", "--mask", "a", "--mask-value", "1", "--mask", "b",
-                                   "--mask-value", "0", "--mask", "3"], [0, 1, 1, 1])):
-            self.succeed("mesh", model, *arguments, "-o", self.path("m.ply"))
-            ply, _ = read_ply(self.path("m.ply"))
-            self.assertEqual([v["mask"] for v in ply["vertex"]], masks, arguments)
-            self.assertEqual(len(ply["face"]), 2, "a face of one corner is no polygon")
-        self.assertIn("crease group 2 \"b\": 1 neighbour beyond its border, 1 edge creased, 2 vertices shared",
-                      self.succeed("mesh", "--crease", "b", model))
-
-    def test_mesh_tells_what_cannot_be_creased(self):
-        head = TRIANGLE + "v 1 1 0\nv 2 2 0\nv 3 3 0\n"
-        late, early = "f 1 2 3 4 5\n", "f 5 1 2 3 4\n"  # the edge 5-1 comes last and first
-        for text, arguments, faces in (
-                (f"g a\n{late}g b\nf 5 1 6\n", ["--crease", "a"], 1),
-                (f"g a\n{late}g b\nf 5 1 6\n", ["--crease", "b"], 0),
-                (f"g a\n{late}g b\nf 5 1 6\n", ["--mask", "a"], 0),
-                (f"g a\n{late}f 5 1 6\ng b\nf 2 3 6\n", ["--crease", "a"], 0),
-                (f"g a\n{early}g b\nf 5 1 6\n", ["--crease", "a"], 0),
-                (f"g a\n{late}{late}g b\nf 5 6 1\n", ["--crease", "a", "--crease", "1"], 2),
-                (f"g a\n{late}g b\nf 2 5 3 1\n", ["--crease", "a"], 1),  # the neighbour has both ends, no edge
-                (f"s 1\n{late}s 2\n{late}", ["--crease-all-smoothing"], 2)):
-            model = self.write("m.obj", head + text)
-            note = f"{faces} face{'s' * (faces > 1)} with a border beyond the fourth edge, which a host cannot crease"
-            notes = [note] if faces else []
-            result = self.run_tool("mesh", model, *arguments)
-            self.assertEqual(result.stderr, "".join(f"smthgrp: note: {line}\n" for line in notes), (text, arguments))
-            result = self.run_tool("mesh", model, *arguments, "--json")
-            self.assertEqual((json.loads(result.stdout)["notes"], result.stderr), (notes, ""))
-        # The edge of a face of one corner is no edge; the note on it is part of the JSON wherever that goes.
-        model = self.write("m.obj", TRIANGLE + "g a\nf 1\ng b\nf 1 2 3\n")
-        out = self.path("m.ply")
-        answer = json.loads(self.succeed("mesh", model, "--crease", "a", "--json", "-o", out))
-        self.assertEqual((answer["calls"][0]["answer"], answer["mesh"]["edgesCreased"]), (1, 0))
-        self.assertEqual(answer["notes"], [f"{out}: without 1 face that is no polygon"])
-        self.assertEqual(read_ply(out)[0]["edge"], [])
-        result = subprocess.run([TOOL, "mesh", model, "--crease", "a", "--json", "-o", "/dev/stdout"], timeout=60,
-                                capture_output=True, check=True)
-        self.assertEqual(json.loads(result.stderr)["notes"], ["/dev/stdout: without 1 face that is no polygon"])
-
-    def test_standard_output(self):
-        with open(os.devnull, "rb") as nothing:
-            for arguments, report in ((["mesh", ROBOT, "--mask", "head"], b"standard output: 522 vertices, 452 faces"),
-                                      (["export", ROBOT, "-g", "head"], b""),
-                                      (["replace", ROBOT, POSE], b"smthgrp: note: standard output: normals")):
-                expected = self.path("expected." + ("ply" if arguments[0] == "mesh" else "obj"))
-                self.succeed(*arguments, "-o", expected)
-                with open(expected, "rb") as file:
-                    content = file.read()
-                for output in "-", "/dev/stdout":
-                    result = subprocess.run([TOOL, *arguments, "-o", output], stdin=nothing, capture_output=True,
-                                            timeout=60, cwd=self.folder.name, check=True)
-                    self.assertTrue(result.stdout == content, (arguments, output))
-                self.assertIn(report, subprocess.run([TOOL, *arguments, "-o", "-"], capture_output=True, timeout=60,
-                                                     cwd=self.folder.name, check=True).stderr)
-                # A file behind it is written on from where it stands.
-                with open(self.path("log"), "wb") as log:
-                    log.write(b"before\n")
-                    log.flush()
-                    subprocess.run([TOOL, *arguments, "-o", "-"], stdout=log, stderr=subprocess.DEVNULL, timeout=60,
-                                   cwd=self.folder.name, check=True)
-                with open(self.path("log"), "rb") as log:
-                    self.assertTrue(log.read() == b"before\n" + content, arguments)
-                with open("/dev/full", "wb") as full:
-                    result = subprocess.run([TOOL, *arguments, "-o", "-"], stdout=full, stderr=subprocess.PIPE,
-                                            timeout=60, cwd=self.folder.name, check=False)
-                self.assertEqual((result.returncode, result.stderr),
-                                 (1, b"smthgrp: standard output: No space left on device\n"))
-        self.assertNotIn("-", os.listdir(self.folder.name))
+    def test_output(self):
+        self.write("m.obj", MODEL)
+        os.mkfifo(self.path("pipe"))
+        for arguments, notes in ((["export", "m.obj", "-g", "a"], []), (["replace", "m.obj", "m.obj"], [NORMALS])):
+            self.succeed(*arguments, "-o", "file", notes=["file: " + note for note in notes])
+            content = self.read("file").decode()
+            self.assertEqual(self.succeed(*arguments, "-o", "/dev/stdout", notes=["/dev/stdout: " + n for n in notes]), content)
+            with subprocess.Popen(["cat", "pipe"], cwd=self.folder, stdout=subprocess.PIPE) as reader:
+                self.succeed(*arguments, "-o", "pipe", notes=["pipe: " + note for note in notes])
+                self.assertEqual(reader.communicate()[0].decode(), content)
+            with open(self.path("log"), "wb") as log:  # A file behind it is written on from where it stands.
+                log.write(b"before\n")
+                log.flush()
+                self.succeed(*arguments, "-o", "-", stdout=log, notes=["standard output: " + note for note in notes])
+            self.assertEqual(self.read("log").decode(), "before\n" + content)
+        self.succeed("export", ROBOT, "-o", "robot.obj", notes=["robot.obj: " + NORMALS])
+        os.mkdir(self.path("folder.obj"))
+        for name, failed, most, *arguments in (
+                ("o.obj", "is incomplete, writing it failed (no space left, or a file size limit)",
+                 self.read("robot.obj").rindex(b"f "), "export", ROBOT),
+                ("o.ply", "File too large", 4096, "mesh", ROBOT, "--mask", "1")):
+            for target, message in (("folder.obj", "Is a directory"), ("no/o.obj", "No such file or directory"),
+                                    ("/dev/full", "No space left on device")):
+                self.refuse(1, f"{target}: {message}", *arguments, "-o", target)
+            self.refuse(1, f"{name}: {failed}", *arguments, "-o", name,
+                        preexec_fn=lambda most=most: resource.setrlimit(resource.RLIMIT_FSIZE, (most, most)))
+        self.assertFalse(os.path.exists(self.path("o.ply")))
+        os.symlink("new.ply", self.path("link.ply"))
+        self.succeed("mesh", "m.obj", "--mask", "a", "-o", "link.ply", notes=["link.ply: without 1 face that is no polygon"])
+        self.assertTrue(os.path.islink(self.path("link.ply")) and os.path.isfile(self.path("new.ply")))
 
     def test_input_is_not_written_over(self):
-        text = TRIANGLE + "g m\nf 1 2 3\n"
-        model, other = self.write("m.obj", text), self.write("other.obj", text)
-        os.symlink(model, self.path("link.obj"))
-        os.link(other, self.path("hard.obj"))
-        for arguments in (["mesh", model, "--mask", "m", "-o", model], ["mesh", "m.obj", "--mask", "m", "-o", "./m.obj"],
-                          ["export", model, "-o", "link.obj"], ["export", "link.obj", "-g", "m", "-o", model],
-                          ["replace", model, other, "-o", "m.obj"], ["replace", model, other, "-o", "hard.obj"],
-                          ["split", model, "-o", "."]):
-            self.assertIn("is the file that is read", self.fail_with(1, *arguments))
-        with open(model, "ab") as log:
-            result = subprocess.run([TOOL, "export", model, "-o", "-"], stdout=log, stderr=subprocess.PIPE, timeout=60,
-                                    check=False)
-        self.assertEqual(result.returncode, 1, result.stderr)
-        for path in model, other:
-            with open(path) as file:
-                self.assertEqual(file.read(), text)
+        for name in "m.obj", "other.obj":
+            self.write(name, TRIANGLE + "g m\nf 1 2 3\n")
+        os.symlink("m.obj", self.path("link.obj"))
+        os.link(self.path("other.obj"), self.path("hard.obj"))
+        reads = ": is the file that is read, and writing would destroy it"
+        for target, line in (("./m.obj", "mesh m.obj --mask m -o ./m.obj"), ("link.obj", "export m.obj -o link.obj"),
+                             ("m.obj", "export link.obj -g m -o m.obj"), ("m.obj", "replace m.obj other.obj -o m.obj"),
+                             ("hard.obj", "replace m.obj other.obj -o hard.obj"), ("./m.obj", "split m.obj -o .")):
+            self.refuse(1, target + reads, *line.split())
+        with open(self.path("m.obj"), "ab") as log:
+            self.refuse(1, "standard output" + reads, "export", "m.obj", "-o", "-", stdout=log)
+        self.assertEqual(self.read("m.obj") + self.read("other.obj"), (TRIANGLE + "g m\nf 1 2 3\n").encode() * 2)
 
-    def test_data_that_cannot_be_served(self):
+    def test_models_that_cannot_be_read(self):
         corners = "".join(f"v {i} 0 0\n" for i in range(89)) + "f " + " ".join(str(i + 1) for i in range(89)) + "\n"
-        normals = TRIANGLE + "vn 0 0 1\ng a\nf 1//1 2//1 3//1\n"
-        numbers = "".join(f"s {i}\n" for i in range(257))
-        out = self.path("out.obj")
-        for arguments, words in (
-                (["info", "nope.obj"], ["nope.obj", "No such file"]),
-                (["info", "."], ["Is a directory"]),
-                (["info", self.write("bad.obj", TRIANGLE + "f 1 2 9\n")], ["bad.obj", "f 1 2 9"]),
-                (["info", self.write("corners.obj", corners)], ["corners.obj", "88"]),
-                (["info", self.write("numbers.obj", numbers)], ["numbers.obj", "256"]),
-                (["export", ROBOT, "-o", out, "-g", "haed"], ["haed", '"head"']),
-                (["export", ROBOT, "-o", out, "-g", "12"], ["11 groups"]),
-                (["export", ROBOT, "-o", out, "-s", "9"], ["9"]),
-                (["export", ROBOT, "-o", "."], ["directory"]),
-                (["export", ROBOT, "-o", "/nonexistent/dir/o.obj"], ["/nonexistent/dir/o.obj", "No such file"]),
-                (["export", ROBOT, "-o", "/dev/full"], ["/dev/full", "No space"]),
-                (["mesh", ROBOT, "--mask", "head", "--crease", "haed", "-o", out], ["haed", '"head"']),
-                (["mesh", ROBOT, "--crease-smoothing", "0", "-o", out], ["smoothing group 0", "1, 2, 3"]),
-                (["mesh", self.write("plain.obj", TRIANGLE + "f 1 2 3\n"), "--crease-all-smoothing", "-o", out],
-                 ["plain.obj", "no smoothing groups"]),
-                (["mesh", ROBOT, "--mask", "1", "-o", "."], ["directory"]),
-                (["mesh", ROBOT, "--mask", "1", "-o", "/dev/full"], ["/dev/full", "No space"]),
-                (["mesh", ROBOT, "--mask", "1", "-o", "/nonexistent/m.ply"], ["/nonexistent/m.ply", "No such file"]),
-                (["export", self.write("n.obj", normals), "-o", out], ["n.obj", "split", "--group"]),
-                (["info", ROBOT, "--library", "/nope.so"], ["/nope.so"])):
-            message = self.fail_with(1, *arguments)
-            for word in words:
-                self.assertIn(word, message)
-        self.assertFalse(os.path.exists(out), "nothing half-made is left")
-        self.assertIn("1 files written".replace("files", "file"), self.succeed("split", self.path("n.obj"), "-o", "p"))
+        given = "v 0 0 0\nvt 0 0\nvn 0 0 1\nxyz\nf "
+        for corner, what in (("0", "vertex 0"), ("2", "a vertex that the file has not given"), ("1/0", "texture coordinate 0"),
+                             ("1/2", "a texture coordinate that the file has not given"), ("1//0", "normal 0"),
+                             ("1//2", "a normal that the file has not given")):
+            self.refuse(1, f"m.obj: line 5: a face names {what}: f {corner}", "info", self.write("m.obj", given + corner))
+        for text, what in ((corners, "a face has more than 88 corners"),
+                           ("".join(f"s {i}\n" for i in range(257)), "an s line follows after 256 smoothing groups")):
+            self.refuse(1, f"m.obj: {what}, the most that the library takes", "info", self.write("m.obj", text))
+        self.refuse(1, "/dev/stdin: Vertex not found at (f 9) in /dev/stdin", "info", "/dev/stdin", input=b"v 0 0 0\nf 1 1x\nf 9\n")
+        self.refuse(1, ".: Is a directory", "info", ".")
+        self.write("n.obj", TRIANGLE + "vn 0 0 1\ng a\nf 1//1 2//1 3//1\n")
+        self.refuse(1, "n.obj: the library cannot write this model as a whole, it has 1 normal and only 0 texture coordinates; its "
+                    "groups can be written one by one, with split or export --group", "export", "n.obj", "-o", "o")
+        self.assertIn("1 file written", self.succeed("split", "n.obj", "-o", "parts"))
+        self.assertRegex(self.run_tool("info", ROBOT, "--library", "/nope.so").stderr, b"^smthgrp: cannot load the library: /nope.so: cannot open")
 
     def test_usage(self):
-        for arguments in ([], ["bogus"], ["info"], ["export", ROBOT], ["export", ROBOT, "-o", "x", "-s", "abc"],
-                          ["export", ROBOT, "-o", "x", "-s", "1", "-g", "head"], ["mesh", ROBOT],
-                          ["mesh", ROBOT, "--mask-value", "3"], ["mesh", ROBOT, "--mask", "1", "--mask-value", "256"],
-                          *(["mesh", ROBOT, "--mask", "1", "-o", name] for name in ("x.stl", "x", ".obj", "x.")),
-                          ["mesh", ROBOT, "--crease-all-smoothing=false"], ["mesh", ROBOT, "--crease-all-smoothing=3"],
-                          ["call", "version"]):
-            self.fail_with(2, *arguments)
-        self.assertEqual(os.listdir(self.folder.name), [])
-        self.assertRegex(self.succeed("mesh", "--help"), "--mask-value 0[.][.]255  +Value")
-        for command in ([], ["info"], ["export"], ["split"], ["replace"], ["mesh"], ["call"]):
-            self.assertIn("smthgrp", self.succeed(*command, "--help"))
+        self.write("m.obj", MODEL)
+        for line, message in (
+                ("", "a command is needed; smthgrp --help lists them"),
+                ("expotr m.obj -o x", 'there is no command "expotr"; did you mean "export"? See smthgrp --help'),
+                ("psd inof m.obj", 'there is no command "inof"; did you mean "info"? See smthgrp psd --help'),
+                ("psd", "a command is needed; see smthgrp psd --help"),
+                ("info", "MODEL is required; see smthgrp info --help"),
+                ("info m.obj a b c", 'more than is expected: "a" "b" "c"; see smthgrp info --help'),
+                ("export m.obj --ouput=x", 'there is no option "--ouput"; did you mean "--output"? See smthgrp export --help'),
+                ("info --libary x", 'there is no option "--libary"; did you mean "--library"? See smthgrp info --help'),
+                ("export m.obj -o x -s 1 -g a", "--group excludes --smoothing-group; see smthgrp export --help"),
+                ("mesh m.obj --mask-value 3", "nothing to mask or crease; see smthgrp mesh --help"),
+                ("mesh m.obj --mask a -o x", "x: a marked mesh is written to NAME.ply or NAME.obj"),
+                ("call Version --script s", "NAME and --script exclude each other; see smthgrp call --help")):
+            self.refuse(2, message, *line.split())
+        for line in "export m.obj -o x -s abc", "mesh m.obj --mask 1 --mask-value 256", "mesh m.obj --crease-all-smoothing=3":
+            self.assertEqual(self.run_tool(*line.split()).returncode, 2, line)
+        self.assertEqual(os.listdir(self.folder), ["m.obj"])
+        self.assertEqual(self.succeed("--version"), "KSmthGrpImpt 1.3\n")
+        for command in ("", "info", "export", "split", "replace", "mesh", "call", "psd", "psd layers"):
+            text = self.succeed(*command.split(), "--help")
+            self.assertIn("Usage: " + f"smthgrp {command}".strip(), text)
+            self.assertLessEqual(max(map(len, text.splitlines())), 80, command)
+
+
+class MeshTest(ToolCase):
+    def test_marks(self):
+        arguments = ["mesh", self.write("m.obj", MARKED), "--mask", "a", "--crease", "b", "--mask-value", "128",
+                     "--mask-smoothing", "2", "--crease-all-smoothing"]
+        left_out = "without 1 face that is no polygon"
+        told = json.loads(self.succeed(*arguments, "--json", "-o", "m.ply"))
+        rows = (("Group", "mask", 1, "a", 128, 4, 4, 3), ("Group", "crease", 2, "b", None, 1, 1, 2),
+                ("SmoothGroup", "mask", 2, 2, 128, 3, 3, 2), ("SmoothGroup", "crease", 1, 1, None, 1, 1, 3),
+                ("SmoothGroup", "crease", 2, 2, None, 1, 1, 2), ("SmoothGroup", "crease", 3, 0, None, 0, 0, 1))
+        for call, (kind, key, index, group, value, answer, marked, shared) in zip(told.pop("calls"), rows, strict=True):
+            wanted = {"call": "SetMesh3DFromOBJ" + kind, "key": key, "index": index, "answer": answer, "verticesShared": shared,
+                      "group" if kind == "Group" else "smoothingGroup": group,
+                      "verticesMasked" if key == "mask" else "edgesCreased": marked}
+            self.assertEqual(call, wanted | ({"maskValue": value} if value else {}))
+        self.assertEqual(told, {"file": "m.obj", "counts": {"vertices": 6, "faces": 3}, "output": "m.ply",
+                                "mesh": {"verticesMasked": 5, "edgesCreased": 1}, "notes": ["m.ply: " + left_out]})
+        points, masked = ((0, 0), (1, 0), (1, 1), (0, 1), (.5, 2)), bytes((217, 147, 112, 128))
+        ply = PLY.encode() + b"".join(struct.pack("<3f", *xy, 0) + masked for xy in points)
+        ply += struct.pack("<3f4BB4iB3i2if", 9, 9, 9, 204, 204, 204, 0, 4, 0, 1, 2, 3, 3, 3, 2, 4, 2, 3, 1)
+        self.assertEqual(self.read("m.ply"), ply)
+        self.assertEqual(self.run_tool(*arguments, "-o", "-").stdout, ply)
+        lines = self.succeed(*arguments, "-o", "M.OBJ", notes=["M.OBJ: " + left_out]).splitlines()
+        self.assertEqual(lines[:3] + lines[-1:], [
+            "m.obj: 6 vertices, 3 faces",
+            'mask group 1 "a": 4 writes, 4 vertices masked with 128, 3 of them shared with other groups',
+            'crease group 2 "b": 1 neighbour beyond its border, 1 edge creased, 2 vertices shared with other groups',
+            "M.OBJ: 6 vertices, 2 faces, 1 creased edge"])
+        self.assertEqual(self.read("M.OBJ").decode(), "".join(
+            f"v {x} {y} 0 0.8509804 0.5764706 0.4392157\n" for x, y in points) + "v 9 9 9 0.8 0.8 0.8\nf 1 2 3 4\nf 4 3 5\nl 3 4\n")
+        self.succeed("mesh", "m.obj", "--crease", "a", "-o", "bare.obj", notes=["bare.obj: " + left_out])
+        self.assertTrue(self.read("bare.obj").startswith(b"v 0 0 0\nv 1 0 0\n"))
+        told = json.loads(self.run_tool("mesh", "m.obj", "--mask", "a", "--json", "-o", "/dev/stdout").stderr)
+        self.assertEqual(told["notes"], ["/dev/stdout: " + left_out])
+        self.refuse(1, "t.obj: the model has no smoothing groups", "mesh", self.write("t.obj", TRIANGLE), "--crease-all-smoothing")
+
+    def test_masks_come_in_order(self):
+        self.write("m.obj", TRIANGLE + "v 1 1 0\ng a\nf 1 2 3\ng b\nf 2 4 3\ng n\nf 1\n")
+        for line, masks in (("--mask a", (255, 255, 255, 0)), ("--mask a --mask-value 7", (7, 7, 7, 0)),
+                            ("--mask a --mask-value 7 --mask b --mask-value 9 --mask 3", (9, 7, 7, 7)),
+                            ("--mask b --mask a --mask-value 1 --mask b --mask-value 0 --mask 3", (0, 1, 1, 1))):
+            self.run_tool("mesh", "m.obj", *line.split(), "-o", "m.ply")
+            vertices = self.read("m.ply").partition(b"end_header\n")[2]
+            self.assertEqual(tuple(vertices[15:64:16]), masks, line)
+            if 255 in masks:
+                self.assertEqual(vertices[12:15] + vertices[60:63], bytes((230, 90, 20, 204, 204, 204)))
+
+    def test_long_faces(self):
+        head = TRIANGLE + "v 1 1 0\nv 2 2 0\nv 3 3 0\n"
+        late, early = "f 1 2 3 4 5\n", "f 5 1 2 3 4\n"  # the edge 5-1 comes last and first
+        for text, line, faces in (
+                (f"g a\n{late}g b\nf 5 1 6\n", "--crease a", 1), (f"g a\n{late}g b\nf 5 1 6\n", "--crease b", 0),
+                (f"g a\n{late}f 5 1 6\ng b\nf 2 3 6\n", "--crease a", 0), (f"g a\n{early}g b\nf 5 1 6\n", "--crease a", 0),
+                (f"g a\n{late}{late}g b\nf 5 6 1\n", "--crease a --crease 1", 2),
+                (f"g a\n{late}g b\nf 2 5 3 1\n", "--crease a", 1),  # the neighbour has both ends, no edge
+                (f"g a b\n{late}g b\nf 5 1 6\n", "--crease b --crease a", 1),
+                (f"s 1\n{late}s 2\n{late}", "--crease-all-smoothing", 2)):
+            note = f"{faces} face{'s' * (faces > 1)} with a border beyond the fourth edge, which a host cannot crease"
+            self.write("m.obj", head + text)
+            self.succeed("mesh", "m.obj", *line.split(), notes=[note] * (faces > 0))
+        self.write("m.obj", TRIANGLE + "g a\nf 1\ng b\nf 1 2 3\n")  # The edge of a face of one corner is no edge.
+        told = json.loads(self.succeed("mesh", "m.obj", "--crease", "a", "--json"))
+        self.assertEqual((told["calls"][0]["answer"], told["mesh"]["edgesCreased"]), (1, 0))
 
 
 if __name__ == "__main__":

@@ -12,7 +12,8 @@ constexpr const char* kFooter = R"(Examples:
   smthgrp replace robot.obj robot_pose.obj -o posed.obj
   smthgrp mesh robot.obj --mask head --crease 2 -o marked.ply
 
-Exit status: 0 done; 1 a file cannot be read or written, or does not have what was asked for; 2 wrong usage.
+Exit status: 0 done; 1 a file cannot be read or written, or does not have what
+was asked for; 2 wrong usage.
 smthgrp COMMAND --help tells more about a command.)";
 
 }  // namespace

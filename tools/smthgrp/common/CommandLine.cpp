@@ -1,12 +1,16 @@
 #include "smthgrp/common/CommandLine.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <new>
+#include <sstream>
 
 #include "smthgrp/common/Failure.h"
+#include "smthgrp/common/SimilarNames.h"
 #include "smthgrp/common/TerminalText.h"
 
 namespace smthgrp {
@@ -25,10 +29,67 @@ int reportFailure(const std::string& message, int status) {
   return status;
 }
 
+constexpr std::size_t kHelpColumns = 80;
+
+/// With line feeds in the place of blanks, so that no line is longer than `columns` unless it is one word.
+std::string wrapped(std::string text, std::size_t columns) {
+  std::size_t line = 0;
+  while (text.size() - line > columns) {
+    std::size_t blank = text.rfind(' ', line + columns);
+    if (blank == std::string::npos || blank < line) blank = text.find(' ', line);
+    if (blank == std::string::npos) break;
+    text[blank] = '\n';
+    line = blank + 1;
+  }
+  return text;
+}
+
+/// The parser's own, with the descriptions in lines that a terminal has room for.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_description(const CLI::App* command) const override {
+    return wrapped(command->get_description(), kHelpColumns) + "\n";
+  }
+  std::string make_option_desc(const CLI::Option* option) const override {
+    return wrapped(CLI::Formatter::make_option_desc(option), kHelpColumns - column_width_);
+  }
+  std::string make_subcommand(const CLI::App* command) const override {
+    std::ostringstream out;
+    CLI::detail::format_help(out, command->get_name(),
+                             wrapped(command->get_description(), kHelpColumns - column_width_),
+                             column_width_);
+    return out.str();
+  }
+};
+
+bool isOption(const std::string& word) {
+  return word.size() > 1 && word[0] == '-' && word != "--";
+}
+
+std::vector<std::string> commandNames(const CLI::App& of) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : of.get_subcommands([](const CLI::App*) { return true; })) {
+    names.push_back(command->get_name());
+  }
+  return names;
+}
+
+/// Those of the command and of all that it stands behind.
+std::vector<std::string> optionNames(const CLI::App* command) {
+  std::vector<std::string> names;
+  for (; command != nullptr; command = command->get_parent()) {
+    for (const CLI::Option* option : command->get_options()) {
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+  }
+  return names;
+}
+
 }  // namespace
 
 CommandLine::CommandLine(const char* description, const char* footer) : app_(description) {
   app_.name("smthgrp");
+  app_.formatter(std::make_shared<HelpFormatter>());
   app_.footer(footer);
   app_.require_subcommand(0, 1);
   app_.fallthrough();
@@ -41,8 +102,8 @@ CLI::App& CommandLine::add(const char* name, const char* description, const std:
   return *command;
 }
 
-/// The last word first, as the parser wants it. "call X text -1" has a number for its last word and no option
-/// -1, which the parser is told by a "--" in front.
+/// The last word first, as the parser wants it. "call X text -.5" has a number for its last word and no option
+/// -., which the parser is told by a "--" in front.
 std::vector<std::string> CommandLine::parserWords(int argc, char** argv) const {
   std::vector<std::string> words;
   bool takesNumbers = false;
@@ -60,17 +121,38 @@ std::vector<std::string> CommandLine::parserWords(int argc, char** argv) const {
   return {words.rbegin(), words.rend()};
 }
 
+/// What is wrong with the line. A word that the parser has no use for says more than what it then misses.
+std::string CommandLine::complaint(const CLI::ParseError& error) const {
+  const CLI::App* chosen = &app_;
+  std::string name = app_.get_name();
+  while (!chosen->get_subcommands().empty()) {
+    chosen = chosen->get_subcommands()[0];
+    name += " " + chosen->get_name();
+  }
+  const std::vector<std::string> commands = commandNames(*chosen);
+  const std::vector<std::string> extras = app_.remaining(true);
+  const auto option = std::find_if(extras.begin(), extras.end(), isOption);
+  std::string text = error.what();
+  if (!extras.empty() && !commands.empty() && option != extras.begin()) {
+    text = "there is no command " + quoted(extras[0], 60) + suggestion(commands, extras[0]);
+  } else if (option != extras.end()) {
+    const std::string word = option->substr(0, option->find('='));
+    text = "there is no option " + quoted(word, 60) + suggestion(optionNames(chosen), word);
+  } else if (!commands.empty()) {
+    text = "a command is needed";
+  } else if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+    text = "more than is expected:";
+    for (const std::string& extra : extras) text += " " + quoted(extra, 60);
+  }
+  return text + (text.ends_with('?') ? " See " : "; see ") + name + " --help";
+}
+
 int CommandLine::parseAndRun(int argc, char** argv) {
   try {
     app_.parse(parserWords(argc, argv));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app_.exit(error);
-    std::string command = app_.get_name();
-    for (auto commands = app_.get_subcommands(); !commands.empty();
-         commands = commands[0]->get_subcommands()) {
-      command += " " + commands[0]->get_name();
-    }
-    return reportFailure(std::string(error.what()) + "; see " + command + " --help", kUsageError);
+    return reportFailure(complaint(error), kUsageError);
   }
   if (!work_) throw Failure("a command is needed; smthgrp --help lists them", kUsageError);
   work_();

@@ -21,7 +21,7 @@ class CommandLine {
   /// without one as the help of the parent does.
   CLI::App& add(const char* name, const char* description, const std::string& footer,
                 CLI::App* parent = nullptr);
-  /// Has words like -1 be values of the command, which then has no options of that form.
+  /// Has words like -.5 be values of the command, which then has no options of that form.
   void takeNegativeNumbers(const CLI::App& command) { takesNumbers_.insert(command.get_name()); }
   /// What to do when `command` is chosen. `work` prints to standard output and throws a Failure for what it
   /// cannot do.
@@ -36,6 +36,7 @@ class CommandLine {
 
  private:
   std::vector<std::string> parserWords(int argc, char** argv) const;
+  std::string complaint(const CLI::ParseError& error) const;
   int parseAndRun(int argc, char** argv);
 
   CLI::App app_;

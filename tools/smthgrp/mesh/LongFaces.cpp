@@ -37,9 +37,8 @@ LongFaces::LongFaces(const host::MeshDescription& mesh) : mesh_(mesh), inPart_(m
     for (const std::uint32_t vertex : mesh.faces[i]) {
       if (vertex < isEnd.size() && isEnd[vertex]) ends.push_back(vertex);
     }
-    // A corner makes a pair with itself: an edge may begin and end at one vertex.
     for (std::size_t a = 0; a < ends.size(); ++a) {
-      for (std::size_t b = a; b < ends.size(); ++b) {
+      for (std::size_t b = a + 1; b < ends.size(); ++b) {
         const auto found = edges_.find(edgeKey(ends[a], ends[b]));
         if (found != edges_.end()) found->second.users.push_back(i);
       }

@@ -48,14 +48,16 @@ constexpr const char* kFooter = R"(Examples:
   smthgrp mesh robot.obj --mask head
   smthgrp mesh robot.obj --mask head --mask-value 128 --mask eyes -o masked.ply
   smthgrp mesh robot.obj --crease-all-smoothing -o creased.obj
-  smthgrp mesh robot.obj --crease 2 --crease-smoothing 3 --json | jq '.calls[].edgesCreased'
+  smthgrp mesh robot.obj --crease 2 --json | jq '.calls[].edgesCreased'
 
-The mesh is the stand-in host's, imported with the vertices and faces of the model. Marks may be given several
-times and are made in the order of the command line. A --mask-value holds for the masks behind it, the first
-one for those before it as well.
+The mesh is the stand-in host's, imported with the vertices and faces of the
+model. Marks may be given several times and are made in the order of the command
+line. A --mask-value holds for the masks behind it, the first one for those
+before it as well.
 
-A PLY file has the masks as a vertex property "mask" and as colours, and the creased edges as its edge element
-with a property "crease" of 1. An OBJ file has the masks as vertex colours and the creased edges as l lines.)";
+A PLY file has the masks as a vertex property "mask" and as colours, and the
+creased edges as its edge element with a property "crease" of 1. An OBJ file has
+the masks as vertex colours and the creased edges as l lines.)";
 
 /// In full. The library's own value starts at 0, which marks nothing.
 constexpr std::uint8_t kDefaultMaskValue = 255;

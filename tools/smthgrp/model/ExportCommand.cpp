@@ -25,11 +25,11 @@ struct Request {
 };
 
 constexpr const char* kFooter = R"(Examples:
-  smthgrp export robot.obj -o copy.obj                        the whole model
-  smthgrp export robot.obj -o head.obj --group head           the group "head"
-  smthgrp export robot.obj -o second.obj --group 2            the second group
-  smthgrp export robot.obj -o smooth.obj --smoothing-group 3  the faces behind "s 3"
-  smthgrp export robot.obj -o rest.obj --smoothing-group 0    the faces outside smoothing groups)";
+  smthgrp export robot.obj -o copy.obj              the whole model
+  smthgrp export robot.obj -o head.obj -g head      the group "head"
+  smthgrp export robot.obj -o second.obj -g 2       the second group
+  smthgrp export robot.obj -o smooth.obj -s 3       the faces behind "s 3"
+  smthgrp export robot.obj -o rest.obj -s 0         the faces outside them all)";
 
 /// Stands for the faces outside every smoothing group.
 constexpr double kOutsideSmoothingGroups = 0.5;

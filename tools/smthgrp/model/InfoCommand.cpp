@@ -24,7 +24,8 @@ constexpr const char* kFooter = R"(Examples:
   smthgrp info robot.obj
   smthgrp info --json robot.obj | jq '.groups[].name'
 
-The vertices of a group are those of its vertex range: from the first to the last that its faces use.)";
+The vertices of a group are those of its vertex range: from the first to the
+last that its faces use.)";
 
 using Note = WavefrontOBJ::OBJReadNote;
 

@@ -25,8 +25,9 @@ struct Request {
 constexpr const char* kFooter = R"(Example:
   smthgrp split robot.obj -o parts
 
-Files are called after their groups. Characters that file names cannot have become _, and groups whose
-files would have the same name get _2, _3 and so on. Files that are there are overwritten.)";
+Files are called after their groups. Characters that file names cannot have
+become _, and groups whose files would have the same name get _2, _3 and so on.
+Files that are there are overwritten.)";
 
 void makeFolder(const std::string& path) {
   std::error_code error;

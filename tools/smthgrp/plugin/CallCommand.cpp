@@ -31,8 +31,9 @@ constexpr const char* kFooter = R"(Examples:
   printf 'LoadOBJFile robot.obj\nGetOBJGroupInfo name 2\n' | smthgrp call
   smthgrp call --script calls.txt
 
-A script has one call a line, NAME [TEXT] [NUMBER]. All its calls are made in one process and thus on one
-current model. TEXT may be in double quotes, with \" and \\ inside; - is a null text. # starts a comment.)";
+A script has one call a line, NAME [TEXT] [NUMBER]. All its calls are made in
+one process and thus on one current model. TEXT may be in double quotes, with \"
+and \\ inside; - is a null text. # starts a comment.)";
 
 /// The value, and behind it the text if there is one. Whole numbers in full: most are counts.
 std::string answerText(const PluginLibrary::Answer& answer) {

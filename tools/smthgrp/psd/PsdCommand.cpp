@@ -10,9 +10,10 @@ constexpr const char* kFooter = R"(Examples:
   smthgrp psd flatten picture.psd -o picture.png
   smthgrp psd layers picture.psd -o layers
 
-Reads 8-bit grayscale, RGB, multichannel and duotone (as grey) documents, raw or run-length compressed. flatten
-writes the merged image that the file holds; layers writes each layer in its own size, without blending.
-Files that are there are overwritten, but never the one that is read.)";
+Reads 8-bit grayscale, RGB, multichannel and duotone (as grey) documents, raw or
+run-length compressed. flatten writes the merged image that the file holds;
+layers writes each layer in its own size, without blending. Files that are there
+are overwritten, but never the one that is read.)";
 
 }  // namespace
 

@@ -70,17 +70,18 @@ void appendUtf8(std::string& text, std::uint32_t c) {
 
 /// A count of UTF-16 units and the units; NULs at the end are no part of the name.
 std::string unicodeText(Reader data) {
+  std::u16string units;
+  for (std::uint32_t left = data.u32(); left > 0 && data.holds(2); --left) units += char16_t{data.u16()};
+  while (!units.empty() && units.back() == u'\0') units.pop_back();
+  const auto isLow = [](std::uint32_t unit) { return unit >= 0xDC00 && unit < 0xE000; };
   std::string text;
-  for (std::uint32_t left = data.u32(); left > 0 && data.holds(2); --left) {
-    std::uint32_t c = data.u16();
-    if (c >= 0xD800 && c < 0xDC00 && left > 1 && data.holds(2)) {
-      const std::uint32_t low = data.u16();
-      --left;
-      c = low >= 0xDC00 && low < 0xE000 ? 0x10000 + ((c - 0xD800) << 10 | (low - 0xDC00)) : 0xFFFD;
+  for (std::size_t i = 0; i < units.size(); ++i) {
+    std::uint32_t c = units[i];
+    if (c >= 0xD800 && c < 0xDC00 && i + 1 < units.size() && isLow(units[i + 1])) {
+      c = 0x10000 + ((c - 0xD800) << 10 | (units[++i] - 0xDC00));
     }
     appendUtf8(text, c >= 0xD800 && c < 0xE000 ? 0xFFFD : c);
   }
-  while (!text.empty() && text.back() == '\0') text.pop_back();
   return text;
 }
 
