@@ -85,17 +85,21 @@ std::string inOneWord(std::string text) {
 Chains documentChains(const OBJDocument& document, const FixOptions& options, bool smoothing) {
   Chains chains;
   const ElementTable& faces = document.faces();
-  const bool library = std::any_of(document.libraries().begin(), document.libraries().end(),
-                                   [](const OBJLibrary& row) { return row.text == "m.mtl"; });
+  const bool library =
+      std::any_of(document.libraries().begin(), document.libraries().end(),
+                  [](const OBJLibrary& row) { return row.text == "m.mtl" || row.text == "/m.mtl"; });
   for (std::uint32_t i = 0; i < faces.size(); ++i) {
     const ElementState& state = document.states()[faces.stateOf(i)];
     std::vector<std::string> names;
     for (const std::int32_t g : document.groupSet(state.groupSet)) names.push_back(document.groups()[g].text);
+    std::string object;
+    if (options.objects && state.object != kNoIndex)
+      object = inOneWord(document.objects()[state.object].text);
+    std::erase(names, object);
+    if (!object.empty() && names == std::vector<std::string>{"default"}) names.clear();
     if (options.oneName) names = {joined(names, '_')};
-    if (options.objects && state.object != kNoIndex) {
-      if (names == std::vector<std::string>{"default"}) names.clear();
-      names.push_back(inOneWord(document.objects()[state.object].text));
-    }
+    if (!object.empty()) names.push_back(object);
+    std::erase(names, "");
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
     const std::uint64_t number =

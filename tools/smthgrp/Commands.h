@@ -11,6 +11,7 @@ void addInfo(CommandLine& line, const PluginOptions& plugin);
 void addExport(CommandLine& line, const PluginOptions& plugin);
 void addSplit(CommandLine& line, const PluginOptions& plugin);
 void addReplace(CommandLine& line, const PluginOptions& plugin);
+void addFix(CommandLine& line);
 void addMesh(CommandLine& line, const PluginOptions& plugin);
 void addCall(CommandLine& line, const PluginOptions& plugin);
 void addPsd(CommandLine& line);

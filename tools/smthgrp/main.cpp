@@ -26,6 +26,7 @@ int main(int argc, char** argv) {
   smthgrp::addExport(line, plugin);
   smthgrp::addSplit(line, plugin);
   smthgrp::addReplace(line, plugin);
+  smthgrp::addFix(line);
   smthgrp::addMesh(line, plugin);
   smthgrp::addCall(line, plugin);
   smthgrp::addPsd(line);

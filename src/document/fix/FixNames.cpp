@@ -207,7 +207,9 @@ std::vector<bool> Fixer::reportMaterials(const std::vector<std::string>& paths) 
     for (const MaterialLibrary::Name& material : library.materials) known.insert(material.text);
   }
   for (const OBJName& material : document_.materials()) {
-    if (known.count(material.text) == 0) report(FixKind::materialMissing, material.offset, material.text);
+    if (known.count(material.text) == 0 && material.text != kNoMaterial) {
+      report(FixKind::materialMissing, material.offset, material.text);
+    }
   }
   return readable;
 }
