@@ -10,8 +10,11 @@ namespace WavefrontOBJ {
 namespace {
 
 constexpr std::size_t kLeastCorners = 3;
-/// Looks at an edge that looking for chords may take, for each corner of the face.
-constexpr std::uint64_t kLooksPerCorner = 256;
+/// Looks at an edge that looking for chords may take for each of the first corners of a face, and for others.
+/// A face of so many corners that this matters is hardly anything but round.
+constexpr std::uint64_t kFirstCorners = 4096;
+constexpr std::uint64_t kLooksPerFirstCorner = 2048;
+constexpr std::uint64_t kLooksPerCorner = 64;
 
 void append(const std::vector<std::uint32_t>& loop, std::vector<std::uint32_t>& pieces) {
   pieces.insert(pieces.end(), loop.begin(), loop.end());
@@ -56,7 +59,8 @@ bool FaceCutter::isFlat(std::span<const std::int32_t> vertices) {
 void FaceCutter::cut(std::span<const std::int32_t> vertices, std::span<const Point> points, std::size_t most,
                      std::vector<std::uint32_t>& pieces) {
   vertices_ = vertices;
-  budget_ = kLooksPerCorner * vertices.size();
+  budget_ = kLooksPerFirstCorner * std::min<std::uint64_t>(kFirstCorners, vertices.size()) +
+            kLooksPerCorner * vertices.size();
   const bool flat = project(points);
   Loop loop;
   corners(vertices, loop);
@@ -151,12 +155,15 @@ bool FaceCutter::isDistinct(const Loop& loop, std::size_t first, std::size_t len
 bool FaceCutter::cutByChords(Loop& loop, bool distinct, std::size_t most,
                              std::vector<std::uint32_t>& pieces) {
   Loop piece;
+  std::size_t longest = most;
   for (;;) {
     distinct = distinct || isDistinct(loop, 0, loop.size());
     if (distinct && loop.size() <= most) break;
     std::size_t first = 0;
     std::size_t length = 0;
-    if (!findChord(loop, distinct, most, first, length)) return false;
+    if (!findChord(loop, distinct, most, longest, first, length)) return false;
+    // Where no longer piece was found, one twice as long is hardly found next.
+    longest = std::max<std::size_t>(2 * length, 8);
     std::rotate(loop.begin(), loop.begin() + static_cast<std::ptrdiff_t>(first), loop.end());
     const auto end = loop.begin() + static_cast<std::ptrdiff_t>(length);
     piece.assign(loop.begin(), end);
@@ -168,14 +175,14 @@ bool FaceCutter::cutByChords(Loop& loop, bool distinct, std::size_t most,
 }
 
 /// Looks for a piece, the `length` corners from `first` on, that is without repeats and whose chord lies
-/// inside the loop: first for pieces of even sizes, then for smaller ones.
-bool FaceCutter::findChord(const Loop& loop, bool distinct, std::size_t most, std::size_t& first,
-                           std::size_t& length) {
+/// inside the loop: first for pieces of even sizes, none longer than `longest`, then for smaller ones.
+bool FaceCutter::findChord(const Loop& loop, bool distinct, std::size_t most, std::size_t longest,
+                           std::size_t& first, std::size_t& length) {
   const std::size_t size = loop.size();
   if (size <= kLeastCorners) return false;
   // Pieces share the two corners of a chord.
   const std::size_t parts = distinct ? (size - 2 + most - 3) / (most - 2) : 2;
-  std::size_t longest = std::min({(size - 2 + parts - 1) / parts + 2, most, size - 1});
+  longest = std::min({(size - 2 + parts - 1) / parts + 2, most, size - 1, longest});
   for (; longest >= kLeastCorners; longest -= longest > 8 ? longest / 4 : 1) {
     const std::size_t step = longest > 8 ? std::max<std::size_t>(1, size / 16) : 1;
     for (std::size_t i = 0; i < size; i += step) {

@@ -43,7 +43,8 @@ class FaceCutter {
   void partAtRepeats(const Loop& loop);
   bool anyTurnsBack() const;
   bool cutByChords(Loop& loop, bool distinct, std::size_t most, std::vector<std::uint32_t>& pieces);
-  bool findChord(const Loop& loop, bool distinct, std::size_t most, std::size_t& first, std::size_t& length);
+  bool findChord(const Loop& loop, bool distinct, std::size_t most, std::size_t longest, std::size_t& first,
+                 std::size_t& length);
   bool isInside(const Loop& loop, std::size_t a, std::size_t b) const;
   bool isDistinct(const Loop& loop, std::size_t first, std::size_t length);
   static void cutPlainly(const Loop& loop, std::size_t most, std::vector<std::uint32_t>& pieces);

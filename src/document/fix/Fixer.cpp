@@ -190,12 +190,12 @@ void Fixer::planSmoothing() {
 }
 
 bool Fixer::vectorText(VectorKind kind, std::uint32_t index, std::string& text) {
-  const std::string before = text;
+  before_ = text;
   FixKindBits changes = repairVector(kind, text);
   for (std::size_t i = 0; changes != 0; ++i, changes >>= 1U) {
-    if ((changes & 1U) != 0) report(static_cast<FixKind>(i), document_.vectorOffsets(kind)[index], before);
+    if ((changes & 1U) != 0) report(static_cast<FixKind>(i), document_.vectorOffsets(kind)[index], before_);
   }
-  return text != before;
+  return text != before_;
 }
 
 bool Fixer::smoothingText(ElementKind kind, std::uint32_t index, std::string& text) {

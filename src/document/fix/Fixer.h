@@ -62,6 +62,7 @@ class Fixer : private Rewriter {
   Texts objects_;
   std::unordered_map<std::uint64_t, std::string> groups_;  ///< by group set and object
   SmoothingNumbers smoothing_;
+  std::string before_;                   ///< of a vertex line, as the file has it
   std::size_t run_[kElementKinds] = {};  ///< of the element last asked for
   ElementLists lists_;
   FaceCutter cutter_;

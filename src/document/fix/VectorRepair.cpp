@@ -37,11 +37,37 @@ FixKindBits repairWord(std::string_view word, std::string& repaired) {
   return fixBit(FixKind::numberMalformed);
 }
 
+/// A number without an exponent of so many characters is in the range of single precision.
+constexpr std::ptrdiff_t kShortNumber = 38;
+
 /// Past the range of single precision.
 bool isTooLarge(std::string_view word) {
-  // Short words without an exponent cannot be.
-  if (word.size() <= 38 && word.find_first_of("eE") == std::string_view::npos) return false;
+  if (word.size() <= kShortNumber && word.find_first_of("eE") == std::string_view::npos) return false;
   return std::isinf(numberValue<float>(word));
+}
+
+/// Enough short numbers without an exponent, as most lines have: nothing needs to be looked at twice.
+bool isPlain(std::string_view text, std::size_t least) {
+  if (text.size() > kLongestFixedLine / 2) return false;
+  std::size_t count = 0;
+  const char* c = text.data();
+  const char* const end = c + text.size();
+  for (;; ++count) {
+    while (c < end && (*c == ' ' || *c == '\t')) ++c;
+    if (c == end) return count >= least;
+    const char* const word = c;
+    if (*c == '-' || *c == '+') ++c;
+    const char* const digits = c;
+    while (c < end && isDigit(*c)) ++c;
+    if (c == digits) return false;
+    if (c < end && *c == '.') {
+      do {
+        ++c;
+      } while (c < end && isDigit(*c));
+    }
+    if (c < end && *c != ' ' && *c != '\t') return false;
+    if (c - word > kShortNumber) return false;
+  }
 }
 
 /// "1,2,3": one word that is all the numbers.
@@ -60,6 +86,7 @@ bool isCommaList(std::string_view word, std::size_t least) {
 
 FixKindBits repairVector(VectorKind kind, std::string& text) {
   const std::size_t least = kind == VectorKind::texture ? 2 : 3;
+  if (isPlain(text, least)) return 0;
   FixKindBits doubts = 0;
   {
     LineWords words(text);
