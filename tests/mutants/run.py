@@ -29,6 +29,7 @@ ROOMS = {
     "plugin": ["test_plugin", "test_memory"],
     "host": ["test_host"],
     "document": ["test_document"],
+    "fix": ["test_document"],
     "tool": ["smthgrp"],
 }
 
