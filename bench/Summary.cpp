@@ -97,12 +97,13 @@ void printMesh(const Results& results) {
   std::printf("  Targets are for the sheet; a fan may take 3 times as long per face.\n");
 }
 
-void printMemory(const std::string& program, const std::string& model) {
-  std::printf("\nMemory of the loaded sheet, in a process of its own\n");
+/// `how` is the program's second argument, or null.
+void printMemory(const std::string& program, const std::string& model, const char* how) {
+  std::printf("\nMemory of the %s, in a process of its own\n", how == nullptr ? "loaded sheet" : how);
   std::fflush(stdout);
   const pid_t child = fork();
   if (child == 0) {
-    execl(program.c_str(), program.c_str(), model.c_str(), static_cast<char*>(nullptr));
+    execl(program.c_str(), program.c_str(), model.c_str(), how, static_cast<char*>(nullptr));
     std::perror(program.c_str());
     _exit(127);
   }
@@ -118,12 +119,14 @@ void printSummary(const Results& results, SheetFiles& files, const std::string& 
               static_cast<unsigned long long>(sheet.shape.faceCount()),
               static_cast<double>(sheet.bytes) / 1e6);
   std::printf("Loading\n");
-  printComparison(results, "load", {"plugin", "tinyobjloader", "assimp"});
+  printComparison(results, "load", {"plugin", "document", "tinyobjloader", "assimp"});
   std::printf("Writing the whole model\n");
-  printComparison(results, "export", {"plugin", "stream", "stream_endl"});
+  printComparison(results, "export",
+                  {"plugin", "stream", "stream_endl", "document", "document_safe", "assimp"});
   printScaling(results);
   printMesh(results);
-  printMemory(memoryProgram, sheet.path);
+  printMemory(memoryProgram, sheet.path, nullptr);
+  printMemory(memoryProgram, sheet.path, "document");
 }
 
 }  // namespace bench

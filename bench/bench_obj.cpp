@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
     bench::Results results;
     bench::addLoadBenches(files, results);
     bench::addExportBenches(files, results);
+    bench::addDocumentBenches(files, results);
     bench::addScalingBenches(files, results);
     bench::addMeshBenches(files, results);
     if (benchmark::RunSpecifiedBenchmarks() == 0) return 1;

@@ -175,15 +175,15 @@ Result Linter::coincidentVertices() {
     }
     return static_cast<std::size_t>(sum);
   };
+  const auto placeOf = [&](std::uint32_t i) { return std::span(xyz).subspan(3 * std::size_t{i}, 3); };
   const auto equal = [&](std::uint32_t a, std::uint32_t b) {
-    return std::equal(xyz.begin() + 3 * std::ptrdiff_t{a}, xyz.begin() + 3 * std::ptrdiff_t{a} + 3,
-                      xyz.begin() + 3 * std::ptrdiff_t{b});
+    return std::ranges::equal(placeOf(a), placeOf(b));
   };
   const auto count = document_.vectorCount(VectorKind::position);
   std::unordered_set<std::uint32_t, decltype(hash), decltype(equal)> known(count, hash, equal);
   std::uint64_t coincident = 0;
   for (std::uint32_t i = 0; i < count; ++i) {
-    const auto place = std::span(xyz).subspan(3 * std::size_t{i}, 3);
+    const auto place = placeOf(i);
     // One that is no number is nowhere, and equal to none.
     if (std::any_of(place.begin(), place.end(), [](double value) { return std::isnan(value); })) continue;
     coincident += known.insert(i).second ? 0 : 1;

@@ -116,7 +116,7 @@ OBJMembers OBJDocument::members(Division division, ElementKind kind) const {
 }
 
 Result OBJDocument::lineText(std::uint64_t offset, std::string& text) const {
-  LineText lines(source_, 4096);
+  LineText lines(source_, 256);
   std::string_view line;
   Result result = lines.fetch(offset, line);
   if (result) text = joinedText(line);

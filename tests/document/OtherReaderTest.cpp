@@ -83,7 +83,7 @@ TEST(OtherReader, RealFiles) {
 TEST(OtherReader, RandomFiles) {
   const TempFolder folder;
   Random random(2);
-  for (int round = 0; round < 200 && !HasFatalFailure(); ++round) {
+  for (int round = 0; round < 60 && !HasFatalFailure(); ++round) {
     std::string text = below(random, 2) != 0 ? "# c\n" : "";
     const std::string end = below(random, 3) == 0 ? "\r\n" : "\n";
     std::uint32_t counts[3] = {0, 0, 0};
