@@ -102,8 +102,8 @@ CLI::App& CommandLine::add(const char* name, const char* description, const std:
   return *command;
 }
 
-/// The last word first, as the parser wants it. "call X text -.5" has a number for its last word and no option
-/// -., which the parser is told by a "--" in front.
+/// The last word first, as the parser wants it. The last word of "call X text -.5" is a number and no option,
+/// which a "--" in front tells the parser.
 std::vector<std::string> CommandLine::parserWords(int argc, char** argv) const {
   std::vector<std::string> words;
   bool takesNumbers = false;
