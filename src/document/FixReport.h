@@ -137,7 +137,7 @@ inline constexpr FixRow kFixKinds[] = {
      "backslash at a name's end, which would continue the line, made \"_\""},
     {FixKind::nameLong, "name-long", FixEffect::rewritten, "name too long for a line shortened"},
     {FixKind::libraryName, "library-name", FixEffect::rewritten,
-     "library's path written as every system reads it"},
+     "library's path written as every system reads it, or from the output's folder"},
     {FixKind::noMaterial, "no-material", FixEffect::rewritten, "end of a material said as \"usemtl (null)\""},
     {FixKind::noObject, "no-object", FixEffect::rewritten, "end of an object said as \"o default\""},
     {FixKind::longComment, "long-comment", FixEffect::rewritten,

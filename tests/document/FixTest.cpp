@@ -311,7 +311,7 @@ TEST(Fix, SaysWhatItDoes) {
       {v + "o " + umlauts + "\n" + f, v + "o " + umlauts.substr(0, 1018) + "_0\n" + f,
        "long-line name-long object-name"},
       {v + "g " + half + " b " + half + " c\n" + f, v + "g " + half + " b " + "c\n" + f, "long-line"},
-      {v + "g " + half + " b " + x.substr(0, 600) + " c d\n" + f, v + "g " + half + " b\n" + f,
+      {v + "g " + half + " b " + x.substr(0, 419) + " c d\n" + f, v + "g " + half + " b\n" + f,
        "long-line groups-past-line*3"},
       {"mtllib a.mtl dir\\b.mtl\n" + v, "mtllib a.mtl\nmtllib dir/b.mtl\n" + v,
        "several-libraries library-name library-missing*2"},
@@ -333,6 +333,26 @@ TEST(Fix, SaysWhatItDoes) {
     EXPECT_EQ(result.text, row.fixed);
     EXPECT_EQ(codesOf(result.report), row.codes);
   }
+}
+
+TEST(Fix, CutsWhatIsTooLong) {
+  // 88 corners are enough, 1,023 characters, and slashes are some of them.
+  std::string text;
+  for (int i = 0; i < 10100; ++i) text += "v " + std::to_string(i) + " " + std::to_string(i * i) + " 0\n";
+  for (int i = 0; i < 1111; ++i) text += "vn 0 0 1\n";
+  const auto face = [&text](int corners, int first, const std::string& normal) {
+    text += "f";
+    for (int i = 0; i < corners; ++i) text += " " + std::to_string(first + i) + normal;
+    text += "\n";
+  };
+  face(88, 1, "");
+  face(89, 1, "");
+  face(85, 10001, "//1111");
+  face(86, 10001, "//1111");
+  const Fixed result = fixed(documentOf(text));
+  EXPECT_EQ(codesOf(result.report), "long-line many-corners long-element");
+  std::istringstream lines(result.text);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 1023U);
 }
 
 }  // namespace
