@@ -154,18 +154,6 @@ TEST(FixParts, CutsAlongChordsInside) {
   for (const std::int32_t vertex : bridged) points.push_back(corners[vertex]);
   expectCut(bridged, points, 88, true);
   EXPECT_EQ(cutPieces(bridged, points, 88).size(), 2U);
-  // Walks that turn anyhow, without a shape.
-  for (int run = 0; run < 500 && !testing::Test::HasFailure(); ++run) {
-    std::vector<std::int32_t> vertices(3 + below(random, 40));
-    std::vector<FaceCutter::Point> places;
-    for (std::int32_t& vertex : vertices) {
-      vertex = static_cast<std::int32_t>(below(random, 12));
-      places.push_back({static_cast<float>(vertex % 4), static_cast<float>(vertex / 4),
-                        static_cast<float>(vertex * vertex)});
-    }
-    expectCut(vertices, places, 3 + below(random, 6), false);
-    EXPECT_EQ(FaceCutter().isFlat(vertices), cutPieces(vertices, places, 88).empty());
-  }
 }
 
 // ---- smoothing groups -------------------------------------------------------------------------------------
