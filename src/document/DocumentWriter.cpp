@@ -19,10 +19,16 @@ constexpr std::string_view kVectorWords[kVectorKinds] = {"v", "vt", "vn", "vp"};
 }  // namespace
 
 Rewriter::~Rewriter() = default;
+bool Rewriter::commentText(std::string&) {
+  return false;
+}
 bool Rewriter::vectorText(VectorKind, std::uint32_t, std::string&) {
   return false;
 }
 bool Rewriter::groupText(std::int32_t, std::int32_t, std::string&) {
+  return false;
+}
+bool Rewriter::nameText(Division, std::int32_t, std::string&) {
   return false;
 }
 bool Rewriter::smoothingText(ElementKind, std::uint32_t, std::string&) {
@@ -31,6 +37,10 @@ bool Rewriter::smoothingText(ElementKind, std::uint32_t, std::string&) {
 bool Rewriter::cutFace(std::uint32_t, std::vector<std::uint32_t>&) {
   return false;
 }
+bool Rewriter::cutElement(ElementKind kind, std::uint32_t index, std::vector<std::uint32_t>& pieces) {
+  return kind == ElementKind::face && cutFace(index, pieces);
+}
+void Rewriter::dropColumns(ElementKind, std::uint32_t, bool&, bool&) {}
 
 SinkBuffer::SinkBuffer(Sink& sink)
     : sink_(sink),
@@ -127,7 +137,9 @@ bool DocumentWriter::Run::writeHead() {
     if (!fetch(offset, line)) return false;
     // They would tell of what is left out.
     if (!lists_.whole && isPartNote(line)) continue;
-    out_.text(joinedText(line));
+    scratch_ = joinedText(line);
+    if (options_.rewriter != nullptr) options_.rewriter->commentText(scratch_);
+    out_.text(scratch_);
     out_.character('\n');
   }
   const auto writeNotes = [this](const std::vector<std::string>& notes) {

@@ -26,15 +26,24 @@ class KSMTH_API Rewriter {
   Rewriter& operator=(const Rewriter&) = delete;
   virtual ~Rewriter();
 
+  /// A comment of the head, from its "#" on; may be made several lines. True when it was changed.
+  virtual bool commentText(std::string& text);
   /// The numbers of a vertex line: `text` holds what stands behind the keyword. True when it was changed.
   virtual bool vectorText(VectorKind kind, std::uint32_t index, std::string& text);
   /// The names behind "g" for a face; `text` holds them, parted by blanks. True when it was changed.
   virtual bool groupText(std::int32_t groupSet, std::int32_t object, std::string& text);
+  /// The name behind "usemtl" or "o"; `kNoIndex` with an empty `text` ends a material or object. True when it
+  /// was changed.
+  virtual bool nameText(Division division, std::int32_t index, std::string& text);
   /// The smoothing group of an element ("off" or a number), asked for each element. True when changed.
   virtual bool smoothingText(ElementKind kind, std::uint32_t index, std::string& text);
   /// A face is written as several: fills `pieces` with positions (0 is the first corner) of their corners,
   /// each piece ended by `kPieceEnd`. False to write it as it is.
   virtual bool cutFace(std::uint32_t index, std::vector<std::uint32_t>& pieces);
+  /// The same for elements of any kind: asks `cutFace` for faces, leaves others as they are.
+  virtual bool cutElement(ElementKind kind, std::uint32_t index, std::vector<std::uint32_t>& pieces);
+  /// Says which indices an element is written without: set to false before.
+  virtual void dropColumns(ElementKind kind, std::uint32_t index, bool& textures, bool& normals);
 
   static constexpr std::uint32_t kPieceEnd = 0xFFFFFFFFU;
 };

@@ -150,20 +150,23 @@ void DocumentWriter::Run::writeElement(Cursor& cursor) {
   const std::uint32_t element = cursor.element();
   writeState(cursor, element);
   pieces_.clear();
-  const bool cut = options_.rewriter != nullptr && cursor.kind == ElementKind::face &&
-                   options_.rewriter->cutFace(element, pieces_);
+  bool cut = false;
+  if (options_.rewriter != nullptr) {
+    dropTextures_ = dropNormals_ = false;
+    options_.rewriter->dropColumns(cursor.kind, element, dropTextures_, dropNormals_);
+    cut = options_.rewriter->cutElement(cursor.kind, element, pieces_);
+  }
   writeCorners(cursor.kind, element, cut ? &pieces_ : nullptr);
 }
 
-void DocumentWriter::Run::writeName(std::string_view keyword, const std::vector<OBJName>& names,
-                                    std::int32_t index) {
-  out_.text(keyword);
-  if (index != kNoIndex) {
-    out_.character(' ');
-    out_.endLine(names[static_cast<std::size_t>(index)].text);
-  } else {
-    out_.endLine({});
-  }
+void DocumentWriter::Run::writeName(Division division, std::int32_t index) {
+  const bool material = division == Division::material;
+  out_.text(material ? "usemtl" : "o");
+  const std::vector<OBJName>& names = material ? document_.materials() : document_.objects();
+  scratch_ = index != kNoIndex ? names[static_cast<std::size_t>(index)].text : std::string();
+  if (options_.rewriter != nullptr) options_.rewriter->nameText(division, index, scratch_);
+  if (!scratch_.empty()) out_.character(' ');
+  out_.endLine(scratch_);
 }
 
 /// Writes a "g" line where the names differ from those in force.
@@ -198,8 +201,7 @@ void DocumentWriter::Run::writeState(Cursor& cursor, std::uint32_t element) {
   if (!isNew && options_.rewriter == nullptr) return;
   const ElementState& state = document_.states()[index];
   if (isNew) {
-    if (options_.objects && state.object != written_.object)
-      writeName("o", document_.objects(), state.object);
+    if (options_.objects && state.object != written_.object) writeName(Division::object, state.object);
     writeGroups(state);
   }
   if (options_.smoothing && (options_.rewriter != nullptr || state.smoothing != written_.smoothing)) {
@@ -212,7 +214,7 @@ void DocumentWriter::Run::writeState(Cursor& cursor, std::uint32_t element) {
     }
   }
   if (isNew && options_.materials && state.material != written_.material) {
-    writeName("usemtl", document_.materials(), state.material);
+    writeName(Division::material, state.material);
   }
   written_ = state;
   lastState_ = index;
@@ -227,8 +229,10 @@ inline char* DocumentWriter::Run::writeCorner(char* out, const ElementTable& tab
   };
   *out++ = ' ';
   number(0, table.vertexColumn()[corner]);
-  const std::int32_t texture = table.textureColumn().empty() ? kNoIndex : table.textureColumn()[corner];
-  const std::int32_t normal = table.normalColumn().empty() ? kNoIndex : table.normalColumn()[corner];
+  const std::int32_t texture =
+      dropTextures_ || table.textureColumn().empty() ? kNoIndex : table.textureColumn()[corner];
+  const std::int32_t normal =
+      dropNormals_ || table.normalColumn().empty() ? kNoIndex : table.normalColumn()[corner];
   if (texture != kNoIndex) {
     *out++ = '/';
     number(1, texture);

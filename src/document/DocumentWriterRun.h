@@ -89,7 +89,7 @@ class DocumentWriter::Run {
   bool writeElements();
   void writeElement(Cursor& cursor);
   void writeState(Cursor& cursor, std::uint32_t element);
-  void writeName(std::string_view keyword, const std::vector<OBJName>& names, std::int32_t index);
+  void writeName(Division division, std::int32_t index);
   void writeGroups(const ElementState& state);
   std::string smoothingText(std::int32_t index) const;
   void writeCorners(ElementKind kind, std::uint32_t element, const std::vector<std::uint32_t>* pieces);
@@ -116,6 +116,8 @@ class DocumentWriter::Run {
   bool first_ = true;  ///< no element is written yet
   std::uint32_t lastState_ = 0;
   std::vector<std::uint32_t> pieces_;
+  bool dropTextures_ = false;  ///< of the element in work
+  bool dropNormals_ = false;
 };
 
 /// Turns the index of a vertex line, from 0, into the one to write.

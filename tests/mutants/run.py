@@ -30,6 +30,7 @@ ROOMS = {
     "host": ["test_host"],
     "document": ["test_document"],
     "parts": ["test_document", "smthgrp"],
+    "fix": ["test_document"],
     "tool": ["smthgrp"],
 }
 

@@ -244,6 +244,36 @@ class ModelTest(ToolCase):
                     "-o", "x", "--as-host")
         self.refuse(1, "nope: No such file or directory", "replace", "m.obj", "nope", "-o", "x", "--as-host")
 
+    def test_fix(self):
+        os.mkdir(self.path("models"))
+        self.write("models/m.mtl", "newmtl red\n")
+        model = self.write("models/m.obj", TRIANGLE + "mtllib m.mtl no.mtl\r\no Cube\ng left ear\nusemtl red\nf -3 -2 -1\nxyz\nl 1 2\n")
+        text = TRIANGLE + "o Cube\ng left ear\nusemtl red\nf 1 2 3\nl 1 2\n"
+        changes = ("3 vertices, 1 face\n\nChanged\n       1  line end of a carriage return made a line feed [carriage-return], line 4\n",
+                   '\n       1  relative indices made absolute [relative-index], line 8: "-3"\n',
+                   '\n\nLeft out\n       1  unknown statement [unknown-statement], line 9: "xyz"\n\nStays, but cannot be said to the host\n')
+        told = self.succeed("fix", model, "-o", "o.obj", notes=["models/no.mtl: the material library is not there; its name stays as it is"])
+        for part in ("o.obj: " + changes[0], *changes[1:]):
+            self.assertIn(part, told)
+        self.assertEqual(self.read("o.obj").decode(), "mtllib models/m.mtl\nmtllib no.mtl\n" + text)
+        result = self.run_tool("fix", "-", "-o", "-", "--one-name", "--objects", input=self.read(model))
+        self.assertEqual(result.stdout.decode(), "mtllib m.mtl\nmtllib no.mtl\n" + text.replace("left ear", "Cube left_ear"))
+        self.assertTrue(result.stderr.decode().startswith("standard output: " + changes[0]), result.stderr)
+        with open(self.path(model), "ab") as log:
+            self.refuse(1, "standard output: is the file that is read, and writing would destroy it", "fix", model, "-o", "-", stdout=log)
+        told = json.loads(self.succeed("fix", model, "--in-place", "--json"))
+        self.assertEqual(self.read(model).decode(), "mtllib m.mtl\nmtllib no.mtl\n" + text)
+        self.assertEqual(told["counts"], {"vertices": 3, "faces": 1, "changed": 3, "left-out": 1, "unsaid": 3})
+        self.assertIn({"kind": "unknown-statement", "effect": "left-out", "text": "unknown statement", "count": 1,
+                       "places": [{"line": 9, "text": "xyz"}]}, told["fixes"])
+        told = json.loads(self.succeed("fix", model, "--in-place", "--json"))
+        self.assertEqual([told["counts"][key] for key in ("changed", "left-out", "unsaid")], [0, 0, 3])
+        for line, message in (("fix m.obj", "fix needs either --output or --in-place"), ("fix - --in-place", "standard input cannot be fixed in place"),
+                              ("fix m.obj -o x --in-place", "fix needs either --output or --in-place"),
+                              ("fix m.obj -o - --json", "the model and --json cannot both go to standard output")):
+            self.refuse(2, message, *line.split())
+        self.refuse(1, "no.obj: No such file or directory", "fix", "no.obj", "--in-place")
+
     def test_calls(self):
         self.write("m.obj", MODEL)
         self.assertEqual(self.succeed("call", "Version"), "1.3\n")
@@ -351,7 +381,7 @@ class ModelTest(ToolCase):
             self.assertEqual(self.run_tool(*line.split()).returncode, 2, line)
         self.assertEqual(os.listdir(self.folder), ["m.obj"])
         self.assertEqual(self.succeed("--version"), "KSmthGrpImpt 1.3\n")
-        for command in ("", "info", "lint", "export", "split", "replace", "merge", "diff", "mesh", "call", "psd", "psd layers"):
+        for command in ("", "info", "lint", "export", "split", "replace", "merge", "diff", "fix", "mesh", "call", "psd", "psd layers"):
             text = self.succeed(*command.split(), "--help")
             self.assertIn("Usage: " + f"smthgrp {command}".strip(), text)
             self.assertLessEqual(max(map(len, text.splitlines())), 80, command)

@@ -14,6 +14,7 @@ void addSplit(CommandLine& line, const PluginOptions& plugin);
 void addReplace(CommandLine& line, const PluginOptions& plugin);
 void addMerge(CommandLine& line);
 void addDiff(CommandLine& line);
+void addFix(CommandLine& line);
 void addMesh(CommandLine& line, const PluginOptions& plugin);
 void addCall(CommandLine& line, const PluginOptions& plugin);
 void addPsd(CommandLine& line);

@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   smthgrp::addReplace(line, plugin);
   smthgrp::addMerge(line);
   smthgrp::addDiff(line);
+  smthgrp::addFix(line);
   smthgrp::addMesh(line, plugin);
   smthgrp::addCall(line, plugin);
   smthgrp::addPsd(line);
