@@ -68,8 +68,9 @@ class InfoTest(ToolCase):
         chance = random.Random(5)
         names = []
         for i in range(120):
-            some = [chance.choice(lines) for _ in range(chance.randrange(1, 6))]
-            names.append(self.write(f"{i}.obj", "\ufeff" * (i == 0) + TRIANGLE + "".join(some) + "f 1 2 3\n"))
+            some = lines[i:i + 1] or [chance.choice(lines) for _ in range(chance.randrange(2, 6))]
+            names.append(self.write(f"{i}.obj", TRIANGLE + "".join(some) + "f 1 2 3\n"))
+        names.append(self.write("bom.obj", "\ufeffg a\n" + TRIANGLE + "f 1 2 3\n"))
         answers = documents(self.run_tool("info", "--json", *names).stdout.decode())
         self.assertEqual(len(os.listdir(self.folder)), len(names), "the library's log file is not made")
         for name, told in zip(names, answers, strict=True):
