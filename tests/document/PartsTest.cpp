@@ -132,6 +132,8 @@ TEST(Parts, SayWhatTheyHave) {
   std::uint64_t sum = 0;
   ASSERT_TRUE(checksum(document, sum));
   EXPECT_EQ(sum, 0x2AC46FD86C3CADADU) << std::hex << sum;  // on every machine
+  ASSERT_TRUE(checksum(documentOf("#" + std::string(1U << 18, 'x') + "\nv\n"), sum));
+  EXPECT_EQ(sum, 0x6E0AA253E8BAB468U);
   const std::string head = "smthgrp part 1 of 2ac46fd86c3cadad v 5 vt 1 vn 0 vp 0 items 3\n# smthgrp part v ";
   EXPECT_EQ(parts[2], "# head\n# " + head +
                           "2-4\n# smthgrp part items 3\nmtllib a.mtl b.mtl\n"
