@@ -35,11 +35,15 @@ void forEachIndex(const std::vector<IndexRange>& ranges, Visit visit) {
   }
 }
 
-/// The words of a vertex line behind its keyword.
+/// The words of a vertex line behind its keyword, however they are parted.
 std::string vectorText(std::string_view line) {
   LineWords words(line);
   words.next();
-  return joinedText(words.rest());
+  std::string text;
+  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+    text.append(text.empty() ? "" : " ").append(word);
+  }
+  return text;
 }
 
 /// One of the documents that are merged.

@@ -67,7 +67,7 @@ bool addNames(const OBJDocument& document, Division division, const std::string&
     }
   }
   const auto range = numberRange(word);
-  if (chosen.size() == before && division == Division::group && range && range->first > 0) {
+  if (division == Division::group && range && range->first > 0) {
     const std::uint64_t last = std::min<std::uint64_t>(range->last, names.size());
     for (std::uint64_t i = range->first; i <= last; ++i) chosen.push_back(static_cast<std::int32_t>(i - 1));
   }

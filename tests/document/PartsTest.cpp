@@ -129,9 +129,14 @@ TEST(Parts, SayWhatTheyHave) {
   const OBJDocument document = documentOf(kTwoGroups);
   const Strings parts = partsOf(document, Division::group);
   ASSERT_EQ(parts.size(), 4U);
+  WriteOptions keepOrder;
+  keepOrder.keepOrder = true;
+  EXPECT_EQ(partsOf(document, Division::group, keepOrder).size(), 3U);
   std::uint64_t sum = 0;
   ASSERT_TRUE(checksum(document, sum));
   EXPECT_EQ(sum, 0x2AC46FD86C3CADADU) << std::hex << sum;  // on every machine
+  ASSERT_TRUE(checksum(documentOf("#" + std::string(1U << 18, 'x') + "\nv\n"), sum));
+  EXPECT_EQ(sum, 0x6E0AA253E8BAB468U);
   const std::string head = "smthgrp part 1 of 2ac46fd86c3cadad v 5 vt 1 vn 0 vp 0 items 3\n# smthgrp part v ";
   EXPECT_EQ(parts[2], "# head\n# " + head +
                           "2-4\n# smthgrp part items 3\nmtllib a.mtl b.mtl\n"
@@ -200,18 +205,19 @@ TEST(Merge, PutsFilesBehindOneAnother) {
   const std::string a =
       "# a\nmtllib a.mtl x.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\no A\ng a\ns 1\nusemtl m\nf 1/1 2/1 3/1\n";
   const std::string b =
-      "# b\nmtllib x.mtl b.mtl\nv 1 0 0\nv 0 1 0\nv 1 1 0 \nvn 0 0 1\nf -3//1 -1//1 -2//1\ncurv 0 1 -1 2\ng "
+      "# b\nmtllib x.mtl b.mtl\nv 1 0 0\nv 0 1 0\nv 1 1 0 \nvn 0 0 1\nf -3//1 -1//1 -2//1\ncurv 0 1 -1 2 "
+      "1\ng "
       "a\np 3\n";
   const std::string head = "# a\n# b\nmtllib a.mtl x.mtl\nmtllib b.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\n";
   const std::string shared =
       "vt 0 0\nvn 0 0 1\no A\ng a\ns 1\nusemtl m\nf 1/1 2/1 3/1\no\ng default\ns off\nusemtl\n";
   MergeReport report;
   EXPECT_EQ(merged({a, b}),
-            head + "v 1 0 0\nv 0 1 0\nv 1 1 0\n" + shared + "f 4//1 6//1 5//1\ncurv 0 1 6 5\ng a\np 6\n");
+            head + "v 1 0 0\nv 0 1 0\nv 1 1 0\n" + shared + "f 4//1 6//1 5//1\ncurv 0 1 6 5 4\ng a\np 6\n");
   MergeOptions weld;
   weld.weld = true;
   EXPECT_EQ(merged({a, b}, weld, &report),
-            head + "v 1 1 0\n" + shared + "f 2//1 4//1 3//1\ncurv 0 1 4 3\ng a\np 4\n");
+            head + "v 1 1 0\n" + shared + "f 2//1 4//1 3//1\ncurv 0 1 4 3 2\ng a\np 4\n");
   EXPECT_EQ(report.welded, 2U);
   // Vertices of one file are never welded to one another, and each to another one of the other file.
   const std::string twice = "v 1 0 0\nv 1  0 0\nv 2 0 0\nf 1 2 3\n";

@@ -1,15 +1,12 @@
 #include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "document/DocumentWriter.h"
-#include "document/Materials.h"
 #include "document/Output.h"
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
-#include "smthgrp/common/ProgressBar.h"
 #include "smthgrp/common/SafeOutput.h"
-#include "smthgrp/model/Announce.h"
 #include "smthgrp/model/AsHost.h"
 #include "smthgrp/model/PartOptions.h"
 #include "smthgrp/model/ReadDocument.h"
@@ -44,22 +41,10 @@ void run(const Request& request) {
   readDocument(request.model, document);
   const WavefrontOBJ::ElementLists lists = select(document, selectionOf(document, request.options));
   if (lists.empty()) throw Failure(document.source().name() + ": no element is in all that was asked for");
-  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
-  WavefrontOBJ::WriteOptions options = writeOptions(request.options);
-  std::vector<std::string> libraries;
-  if (!output->isDirect()) {
-    libraries = takeLibraries(document, request.options, WavefrontOBJ::folderPrefix(request.output), outputs);
-  }
-  if (!libraries.empty()) options.libraries = &libraries;
-  WavefrontOBJ::WriteCounts counts;
-  {
-    ProgressBar bar("writing " + output->name());
-    options.progress = bar.progress();
-    require(WavefrontOBJ::DocumentWriter(document).write(lists, options, *output, &counts));
-  }
-  outputs.push_back(std::move(output));
-  commitOutputs(outputs);
-  announce(*outputs.back(), counts);
+  writeAndCommit(document, request.options, std::move(output),
+                 [&](const auto& options, auto& sink, auto* counts) {
+                   return WavefrontOBJ::DocumentWriter(document).write(lists, options, sink, counts);
+                 });
 }
 
 }  // namespace

@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "document/Companions.h"
 #include "document/Materials.h"
 #include "smthgrp/common/Failure.h"
+#include "smthgrp/common/ProgressBar.h"
 #include "smthgrp/common/SafeOutput.h"
 #include "smthgrp/common/SimilarNames.h"
 #include "smthgrp/common/TerminalText.h"
+#include "smthgrp/model/Announce.h"
 
 namespace smthgrp {
 namespace {
@@ -137,6 +140,29 @@ std::vector<std::string> takeLibraries(const OBJDocument& document, const PartOp
     outputs.push_back(std::move(output));
   }
   return companions.libraries;
+}
+
+void writeAndCommit(const OBJDocument& document, const PartOptions& options,
+                    std::unique_ptr<WavefrontOBJ::Output> output,
+                    const std::function<WavefrontOBJ::Result(const WavefrontOBJ::WriteOptions& options,
+                                                             WavefrontOBJ::Sink& sink,
+                                                             WavefrontOBJ::WriteCounts* counts)>& write) {
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
+  std::vector<std::string> libraries;
+  if (!output->isDirect()) {
+    libraries = takeLibraries(document, options, WavefrontOBJ::folderPrefix(output->path()), outputs);
+  }
+  WavefrontOBJ::WriteOptions how = writeOptions(options);
+  if (!libraries.empty()) how.libraries = &libraries;
+  WavefrontOBJ::WriteCounts counts;
+  {
+    ProgressBar bar("writing " + output->name());
+    how.progress = bar.progress();
+    require(write(how, *output, &counts));
+  }
+  outputs.push_back(std::move(output));
+  commitOutputs(outputs);
+  announce(*outputs.back(), counts);
 }
 
 }  // namespace smthgrp

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -47,5 +48,13 @@ WavefrontOBJ::WriteOptions writeOptions(const PartOptions& options);
 std::vector<std::string> takeLibraries(const WavefrontOBJ::OBJDocument& document, const PartOptions& options,
                                        const std::string& folder,
                                        std::vector<std::unique_ptr<WavefrontOBJ::Output>>& outputs);
+
+/// Has `write` write a document, or what is chosen of it, to an open output, with a bar on the terminal. Puts
+/// it and the libraries that come along in their places and prints what was written.
+void writeAndCommit(const WavefrontOBJ::OBJDocument& document, const PartOptions& options,
+                    std::unique_ptr<WavefrontOBJ::Output> output,
+                    const std::function<WavefrontOBJ::Result(const WavefrontOBJ::WriteOptions& options,
+                                                             WavefrontOBJ::Sink& sink,
+                                                             WavefrontOBJ::WriteCounts* counts)>& write);
 
 }  // namespace smthgrp

@@ -1,19 +1,15 @@
 #include "document/Replace.h"
 
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "document/Diff.h"
-#include "document/Materials.h"
 #include "document/Output.h"
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
-#include "smthgrp/common/ProgressBar.h"
 #include "smthgrp/common/SafeOutput.h"
-#include "smthgrp/model/Announce.h"
 #include "smthgrp/model/AsHost.h"
 #include "smthgrp/model/PartOptions.h"
 #include "smthgrp/model/ReadDocument.h"
@@ -53,22 +49,10 @@ void run(const Request& request) {
     throw Failure("the models differ in their topology: " + difference->text(model, positions) +
                   "; --force replaces nevertheless");
   }
-  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
-  WavefrontOBJ::WriteOptions options = writeOptions(request.options);
-  std::vector<std::string> libraries;
-  if (!output->isDirect()) {
-    libraries = takeLibraries(model, request.options, WavefrontOBJ::folderPrefix(request.output), outputs);
-  }
-  if (!libraries.empty()) options.libraries = &libraries;
-  WavefrontOBJ::WriteCounts counts;
-  {
-    ProgressBar bar("writing " + output->name());
-    options.progress = bar.progress();
-    require(writeWithPositions(model, positions, options, *output, &counts));
-  }
-  outputs.push_back(std::move(output));
-  commitOutputs(outputs);
-  announce(*outputs.back(), counts);
+  writeAndCommit(model, request.options, std::move(output),
+                 [&](const auto& options, auto& sink, auto* counts) {
+                   return writeWithPositions(model, positions, options, sink, counts);
+                 });
 }
 
 }  // namespace
