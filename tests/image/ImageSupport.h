@@ -7,7 +7,6 @@
 
 #include "TestSupport.h"
 #include "image/BitMap.h"
-#include "image/StopCount.h"
 #include "system/Memory.h"
 
 using Bytes = std::vector<unsigned char>;

@@ -118,10 +118,10 @@ TEST(BitMapPaint, KnownPixels) {
                 {0x7FFFFFFF, 0x11000000, 0x00020000, 0x11000000}};
   for (const auto& row : blends) {
     AMRGB pixel = AMRGB::FromValue(row.from);
-    gStops = 0;
+    gStopCount = 0;
     pixel.BlendRGB(AMRGB::FromValue(row.to), row.weight);
     EXPECT_EQ(pixel.Value(), row.blended) << row.weight;
-    EXPECT_EQ(gStops, row.weight < 0 || row.weight > 0x10000 ? 1 : 0);
+    EXPECT_EQ(gStopCount, row.weight < 0 || row.weight > 0x10000 ? 1 : 0);
   }
 }
 

@@ -182,12 +182,12 @@ TEST(BitMapPlanes, EmptyAndAbsurdRectangles) {
   // Two rows of no column: run-length data are two counts, and a run is too much.
   const unsigned char runs[] = {0, 1, 0, 0, 0, 0, 255, 5};
   for (const int size : {6, 8, 7, 5, 2}) {
-    gStops = 0;
+    gStopCount = 0;
     const int expected = size % 2 == 0 ? 0 : -1;
     EXPECT_EQ(none.ReadAlphaFromBuffer(runs, size, 9, 9, 1, 2, 3, 2), expected);
     none.AllocateCropped(9, 9, 1, 2, 3, 2, 32);
     EXPECT_EQ(none.ReadRGBAChannelFromBuffer(runs, size, 0), expected);
-    EXPECT_EQ(gStops, size == 6 || size == 2 ? 0 : 2);
+    EXPECT_EQ(gStopCount, size == 6 || size == 2 ? 0 : 2);
   }
   none.width = 3;
   EXPECT_EQ(none.ReadRGBAChannelFromBuffer(runs, 6, 0), -1);

@@ -136,9 +136,9 @@ TEST(HostBitMap, IsAttachedCopiedAndExpanded) {
     EXPECT_EQ(attached.buffer, host.pixels);
 
     OwnedBitMap copy;
-    gStops = 0;
+    gStopCount = 0;
     EXPECT_EQ(copy.CreateFromABMap(&host.map), 0);
-    EXPECT_EQ(gStops, source.fullWidth != 0 || source.fullHeight != 0 ? 1 : 0);
+    EXPECT_EQ(gStopCount, source.fullWidth != 0 || source.fullHeight != 0 ? 1 : 0);
     EXPECT_EQ(copy.bytes(), source.bytes());
     EXPECT_EQ(copy.fullWidth, g.width);
 
@@ -170,13 +170,13 @@ TEST(HostBitMap, IsAttachedCopiedAndExpanded) {
   EXPECT_EQ(attached.InitFromABMap(&host.map), 0);
   EXPECT_EQ(describe(attached), "4x3x16 l0 t0 r0 b0");
   OwnedBitMap copy;
-  gStops = 0;
+  gStopCount = 0;
   EXPECT_EQ(copy.CreateFromABMap(&host.map), 0);
-  EXPECT_EQ(gStops, 0);
+  EXPECT_EQ(gStopCount, 0);
   OwnedBitMap other;
   other.depth = 32;
   EXPECT_EQ(other.CreateFullFromABMap(&host.map), -1);
-  EXPECT_EQ(gStops, 1);
+  EXPECT_EQ(gStopCount, 1);
   EXPECT_EQ(other.CreateUnpaddedFrom(source), -1);
 
   for (void* pointer : {static_cast<void*>(&host.holder.buffer), static_cast<void*>(&host.map.pixels),

@@ -4,7 +4,6 @@
 #include "geometry/Point.h"
 #include "geometry/Point3D.h"
 #include "geometry/Rect.h"
-#include "image/StopCount.h"
 
 namespace {
 
@@ -61,11 +60,11 @@ TEST(BitMapStops, MarkWhatShouldNotOccur) {
     std::string stops;
     for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
       OwnedBitMap map = randomBitMap(random, {6, 5}, depth);
-      gStops = 0;
-      gMessage.clear();
+      gStopCount = 0;
+      gHostMessage.clear();
       c.apply(map);
-      stops += std::to_string(gStops);
-      EXPECT_EQ(gMessage, std::string(c.name) == "BltTo" && depth < 32 ? "Incorrect bitmap format" : "");
+      stops += std::to_string(gStopCount);
+      EXPECT_EQ(gHostMessage, std::string(c.name) == "BltTo" && depth < 32 ? "Incorrect bitmap format" : "");
     }
     EXPECT_EQ(stops, c.stops) << c.name;
   }

@@ -1,7 +1,6 @@
 #include <cmath>
 #include <functional>
 
-#include "image/StopCount.h"
 #include "image/psd/PsdBytes.h"
 
 namespace {
@@ -10,9 +9,9 @@ namespace {
 std::string written(std::int64_t size, const std::function<unsigned char*(unsigned char*)>& write) {
   std::string bytes(static_cast<std::size_t>(size) + 1, '\x55');
   auto* const to = reinterpret_cast<unsigned char*>(bytes.data());
-  gStops = 0;
+  gStopCount = 0;
   EXPECT_EQ(write(to), to + size);
-  EXPECT_EQ(gStops, 0);
+  EXPECT_EQ(gStopCount, 0);
   EXPECT_EQ(bytes.back(), '\x55');
   EXPECT_EQ(write(nullptr), nullptr);
   bytes.pop_back();
@@ -320,9 +319,9 @@ TEST(PsdPieces, AlphaChannelOfMergedImageData) {
     for (std::size_t n = 0; n <= bytes.size(); ++n)
       EXPECT_EQ(load(bytes.substr(0, n)), n < end ? "" : "alph") << n;
   }
-  gStops = 0;
+  gStopCount = 0;
   EXPECT_EQ(load(be16(2) + raw.substr(2)), "");
-  EXPECT_EQ(gStops, 1);
+  EXPECT_EQ(gStopCount, 1);
   EXPECT_EQ(load(be16(1) + std::string(20, '\xFF')), "");
   EXPECT_EQ(
       withFile(raw,

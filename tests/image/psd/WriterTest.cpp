@@ -69,17 +69,17 @@ TEST(PsdWriter, MasksAndBitmapsThatAreTooSmall) {
 
 TEST(PsdWriter, StopsWhereBytesLieInANeighbour) {
   const TempFolder folder;
-  gStops = 0;
+  gStopCount = 0;
   randomMap(2, 1, 64, 1).SavePSD(folder.path("a.psd").c_str(), true);
-  EXPECT_EQ(gStops, 4);
+  EXPECT_EQ(gStopCount, 4);
   const OwnedBitMap grey = randomMap(2, 1, 8, 1);
   EXPECT_EQ(save(folder.path("a.psd"), {&grey}, &grey, nullptr, 0), -1);
-  EXPECT_EQ(gStops, 5);
+  EXPECT_EQ(gStopCount, 5);
   unsigned char out[16];
   for (const auto& [bits, channel, stops] : {std::tuple{8, 3, 0}, {8, 4, 1}, {16, -1, 1}, {32, 0, 1}}) {
-    gStops = 0;
+    gStopCount = 0;
     grey.SaveBMap_WritePlaneToBuffer(out, bits, nullptr, channel, 0);
-    EXPECT_EQ(gStops, stops);
+    EXPECT_EQ(gStopCount, stops);
   }
 }
 
