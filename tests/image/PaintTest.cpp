@@ -160,7 +160,7 @@ TEST(BitMapPaint, WholeImagesChangeStoredPixelsAlone) {
   for (const std::int32_t depth : {8, 16, 24, 32, 64}) {
     for (const Geometry& g : kGeometries) {
       const OwnedBitMap original = randomBitMap(random, g, depth);
-      const auto check = [&](const char* name, auto apply, const Bytes& expected) {
+      const auto check = [&](const char* name, const Bytes& expected, auto apply) {
         OwnedBitMap map = original;
         apply(map);
         EXPECT_EQ(describe(map), describe(original));
@@ -173,30 +173,25 @@ TEST(BitMapPaint, WholeImagesChangeStoredPixelsAlone) {
               static_cast<std::size_t>(depth) - 8 - 8 * i % static_cast<std::size_t>(depth);
           bytes[i] = static_cast<unsigned char>(operation.byte(bytes[i], kValue >> shift & 0xFF));
         }
-        check(operation.name, operation.apply, bytes);
+        check(operation.name, bytes, operation.apply);
       }
-      check(
-          "PaintZero", [](ABitMap& m) { m.PaintZero(); }, Bytes(original.bytes().size(), 0));
+      check("PaintZero", Bytes(original.bytes().size(), 0), [](ABitMap& m) { m.PaintZero(); });
       Bytes flipped = original.bytes();
       const std::ptrdiff_t rowBytes = g.width * depth / 8;
       for (std::ptrdiff_t y = 0; y < g.height && depth >= 32; ++y) {
         const unsigned char* const row = original.buffer + (g.height - 1 - y) * rowBytes;
         std::copy(row, row + rowBytes, flipped.begin() + y * rowBytes);
       }
-      check(
-          "FlipVert", [](ABitMap& m) { m.FlipVert(); }, flipped);
+      check("FlipVert", flipped, [](ABitMap& m) { m.FlipVert(); });
       if (depth != 32) {
-        check(
-            "InvertAlphaRGBA", [](ABitMap& m) { m.InvertAlphaRGBA(); }, original.bytes());
+        check("InvertAlphaRGBA", original.bytes(), [](ABitMap& m) { m.InvertAlphaRGBA(); });
         continue;
       }
       OwnedBitMap other = randomBitMap(random, g, depth);
       put(other, 0, static_cast<Word>(-7));
-      for (const Operation& operation : kWholeOperations) {
-        check(
-            operation.name, [&](ABitMap& m) { operation.apply(m, {}, other); },
-            changed(operation, original, other));
-      }
+      for (const Operation& operation : kWholeOperations)
+        check(operation.name, changed(operation, original, other),
+              [&](ABitMap& m) { operation.apply(m, {}, other); });
     }
   }
 }
