@@ -13,7 +13,7 @@ TEST(Var, CountsPlainNumbersInWholeUnits) {
   EXPECT_EQ((half - 3 + AVar::FromWhole(1)).raw, -0x18000);
   EXPECT_EQ((half * AVar::FromRaw(-1)).raw, -1);
   EXPECT_EQ((half / AVar::FromWhole(-3)).raw, -0x2AAA);
-  EXPECT_EQ(breaksOf([&] { EXPECT_EQ((half / AVar()).raw, 0); }), 1);
+  EXPECT_EQ(stopsOf([&] { EXPECT_EQ((half / AVar()).raw, 0); }), 1);
 }
 
 TEST(Var, TracksPerKindAndStartsAgainPast10000) {
@@ -31,8 +31,8 @@ TEST(Var, TracksPerKindAndStartsAgainPast10000) {
 
   EXPECT_EQ(AVar_Initialize(), 0);
   EXPECT_EQ(_AVar_Initialization_counter, 1);
-  EXPECT_EQ(breaksOf(AVar_Destroy), 0);
-  EXPECT_EQ(breaksOf(AVar_Destroy), 1);
+  EXPECT_EQ(stopsOf(AVar_Destroy), 0);
+  EXPECT_EQ(stopsOf(AVar_Destroy), 1);
   EXPECT_EQ(_AVar_Initialization_counter, -1);
   _AVar_Initialization_counter = 0;
 }

@@ -8,17 +8,6 @@
 #include "geometry/Point3D.h"
 #include "geometry/Rect.h"
 
-/// Calls of `Sys_BreakToDebugger` so far; the linker leads them past a counter (see RectTest.cpp).
-extern int gBreakCount;
-
-/// How often `work` breaks to the debugger.
-template <class Work>
-int breaksOf(Work work) {
-  const int before = gBreakCount;
-  work();
-  return gBreakCount - before;
-}
-
 /// Raw values of every magnitude.
 inline std::int32_t anyRaw(Random& random) {
   const std::uint32_t shift = below(random, 32);

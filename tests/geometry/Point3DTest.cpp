@@ -108,7 +108,7 @@ TEST(Point3D, KnownVectors) {
   EXPECT_EQ(v.CosAngle(whole(1, 2, 3)), 0);
   EXPECT_EQ(whole(200, 0, 0).Magnitude(), INT32_MIN) << "the sum has wrapped round, and has no root";
   const APoint3D p[] = {whole(0, 0, 0), whole(1, 0, 0), whole(1, 1, 0)};
-  EXPECT_EQ(breaksOf([&] { (v = p[1]).FUnifiedL24(); }), 0);
+  EXPECT_EQ(stopsOf([&] { (v = p[1]).FUnifiedL24(); }), 0);
   EXPECT_EQ(v, whole(256, 0, 0));
   v.Normal(p, p + 1, p + 2);
   EXPECT_EQ(v, APoint3D(0, 0, 65535)) << "a hair short";
@@ -126,7 +126,7 @@ TEST(Point3D, KnownVectors) {
 
   v = APoint3D(0x12345678, -2, 3);
   v.RotateX(1), v.RotateY(1), v.RotateZ(1), v.OrientationFromNormal(p[2]);
-  EXPECT_EQ(breaksOf([&] { v.RotateXY(1, 2, true); }), 1);
+  EXPECT_EQ(stopsOf([&] { v.RotateXY(1, 2, true); }), 1);
   EXPECT_EQ(v, APoint3D(0x12345678, -2, 3));
   v.EndianSwap();
   EXPECT_EQ(v, APoint3D(0x78563412, -0x1000001, 0x03000000));

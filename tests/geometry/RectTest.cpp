@@ -26,12 +26,6 @@ ARect rectangle(Random& random, bool inOrder) {
 
 }  // namespace
 
-int gBreakCount = 0;
-// Takes the place of Sys_BreakToDebugger() by the linker's --wrap.
-extern "C" void __wrap__Z19Sys_BreakToDebuggerv() {
-  ++gBreakCount;
-}
-
 TEST(Rect, OperationsAreExactToTheBit) {
   const struct {
     const char* name;
@@ -79,7 +73,7 @@ TEST(Rect, OperationsAreExactToTheBit) {
       for (ARect& rect : r) rect = rectangle(random, i % 4 != 0);
       const auto flags = static_cast<std::int32_t>(below(random, 64));
       const auto n = static_cast<std::int32_t>(below(random, 13)) - 4;
-      const int breaks = breaksOf([&] { c.work(r, flags, n, out); });
+      const int breaks = stopsOf([&] { c.work(r, flags, n, out); });
       for (const ARect& rect : r) {
         for (const std::int32_t raw : {rect.left, rect.top, rect.right, rect.bottom}) out.add(raw);
       }
@@ -98,7 +92,7 @@ TEST(Rect, KnownPlacements) {
   EXPECT_EQ(r, whole(-2, 1, 8, 6)) << "rounded down, above and below 0";
   r.Align(r, kAlignRight | kAlignBottom, 1);
   EXPECT_EQ(r, whole(-2, 1, 7, 5)) << "in itself";
-  EXPECT_EQ(breaksOf([&] { r.AlignOutside(ref, kAlignCenter, 5); }), 1);
+  EXPECT_EQ(stopsOf([&] { r.AlignOutside(ref, kAlignCenter, 5); }), 1);
   r.AlignOutside(ref, kAlignBottom, 5);
   EXPECT_EQ(r, whole(-2, 105, 7, 109));
   r.MapRect(whole(10, 10, 20, 20), ref, whole(0, 0, 200, 200));

@@ -13,7 +13,7 @@ TEST(BitMapCompare, IsEqualLooksAtEverything) {
          {Geometry{13, 11}, {7, 5, 3, 2, 1, 4}, {5, 9, 0, 0, 6, 0}, {12, 3, 0, 7, 0, 0}, {1100, 5}}) {
       const OwnedBitMap map = randomBitMap(random, g, depth);
       SCOPED_TRACE(describe(map));
-      OwnedBitMap other = copyOf(map);
+      OwnedBitMap other = map;
       const auto expect = [&](int exact, int color) {
         EXPECT_EQ(map.IsEqual(other, false), exact);
         EXPECT_EQ(map.IsEqual(other, true), depth == 8 || depth == 32 ? color : 0);
@@ -64,14 +64,9 @@ Verdict byDefinition(const ABitMap& a, const ABitMap& b) {
   const bool usable = a.top >= b.top && a.left >= b.left && a.right >= b.right;
   bool colors = false;
   for (std::int32_t i = 0; i < a.width * a.height; ++i) {
-    const std::uint32_t p = word(a.buffer + 4 * i);
-    const std::int32_t dx = a.left + i % a.width - b.left;
-    const std::int32_t dy = a.top + i / a.width - b.top;
-    const bool stored = dx >= 0 && dy >= 0 && dx < b.width && dy < b.height;
-    const std::uint32_t q = !usable  ? a.fillValue
-                            : stored ? word(b.buffer + 4 * (dy * b.width + dx))
-                                     : b.fillValue;
-    colors = colors || (p >> 24 < 255 && ((p ^ q) & 0xFFFFFF) != 0);
+    const std::int32_t inB = placeOf(b, a.left + i % a.width, a.top + i / a.width);
+    const std::uint32_t p = pixel(a, i);
+    colors = colors || (p >> 24 < 255 && ((p ^ (usable ? pixel(b, inB) : a.fillValue)) & 0xFFFFFF) != 0);
   }
   return {differences == 0, differences >= (a.fullHeight - 1) * (a.fullWidth - 1), shifted, colors};
 }
@@ -96,12 +91,9 @@ TEST(BitMapCompare, LogicalImagesByTheDefinitions) {
   for (const auto& [w, h] :
        {std::pair{1, 1}, {2, 2}, {11, 40}, {12, 12}, {13, 13}, {30, 25}, {41, 14}, {1040, 14}}) {
     const auto cropped = [&, w = w, h = h] {
-      const Geometry margins[] = {{0, 0},
-                                  {0, 0},
-                                  {0, 0, w / 3, h / 4, w / 2, h / 3},
-                                  {0, 0, -2, w / 5, -1, 0},
-                                  {0, 0, w / 2, -1, 0, h / 2}};
-      Geometry g = margins[below(random, std::size(margins))];
+      const Geometry margins[] = {
+          {0, 0, w / 3, h / 4, w / 2, h / 3}, {0, 0, -2, w / 5, -1, 0}, {0, 0, w / 2, -1, 0, h / 2}, {}};
+      Geometry g = margins[below(random, 5) % 4];
       g.width = w - g.left - g.right;
       g.height = h - g.top - g.bottom;
       return randomBitMap(random, g.height > 0 ? g : Geometry{w, h}, 32);
@@ -113,10 +105,10 @@ TEST(BitMapCompare, LogicalImagesByTheDefinitions) {
       makeAlike(random, a, b, rates[below(random, std::size(rates))]);
       if (round % 2 == 0) b.fillValue ^= 0x01000000;
       // Colours that are opaque do not count, and those outside the image may be the same.
-      for (std::int32_t i = 0; i < a.width * a.height && round % 3 == 0; ++i)
-        a.buffer[4 * i] |= 0xFF ^ (i % 7 / 6);
-      for (std::int32_t i = 0; i < a.width * a.height && round % 5 == 0; ++i)
-        put(a, i, a.fillValue & 0xFEFFFFFF);
+      for (std::int32_t i = 0; i < a.width * a.height; ++i) {
+        if (round % 3 == 0) a.buffer[4 * i] |= 0xFF ^ (i % 7 / 6);
+        if (round % 5 == 0) put(a, i, a.fillValue & 0xFEFFFFFF);
+      }
       const Verdict got = {a.IsEqualToFullSize(b), a.FullChanged(b), a.Compare(b), a.HasAlphaWithColors(b)};
       ASSERT_EQ(got, byDefinition(a, b)) << describe(a) << " and " << describe(b);
       for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += got[i];
@@ -126,24 +118,20 @@ TEST(BitMapCompare, LogicalImagesByTheDefinitions) {
     EXPECT_GT(count, rounds / 50);
     EXPECT_LT(count, rounds - rounds / 50);
   }
-  const OwnedBitMap map = randomBitMap(random, {20, 20}, 32);
-  for (const OwnedBitMap& other : {randomBitMap(random, {20, 21}, 32), OwnedBitMap()}) {
-    EXPECT_EQ(map.IsEqualToFullSize(other) + map.Compare(other), 0);
-    EXPECT_EQ(map.FullChanged(other), 1);
-  }
-  for (const Geometry& g : kEmptyGeometries) {
+  for (const Geometry& g : std::span(kEveryGeometry).first<3>()) {
     const OwnedBitMap empty = randomBitMap(random, g, 32);
     EXPECT_EQ(empty.FullChanged(empty), 0 >= (g.height - 1) * (g.width - 1) ? 1 : 0) << describe(empty);
   }
-  // A reference of another depth or size is none, and neither is an image of another depth asked.
+  // An image of another size is another image, and one of another depth no reference.
   OwnedBitMap plain(20, 20, 32);
   plain.Paint(std::uint64_t{5});
   plain.fillValue = 5;
-  for (const OwnedBitMap& other :
-       {randomBitMap(random, {20, 21}, 32), randomBitMap(random, {20, 20}, 64), OwnedBitMap()}) {
-    EXPECT_EQ(plain.HasAlphaWithColors(other) + other.HasAlphaWithColors(plain),
-              other.fullHeight == 21 ? 1 : 0);
-  }
+  const OwnedBitMap taller = randomBitMap(random, {20, 21}, 32);
+  EXPECT_EQ(plain.IsEqualToFullSize(taller) + plain.Compare(taller), 0);
+  EXPECT_EQ(plain.FullChanged(taller), 1);
+  EXPECT_EQ(plain.HasAlphaWithColors(taller) + taller.HasAlphaWithColors(plain), 1);
+  const OwnedBitMap deep = randomBitMap(random, {20, 20}, 64);
+  EXPECT_EQ(plain.HasAlphaWithColors(deep) + deep.HasAlphaWithColors(plain), 0);
   // Grey: the low-order byte of the fill value counts.
   OwnedBitMap grey;
   grey.AllocateCropped(5, 5, 0, 0, 5, 4, 8);
@@ -158,7 +146,7 @@ TEST(BitMapCompare, LogicalImagesByTheDefinitions) {
 
 TEST(BitMapCompare, OnePixelOfAnImageWithoutEnd) {
   // 4.6e18 pixels, of which one is looked at.
-  for (const bool fillsDiffer : {false, true}) {
+  for (const int fillsDiffer : {0, 1}) {
     for (const std::int32_t at : {0, 1000000, INT_MAX - 1}) {
       OwnedBitMap a;
       OwnedBitMap b;
@@ -166,12 +154,12 @@ TEST(BitMapCompare, OnePixelOfAnImageWithoutEnd) {
       b.AllocateCropped(INT_MAX, INT_MAX, 5, 7, 6, 8, 32);
       put(a, 0, 1);
       put(b, 0, 0);
-      b.fillValue = fillsDiffer ? 1 : 0;
+      b.fillValue = static_cast<std::uint32_t>(fillsDiffer);
       EXPECT_EQ(a.IsEqualToFullSize(b), 0);
-      EXPECT_EQ(a.FullChanged(b), fillsDiffer ? 1 : 0);
-      EXPECT_EQ(a.Compare(b), fillsDiffer ? 0 : 1);
+      EXPECT_EQ(a.FullChanged(b), fillsDiffer);
+      EXPECT_EQ(a.Compare(b), 1 - fillsDiffer);
       put(a, 0, 0);
-      EXPECT_EQ(a.IsEqualToFullSize(b), fillsDiffer ? 0 : 1);
+      EXPECT_EQ(a.IsEqualToFullSize(b), 1 - fillsDiffer);
     }
   }
 }
@@ -182,17 +170,13 @@ TEST(BitMapCompare, LeastHeights) {
     const Geometry sizes[] = {{1, 1}, {13, 9}, {5, 40}, {1100, 5}, {70, 70}};
     const Geometry g = sizes[round % 5];
     const OwnedBitMap heights = randomBitMap(random, g, 32);
-    const auto place = [&] { return static_cast<std::int32_t>(below(random, 8)) - 4; };
-    const auto size = [&](std::int32_t most) {
-      return 1 + static_cast<std::int32_t>(below(random, static_cast<std::uint32_t>(most)));
-    };
-    const Geometry c{size(g.width > 60 ? g.width : 12), size(12), place(), place()};
+    const Geometry c{between(random, 1, g.width > 60 ? g.width : 13), between(random, 1, 13),
+                     between(random, -4, 4), between(random, -4, 4)};
     OwnedBitMap colors = randomBitMap(random, c, 32, 0x11);
     // The greatest value that does not count.
-    for (std::int32_t i = 0; i < c.width * c.height; i += 3) put(colors, i, 0x00FFFFFF);
+    for (std::int32_t i = 0; i < colors.width * colors.height; i += 3) put(colors, i, 0x00FFFFFF);
     // Few values, so that some are the least that counts.
-    const Geometry m = round % 2 == 0 ? kGeometries[below(random, 9)] : g;
-    OwnedBitMap mask = randomBitMap(random, m, 32, 0x81);
+    OwnedBitMap mask = randomBitMap(random, round % 2 == 0 ? kGeometries[below(random, 9)] : g, 32, 0x81);
     mask.fillValue &= 0x81818181;
     const std::uint32_t minMask =
         round % 4 == 0 ? 0x81000000 : static_cast<std::uint32_t>(random()) & 0x81818181;
@@ -201,29 +185,22 @@ TEST(BitMapCompare, LeastHeights) {
     const std::int32_t start = round % 3 == 1 ? -1000000000 : INT_MAX;
     auto [all, plain, masked, differing] = std::array{start, start, start, start};
     for (std::int32_t i = 0; i < g.width * g.height; ++i) {
-      const auto stored = [&](const ABitMap& map) {
-        const std::int32_t dx = i % g.width - map.left;
-        const std::int32_t dy = i / g.width - map.top;
-        return dx >= 0 && dy >= 0 && dx < map.width && dy < map.height
-                   ? map.buffer + 4 * (dy * map.width + dx)
-                   : nullptr;
-      };
-      const auto h = static_cast<std::int32_t>(word(heights.buffer + 4 * i));
+      const auto h = static_cast<std::int32_t>(pixel(heights, i));
       all = std::min(all, h);
-      const std::uint32_t color = stored(colors) == nullptr ? 0 : word(stored(colors));
+      const std::int32_t inColors = placeOf(colors, i % g.width, i / g.width);
+      const std::uint32_t color = inColors < 0 ? 0 : pixel(colors, inColors);
       if (color <= 0xFFFFFF) continue;
       plain = std::min(plain, h);
-      if ((stored(mask) == nullptr ? mask.fillValue : word(stored(mask))) >= minMask)
-        masked = std::min(masked, h);
-      if (((color ^ word(previous.buffer + 4 * i)) & 0xFFFFFF) != 0) differing = std::min(differing, h);
+      if (pixel(mask, placeOf(mask, i % g.width, i / g.width)) >= minMask) masked = std::min(masked, h);
+      if (((color ^ pixel(previous, i)) & 0xFFFFFF) != 0) differing = std::min(differing, h);
     }
     ASSERT_EQ(heights.MinValue32(start), all);
     ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, nullptr, 0), plain);
     ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, &mask, minMask), masked);
     ASSERT_EQ(heights.FullMinValue32ColorMapDiffers(start, colors, previous), differing);
     previous.Free();
-    colors.Free();
     ASSERT_EQ(heights.FullMinValue32ColorMapDiffers(start, colors, previous), start);
+    colors.Free();
     ASSERT_EQ(heights.FullMinValue32ColorMap(start, colors, nullptr, 0), start);
   }
   const OwnedBitMap cropped = randomBitMap(random, {5, 5, 0, 0, 0, 2}, 32);
