@@ -76,7 +76,7 @@ Chains modelChains(const OBJModel& model, const Compared& compared) {
   }
   Chains chains;
   for (std::uint32_t i = 0; i < model._faces->count; ++i) {
-    const OBJFace face = faceCopy(*model._faces, i);
+    const OBJFace face = std::as_const(*model._faces)[i];
     std::string key = joined(names[i], ' ') + "|";
     if (compared.smoothing) key += std::to_string(face.smoothingGroup);
     key +=

@@ -1,9 +1,7 @@
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "document/Fix.h"
@@ -11,9 +9,10 @@
 #include "document/Output.h"
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
-#include "smthgrp/common/OutputFile.h"
 #include "smthgrp/common/ProgressBar.h"
+#include "smthgrp/common/SafeOutput.h"
 #include "smthgrp/common/TerminalText.h"
+#include "smthgrp/model/PartOptions.h"
 #include "smthgrp/model/ReadDocument.h"
 
 namespace smthgrp {
@@ -94,32 +93,6 @@ void printJson(const Request& request, const FixReport& report, const WavefrontO
   std::printf("%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-/// The names of the libraries as seen from the output's folder; none where it is the model's.
-std::vector<std::string> librariesFrom(const std::string& output, const WavefrontOBJ::OBJDocument& document) {
-  namespace fs = std::filesystem;
-  const auto folderOf = [](const std::string& path) {
-    const std::string folder = WavefrontOBJ::folderPrefix(path);
-    return folder.empty() ? std::string(".") : folder;
-  };
-  const fs::path target = folderOf(output);
-  std::error_code error;
-  if (fs::equivalent(folderOf(document.source().name()), target, error)) return {};
-  std::vector<std::string> names = WavefrontOBJ::libraryPaths(document);
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    const std::string& text = document.libraries()[i].text;
-    const fs::path from = fs::relative(names[i], target, error);
-    if (names[i].empty() || fs::path(text).is_absolute()) continue;
-    if (error || !fs::is_regular_file(names[i], error)) {
-      std::fprintf(stderr, "smthgrp: note: %s: the material library is not there; its name stays as it is\n",
-                   printable(names[i]).c_str());
-      names[i] = text;
-    } else {
-      names[i] = from.generic_string();
-    }
-  }
-  return names;
-}
-
 void run(Request request) {
   if (request.inPlace == !request.output.empty()) {
     throw Failure("fix needs either --output or --in-place", kUsageError);
@@ -129,15 +102,17 @@ void run(Request request) {
   }
   if (request.inPlace) request.output = request.model;
   WavefrontOBJ::Output output(request.output);
-  require(output.open());
-  if (output.isDirect()) requireOtherFile(request.output, request.model);
+  openOutput(output, request.model);
   if (request.json && output.isStandardOutput()) {
     throw Failure("the model and --json cannot both go to standard output", kUsageError);
   }
   WavefrontOBJ::OBJDocument document;
   readDocument(request.model, document);
   std::vector<std::string> libraries;
-  if (!output.isDirect()) libraries = librariesFrom(request.output, document);
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>> copies;  // none are asked for
+  if (!output.isDirect()) {
+    libraries = takeLibraries(document, {}, WavefrontOBJ::folderPrefix(output.path()), copies);
+  }
   if (!libraries.empty()) request.options.libraries = &libraries;
   FixReport report;
   WavefrontOBJ::WriteCounts counts;
