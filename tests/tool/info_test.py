@@ -31,7 +31,8 @@ def documents(text):
 class InfoTest(ToolCase):
     def test_document(self):
         self.write("m.mtl", "newmtl red\n")
-        text = self.succeed("info", self.write("m.obj", MODEL), notes=[f"m.obj: {LEFT_OUT}; see smthgrp lint"])
+        text = self.succeed("info", self.write("m.obj", MODEL), doubts=True,
+                            notes=[f"m.obj: {LEFT_OUT}; see smthgrp lint"])
         for part in ("m.obj\n  vertices             5\n", f"\n  bounding box         0 0 -4 to 2 2 0\n  findings             {LEFT_OUT}\n",
                      "\nGroups\n  index  host's  faces  triangles  quads  more  lines  points  vertices  name\n"
                      "      1       1      2          1      1     0      0       0         4  a\n",
@@ -55,7 +56,7 @@ class InfoTest(ToolCase):
         self.assertEqual((result.returncode, told), (1, ["nope: No such file or directory", None, ".: Is a directory"]))
         self.assertEqual(result.stderr.decode(), f"smthgrp: {told[0]}\nsmthgrp: {told[2]}\n")
         passed = "c.obj: 2 lines passed over, the first line 4: unknown line"
-        self.succeed("mesh", self.write("c.obj", TRIANGLE + "xyz\nxyz\ng a\nf 1 2 3\n"), "--mask", "a", notes=[passed])
+        self.succeed("mesh", self.write("c.obj", TRIANGLE + "xyz\nxyz\ng a\nf 1 2 3\n"), "--mask", "a", notes=[passed], doubts=True)
         self.assertRegex(self.succeed("info", os.path.join(EXAMPLES, "robot.obj")),
                          r"\n  findings +none\n\nGroups\n  index  faces  triangles  quads  more  vertices  name\n")
 

@@ -38,14 +38,15 @@ class ToolCase(unittest.TestCase):
     def start(self, *arguments):
         return subprocess.Popen([TOOL, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.folder)
 
-    def succeed(self, *arguments, notes=(), **options):
-        """Answers what the tool printed; on standard error there have to be the notes and nothing else."""
-        result = self.run_tool(*arguments, **options)
+    def succeed(self, *arguments, notes=(), doubts=False, **options):
+        """Answers what the tool printed; on standard error there have to be the notes and nothing else. Lines on
+        what reading doubted are wanted only with `doubts`."""
+        result = self.run_tool(*([] if doubts else ["--quiet"]), *arguments, **options)
         told = "".join(f"smthgrp: note: {note}\n" for note in notes)
         self.assertEqual((result.returncode, result.stderr.decode()), (0, told), arguments)
         return (result.stdout or b"").decode()
 
     def refuse(self, status, message, *arguments, **options):
         """The tool has to fail with this status and this line."""
-        result = self.run_tool(*arguments, **options)
+        result = self.run_tool("--quiet", *arguments, **options)
         self.assertEqual((result.returncode, result.stderr.decode()), (status, f"smthgrp: {message}\n"), arguments)
