@@ -11,7 +11,6 @@
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/LowerCase.h"
-#include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/common/SafeOutput.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/mesh/LongFaces.h"
@@ -20,7 +19,6 @@
 #include "smthgrp/mesh/MeshMarks.h"
 #include "smthgrp/model/GroupChoice.h"
 #include "smthgrp/plugin/CurrentModel.h"
-#include "smthgrp/plugin/ReadNotes.h"
 
 namespace smthgrp {
 namespace {
@@ -278,7 +276,7 @@ void run(PluginLibrary& library, const Request& request) {
   WavefrontOBJ::Output output(request.output.value_or(""));
   if (request.output) openOutput(output, request.model);
   const FileMaker makeFile = request.output ? fileMaker(output) : nullptr;
-  tellReading(request.model, passedOverLine(loadModel(library, request.model)._readNotes));
+  loadModelAndTell(library, request.model);
   const Groups groups{groupNames(library), smoothingGroups(library)};
   const std::vector<Operation> list = operations(request, groups);
 

@@ -110,7 +110,7 @@ void exportAsHost(PluginLibrary& library, const std::string& model, const std::v
   }
   WavefrontOBJ::Output out(output);
   openOutput(out, model);
-  loadModel(library, model);
+  loadModelAndTell(library, model);
   if (!groups.empty()) {
     exportGroup(library, model, groups[0], out);
   } else if (!smoothingGroups.empty()) {
@@ -121,7 +121,7 @@ void exportAsHost(PluginLibrary& library, const std::string& model, const std::v
 }
 
 void splitAsHost(PluginLibrary& library, const std::string& model, const std::string& folder) {
-  loadModel(library, model);
+  loadModelAndTell(library, model);
   const std::vector<std::string> names = groupNames(library);
   if (names.empty()) throw Failure(model + ": the model has no groups, there is nothing to write");
   makeFolder(folder);
@@ -157,13 +157,13 @@ void replaceAsHost(PluginLibrary& library, const std::string& model, const std::
   openOutput(out, model);
   openOutput(out, positions);
   requireReadable(positions);
-  requireWholeModelWritable(loadModel(library, model), model);
+  requireWholeModelWritable(loadModelAndTell(library, model), model);
   const std::uint32_t wanted = vertexCount(library);
   PluginLibrary::workOn(positions);
   const float answer = library.call("ReplaceOBJVertices", positions.c_str()).value;
   if (answer != 0.0F) {
     // The call gives no reason; reading the file as a model does.
-    loadModel(library, positions);
+    loadModelAndTell(library, positions);
     throw Failure(positions + ": has " + counted(vertexCount(library), "vertex", "vertices") + ", but " +
                   model + " has " + std::to_string(wanted));
   }

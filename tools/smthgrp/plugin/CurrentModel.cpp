@@ -8,6 +8,7 @@
 
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/InputFile.h"
+#include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/plugin/ReadNotes.h"
 
@@ -51,6 +52,12 @@ const WavefrontOBJ::OBJModel& loadModel(PluginLibrary& library, const std::strin
   if (answer.value < 0) throw Failure(path + ": " + printable(reasonOf(path, answer.text), kReasonWidth));
   if (library.model() == nullptr) throw Failure(path + ": not enough memory");
   return *library.model();
+}
+
+const WavefrontOBJ::OBJModel& loadModelAndTell(PluginLibrary& library, const std::string& path) {
+  const WavefrontOBJ::OBJModel& model = loadModel(library, path);
+  tellReading(path, passedOverLine(model._readNotes));
+  return model;
 }
 
 std::uint32_t vertexCount(PluginLibrary& library) {
