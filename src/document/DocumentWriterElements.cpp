@@ -81,13 +81,12 @@ std::uint32_t DocumentWriter::Run::Cursor::state() {
   const auto runs = table->runs();
   const std::uint32_t i = element();
   if (run + 1 < runs.size() && runs[run + 1].first <= i) {
-    ++run;
-    if (run + 1 < runs.size() && runs[run + 1].first <= i) {
-      const auto behind =
-          std::upper_bound(runs.begin() + static_cast<std::ptrdiff_t>(run), runs.end(), i,
-                           [](std::uint32_t index, const StateRun& row) { return index < row.first; });
-      run = static_cast<std::size_t>(behind - runs.begin()) - 1;
-    }
+    // Each run has an element at least.
+    const std::size_t most = std::min<std::size_t>(runs.size(), run + (i - runs[run].first) + 1);
+    const auto behind = std::upper_bound(
+        runs.begin() + static_cast<std::ptrdiff_t>(run), runs.begin() + static_cast<std::ptrdiff_t>(most), i,
+        [](std::uint32_t index, const StateRun& row) { return index < row.first; });
+    run = static_cast<std::size_t>(behind - runs.begin()) - 1;
   }
   return runs[run].state;
 }
