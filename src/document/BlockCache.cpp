@@ -5,11 +5,6 @@
 #include "obj/text/FastNumber.h"
 
 namespace WavefrontOBJ {
-namespace {
-
-constexpr std::size_t kPlaceBytes = BlockCache::kBlockBytes + BlockCache::kOverlapBytes;
-
-}  // namespace
 
 BlockCache::BlockCache(const Source& source, std::size_t capacity) : source_(source), capacity_(capacity) {}
 
@@ -22,7 +17,7 @@ Result BlockCache::block(std::uint64_t offset, std::string_view& bytes) {
   }
   const std::uint64_t number = offset / kBlockBytes;
   const auto place = static_cast<std::size_t>(number % held_.size());
-  char* const data = bytes_.get() + place * kPlaceBytes;
+  char* const data = placeOf(offset);
   const std::uint64_t begin = number * kBlockBytes;
   const auto length = static_cast<std::size_t>(std::min<std::uint64_t>(kPlaceBytes, source_.size() - begin));
   if (held_[place] != number + 1) {

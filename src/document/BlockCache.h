@@ -27,8 +27,18 @@ class KSMTH_API BlockCache {
   /// The block that `offset`, which lies within the source, is in, and the overlap. Valid until the next
   /// call; as many bytes as a number is read past its end may be read behind it. May throw std::bad_alloc.
   Result block(std::uint64_t offset, std::string_view& bytes);
+  /// Tells the processor that the bytes at `offset` are wanted soon.
+  void prefetch(std::uint64_t offset) const {
+    if (bytes_ != nullptr) __builtin_prefetch(placeOf(offset) + offset % kBlockBytes);
+  }
 
  private:
+  static constexpr std::size_t kPlaceBytes = kBlockBytes + kOverlapBytes;
+
+  char* placeOf(std::uint64_t offset) const {
+    return bytes_.get() + static_cast<std::size_t>(offset / kBlockBytes % held_.size()) * kPlaceBytes;
+  }
+
   const Source& source_;
   std::size_t capacity_;
   std::vector<std::uint64_t> held_;  ///< number + 1 of the block in each place, 0 for none

@@ -22,6 +22,8 @@ class KSMTH_API LineText {
   /// The line that begins at `offset`, with the lines that continue it, without its line end. `line` stays
   /// valid until the next call. Fails when the source does.
   Result fetch(std::uint64_t offset, std::string_view& line);
+  /// Tells that the line at `offset` is fetched soon.
+  void prefetch(std::uint64_t offset) const { blocks_.prefetch(offset); }
 
  private:
   Result loadBlock(std::uint64_t offset);
