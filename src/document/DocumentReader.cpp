@@ -203,16 +203,16 @@ void DocumentReader::doubtLine(const char* begin, const char* end, const char* n
   const auto length = static_cast<std::size_t>(end - begin);
   if (length == 0) return;
   if (const void* const nul = std::memchr(begin, '\0', length)) {
-    find(FindingKind::nulByte, {static_cast<const char*>(nul), 0});
+    find(FindingKind::nulByte, static_cast<const char*>(nul));
   }
   const char* const control = std::find_if(begin, end, [](char c) { return c != '\0' && isControl(c); });
-  if (control != end) find(FindingKind::controlByte, {control, 0});
+  if (control != end) find(FindingKind::controlByte, control);
   const char* part = begin;
   for (;;) {
     const char* const partEnd = physicalLineEnd(part, end);
-    if (partEnd - part > kHostLine) find(FindingKind::longLine, {part, 0});
+    if (partEnd - part > kHostLine) find(FindingKind::longLine, part);
     if (partEnd == end) break;
-    if (part == begin) find(FindingKind::continuationLine, {partEnd - 1, 0});
+    if (part == begin) find(FindingKind::continuationLine, partEnd - 1);
     part = behindLineEnd(partEnd, end);
   }
 }
@@ -220,7 +220,7 @@ void DocumentReader::doubtLine(const char* begin, const char* end, const char* n
 void DocumentReader::takeComment(const char* begin, const char* end, const char* next) {
   document_.comments_.push_back(offsetOf(begin));
   if (!anyStatement_) ++document_.headComments_;
-  if (end != next && end[-1] == '\\') find(FindingKind::continuedComment, {end - 1, 0});
+  if (end != next && end[-1] == '\\') find(FindingKind::continuedComment, end - 1);
 }
 
 bool DocumentReader::takeVector(std::string_view keyword) {
@@ -251,7 +251,7 @@ bool DocumentReader::takeState(std::string_view keyword, LineWords& words) {
     const char* const behind = keyword.data() + keyword.size();
     if (behind < words.end() && *behind == '\t' &&
         hasUpperCase(behind, std::find(behind, words.end(), ' '))) {
-      find(FindingKind::tabAfterKeyword, {behind, 0});
+      find(FindingKind::tabAfterKeyword, behind);
     }
   }
   if (group) {
@@ -299,7 +299,7 @@ void DocumentReader::takeGroups(LineWords& words) {
     doubtName(rest);
     if (std::any_of(rest.begin(), rest.end(), isSpace)) find(FindingKind::severalGroups, rest);
     const char* const behind = rest.data() + rest.size();
-    if (behind != words.end()) find(FindingKind::trailingBlank, {behind, 0});
+    if (behind != words.end()) find(FindingKind::trailingBlank, behind);
   }
   groupText_ = joinedText(rest);
   groupOffset_ = offsetOf(line_);

@@ -95,6 +95,7 @@ class DocumentReader {
   void checkForwardReferences(ElementKind kind);
 
   void find(FindingKind kind, std::string_view at);
+  void find(FindingKind kind, const char* at) { find(kind, std::string_view(at, at)); }
   void findLine(FindingKind kind, std::string_view text = {});
 
   OBJDocument& document_;

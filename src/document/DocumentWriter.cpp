@@ -225,8 +225,16 @@ bool DocumentWriter::Run::writeVectors(VectorKind kind) {
   const bool all = allVectors_ || kind == VectorKind::parameter;
   const std::uint32_t count =
       all ? document_.vectorCount(kind) : static_cast<std::uint32_t>(writer_.used_[k].size());
+  // Lines of a part may lie far from one another, each a wait for memory.
+  constexpr std::uint32_t kAhead = 8;
+  const auto offsets = document_.vectorOffsets(kind);
+  const std::vector<std::uint32_t>* const used = all ? nullptr : &writer_.used_[k];
   for (std::uint32_t i = 0; i < count; ++i) {
-    if (!advance() || !writeVector(kind, all ? i : writer_.used_[k][i])) return false;
+    if (used != nullptr && i + 2 * kAhead < count) {
+      __builtin_prefetch(&offsets[(*used)[i + 2 * kAhead]]);
+      writer_.lines_.prefetch(offsets[(*used)[i + kAhead]]);
+    }
+    if (!advance() || !writeVector(kind, used == nullptr ? i : (*used)[i])) return false;
   }
   counts_.vectors[k] = count;
   return true;

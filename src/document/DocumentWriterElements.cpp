@@ -86,11 +86,16 @@ std::uint32_t DocumentWriter::Run::Cursor::state() {
   const auto runs = table->runs();
   const std::uint32_t i = element();
   if (run + 1 < runs.size() && runs[run + 1].first <= i) {
-    ++run;
-    if (run + 1 < runs.size() && runs[run + 1].first <= i) {
-      const auto behind =
-          std::upper_bound(runs.begin() + static_cast<std::ptrdiff_t>(run), runs.end(), i,
-                           [](std::uint32_t index, const StateRun& row) { return index < row.first; });
+    // Each run has an element at least, and often no more.
+    const std::size_t last = std::min<std::size_t>(runs.size() - 1, run + (i - runs[run].first));
+    if (runs[last].first <= i) {
+      run = last;
+    } else {
+      const auto at = [&runs](std::size_t index) {
+        return runs.begin() + static_cast<std::ptrdiff_t>(index);
+      };
+      const auto behind = std::upper_bound(
+          at(run), at(last), i, [](std::uint32_t index, const StateRun& row) { return index < row.first; });
       run = static_cast<std::size_t>(behind - runs.begin()) - 1;
     }
   }

@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "KSmthExport.h"
+#include "document/BlockCache.h"
 #include "document/Result.h"
 #include "document/Source.h"
 
 namespace WavefrontOBJ {
 
-/// Fetches lines of a source by where they begin. Fast for places that ascend: it reads ahead in large pieces
-/// where lines follow one another, and in small ones where they lie scattered.
+/// Fetches lines of a source by where they begin: reads ahead in large pieces where lines follow one another,
+/// and keeps what it read where they lie scattered, up to 64 MiB.
 class KSMTH_API LineText {
  public:
   /// `source` must outlive it. `mostBytes`: the largest piece read ahead.
@@ -21,17 +22,21 @@ class KSMTH_API LineText {
   /// The line that begins at `offset`, with the lines that continue it, without its line end. `line` stays
   /// valid until the next call. Fails when the source does.
   Result fetch(std::uint64_t offset, std::string_view& line);
+  /// Tells that the line at `offset` is fetched soon.
+  void prefetch(std::uint64_t offset) const { blocks_.prefetch(offset); }
 
  private:
-  Result load(std::uint64_t offset, std::size_t bytes);
+  Result loadBlock(std::uint64_t offset);
+  Result loadPiece(std::uint64_t offset, std::size_t bytes);
   std::size_t lineLength(std::size_t at) const;
 
   const Source& source_;
   std::size_t mostBytes_;
   std::size_t pieceBytes_;
-  std::vector<char> buffer_;
-  std::uint64_t begin_ = 0;  ///< offset of the buffer's first byte
-  std::size_t held_ = 0;
+  std::vector<char> piece_;
+  BlockCache blocks_;
+  std::string_view text_;    ///< of the piece, or of a block
+  std::uint64_t begin_ = 0;  ///< where `text_` begins
 };
 
 }  // namespace WavefrontOBJ

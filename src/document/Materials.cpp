@@ -61,7 +61,7 @@ std::string textureName(LineWords words) {
 
 /// The file that `name` means, with a backslash for "/" where that finds one.
 std::string existingPath(const std::string& folder, const std::string& name) {
-  const std::string path = name.starts_with('/') ? name : folder + name;
+  std::string path = name.starts_with('/') ? name : folder + name;
   if (isRegularFile(path) || name.find('\\') == std::string::npos) return path;
   std::string slashes = name;
   std::replace(slashes.begin(), slashes.end(), '\\', '/');

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "document/DocumentReference.h"
 #include "document/OBJDocument.h"
 
 namespace {
@@ -42,21 +43,20 @@ void compare(const std::string& path) {
   ASSERT_TRUE(document.normals(values));
   near(other.normals);
 
-  const ElementTable& faces = document.faces();
-  std::uint32_t face = 0;
+  const std::vector<PlainFile::Element> faces = plain(document).elements[0];
+  std::size_t face = 0;
   for (const tinyobj::shape_t& shape : shapes) {
     std::size_t corner = 0;
     for (std::size_t f = 0; f < shape.mesh.num_face_vertices.size(); ++f, ++face) {
       ASSERT_LT(face, faces.size());
-      ASSERT_EQ(faces.cornerCount(face), shape.mesh.num_face_vertices[f]);
-      const ElementState& state = document.states()[faces.stateOf(face)];
-      for (std::uint32_t c = 0; c < faces.cornerCount(face); ++c, ++corner) {
-        const tinyobj::index_t& theirs = shape.mesh.indices[corner];
-        const auto ours = [c](std::span<const std::int32_t> row) { return row.empty() ? kNoIndex : row[c]; };
-        ASSERT_EQ(ours(faces.vertices(face)), theirs.vertex_index);
-        ASSERT_EQ(ours(faces.textures(face)), theirs.texcoord_index);
-        ASSERT_EQ(ours(faces.normals(face)), theirs.normal_index);
+      std::vector<PlainFile::Corner> theirs;
+      for (std::uint32_t c = 0; c < shape.mesh.num_face_vertices[f]; ++c, ++corner) {
+        const tinyobj::index_t& index = shape.mesh.indices[corner];
+        theirs.push_back({index.vertex_index, index.texcoord_index, index.normal_index});
       }
+      ASSERT_EQ(faces[face].corners, theirs);
+      const ElementState& state =
+          document.states()[document.faces().stateOf(static_cast<std::uint32_t>(face))];
       const std::uint64_t smoothing =
           state.smoothing < 0 ? 0 : document.smoothings()[static_cast<std::size_t>(state.smoothing)].number;
       ASSERT_EQ(smoothing, shape.mesh.smoothing_group_ids[f]);
@@ -72,19 +72,14 @@ void compare(const std::string& path) {
 }
 
 TEST(OtherReader, RealFiles) {
-  for (const char* const folder : {KSMTH_REAL_FILES, KSMTH_EXAMPLES}) {
-    if (!std::filesystem::exists(folder)) continue;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-      if (entry.path().extension() == ".obj") compare(entry.path());
-    }
-  }
+  for (const std::string& path : realFiles()) compare(path);
 }
 
 TEST(OtherReader, RandomFiles) {
   const TempFolder folder;
   Random random(2);
   for (int round = 0; round < 60 && !HasFatalFailure(); ++round) {
-    std::string text = below(random, 2) != 0 ? "# c\n" : "";
+    std::string text;
     const std::string end = below(random, 3) == 0 ? "\r\n" : "\n";
     std::uint32_t counts[3] = {0, 0, 0};
     const auto index = [&](std::uint32_t count) {
@@ -93,23 +88,26 @@ TEST(OtherReader, RandomFiles) {
     };
     for (int line = 0; line < 60; ++line) {
       const std::uint32_t kind = below(random, counts[0] < 3 ? 1 : 8);
-      const char* const words[] = {"v", "vt", "vn"};
+      const std::string number = std::to_string(below(random, 5));
       if (kind < 3) {
         ++counts[kind];
-        text += std::string(words[kind]) + " " + std::to_string(below(random, 999)) + ".25 -1e-3" +
-                (kind == 1 ? "" : " " + std::to_string(line));
+        text += (kind == 0   ? "v "
+                 : kind == 1 ? "vt "
+                             : "vn ") +
+                number + ".25 -1e-3" + (kind == 1 ? "" : " 7");
       } else if (kind < 6) {
-        const std::uint32_t form = below(random, 4);
+        const bool texture = below(random, 2) != 0 && counts[1] > 0;
+        const bool normal = below(random, 2) != 0 && counts[2] > 0;
         text += "f";
         for (std::uint32_t c = 3 + below(random, 4); c > 0; --c) {
-          text += " " + index(counts[0]);
-          if (form % 2 != 0 && counts[1] > 0) text += "/" + index(counts[1]);
-          if (form > 1 && counts[2] > 0)
-            text += (form % 2 != 0 && counts[1] > 0 ? "/" : "//") + index(counts[2]);
+          text += " " + index(counts[0]) +
+                  (texture  ? "/" + index(counts[1])
+                   : normal ? "/"
+                            : "") +
+                  (normal ? "/" + index(counts[2]) : "");
         }
       } else {
-        text +=
-            kind == 6 ? "s " + std::to_string(below(random, 3)) : "g name" + std::to_string(below(random, 5));
+        text += (kind == 6 ? "s " : "g name") + number;
       }
       text += (below(random, 5) == 0 ? " " : "") + end;
     }

@@ -69,7 +69,8 @@ TEST(Output, ReplacesTheTargetAtCommitAlone) {
 TEST(Output, SaysWhatIsWrong) {
   const TempFolder folder;
   std::filesystem::create_symlink("loop", folder.path("loop"));
-  for (const char* const name : {"", "none/x.obj", "loop"}) {
+  std::filesystem::create_directory(folder.path("sub"));
+  for (const char* const name : {"", "sub", "none/x.obj", "loop"}) {
     Output out(folder.path(name));
     const Result result = out.open();
     EXPECT_EQ(result.status, Status::writeFailed) << name;
@@ -80,12 +81,12 @@ TEST(Output, SaysWhatIsWrong) {
   }
   EXPECT_FALSE(Output("").open());
   EXPECT_EQ(Output("-").name(), "standard output");
-  EXPECT_EQ(entries(folder), 1U);
+  EXPECT_EQ(entries(folder), 2U);
   Output abandoned(folder.path("x.obj"));
   ASSERT_TRUE(abandoned.write("x"));
   abandoned.abandon();
   EXPECT_EQ(abandoned.commit().status, Status::cancelled);
-  EXPECT_EQ(entries(folder), 1U);
+  EXPECT_EQ(entries(folder), 2U);
 
   Output full("/dev/full");
   ASSERT_TRUE(full.open());
@@ -140,14 +141,14 @@ TEST(Output, SignalsLeaveNothing) {
     EXPECT_EQ(entries(folder), 1U) << signal;
   }
   EXPECT_EQ(folder.read("a.obj"), "old");
-  const int ignored = inChild([&] {
-    std::signal(SIGINT, SIG_IGN);
-    Output::removeTemporariesOnSignals();
-    Output out(folder.path("a.obj"));
-    raise(SIGINT);
-    return out.write("new") && out.commit() ? 5 : 1;
-  });
-  EXPECT_EQ(ignored, 5);
+  EXPECT_EQ(inChild([&] {
+              std::signal(SIGINT, SIG_IGN);
+              Output::removeTemporariesOnSignals();
+              Output out(folder.path("a.obj"));
+              raise(SIGINT);
+              return out.write("new") && out.commit() ? 5 : 1;
+            }),
+            5);
   EXPECT_EQ(folder.read("a.obj"), "new");
 }
 
