@@ -112,7 +112,7 @@ class DocumentReader {
   bool oddBytes_ = false;          ///< there is a control character other than a line feed before it
   OBJDigitMap digits_;
   bool digitsMade_ = false;  ///< `digits_` is of the window as it was last filled
-  TakeCorners takeCorners_;            ///< for the form of the last face
+  TakeCorners takeCorners_;  ///< for the form of the last face
 
   // The line in work.
   const char* line_ = nullptr;

@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <string_view>
 
+#include "Truncate.h"
 #include "image/PSDFile.h"
 #include "image/psd/Cursor.h"
 #include "image/psd/Format.h"
 #include "image/psd/Resources.h"
 #include "system/Host.h"
-#include "Truncate.h"
 
 PSDHeader gPSDHeader = {};
 

@@ -1,8 +1,8 @@
 #include "image/psd/Resources.h"
 
+#include "Truncate.h"
 #include "image/psd/Bytes.h"
 #include "image/psd/Thumbnail.h"
-#include "Truncate.h"
 
 namespace psd {
 namespace {
