@@ -219,13 +219,9 @@ std::int32_t DocumentReader::currentGroupSet() {
 std::int32_t DocumentReader::currentSmoothing() {
   if (!anySmoothing_) return kNoIndex;
   const auto next = static_cast<std::int32_t>(document_.smoothings_.size());
-  std::int32_t index = next;
-  if (smoothing_.off) {
-    if (offSmoothing_ == kNoIndex) offSmoothing_ = next;
-    index = offSmoothing_;
-  } else {
-    index = knownSmoothings_.emplace(smoothing_.number, next).first->second;
-  }
+  if (smoothing_.off && offSmoothing_ == kNoIndex) offSmoothing_ = next;
+  const std::int32_t index =
+      smoothing_.off ? offSmoothing_ : knownSmoothings_.emplace(smoothing_.number, next).first->second;
   if (index == next) document_.smoothings_.push_back(smoothing_);
   return index;
 }

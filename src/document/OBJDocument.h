@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -185,8 +186,8 @@ class KSMTH_API OBJDocument {
 
   Source source_;
   Findings findings_;
-  PlainArray<std::uint64_t> vectors_[kVectorKinds];
-  ElementTable elements_[kElementKinds];
+  std::array<PlainArray<std::uint64_t>, kVectorKinds> vectors_;
+  std::array<ElementTable, kElementKinds> elements_;
   PlainArray<ElementState> states_;
   std::vector<OBJName> groups_;
   std::vector<OBJName> materials_;
