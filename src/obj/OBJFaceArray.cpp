@@ -25,7 +25,7 @@ OBJFace& OBJFaceArray::operator[](std::uint32_t index) {
 OBJFace OBJFaceArray::operator[](std::uint32_t index) const {
   std::uint32_t slot = 0;
   const OBJFaceBlock& block = blockOf(index, slot);
-  return OBJFace(block, slot);
+  return {block, slot};
 }
 
 OBJFaceView OBJFaceArray::view(std::uint32_t index) const {

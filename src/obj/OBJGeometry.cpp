@@ -16,7 +16,7 @@ static_assert(sizeof(Float4) == sizeof(OBJVector));
 /// `value` rounded to single precision, also where it goes on in double precision: compilers have been seen
 /// to drop a conversion there and back (g++ 12 does when it vectorises).
 float rounded(double value) {
-  volatile float single = static_cast<float>(value);
+  volatile auto single = static_cast<float>(value);
   return single;
 }
 

@@ -292,6 +292,7 @@ bool Fixer::cutElement(ElementKind kind, std::uint32_t index, std::vector<std::u
     const std::size_t together = vertices.size() - positions.size();
     for (std::size_t i = 0; i < together; ++i) report(FixKind::repeatedCorner, table.offset(index));
     std::vector<std::int32_t> others;
+    others.reserve(positions.size());
     for (const std::uint32_t position : positions) others.push_back(vertices[position]);
     if (hasRepeats(others)) report(FixKind::vertexMetAgain, table.offset(index));
   }

@@ -103,6 +103,7 @@ std::vector<StatementSummary> statementsOf(const OBJDocument& document) {
     ++counts[{statement.kind, std::string(line.substr(0, line.find_first_of(" \t\v\f\\")))}];
   }
   std::vector<StatementSummary> rows;
+  rows.reserve(counts.size());
   for (const auto& [key, count] : counts) rows.push_back({key.first, key.second, count});
   return rows;
 }
