@@ -6,5 +6,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-i386;-L;/usr/i686-linux-gnu")
-# A program that is linked dynamically hangs in fork under this emulator, and death tests fork.
+# A program that is linked dynamically hangs under this emulator where it forks, as death tests do, or has threads.
 set(KSMTH_STATIC_TESTS ON)

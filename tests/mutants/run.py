@@ -26,7 +26,7 @@ ROOMS = {
     "image": ["test_image"],
     "psd": ["test_psd"],
     "obj": ["test_obj"],
-    "plugin": ["test_plugin", "test_memory"],
+    "plugin": ["test_plugin", "test_memory", "test_threads"],
     "host": ["test_host"],
     "document": ["test_document"],
     "parts": ["test_document", "smthgrp"],
