@@ -91,7 +91,7 @@ TEST(NumberText, FloatsAsSscanfConvertsThem) {
     const int count = std::sscanf(start, "%f %f %f", expected, expected + 1, expected + 2);
     ASSERT_EQ(scanThreeFloats(start, values), std::max(count, 0)) << start;
     ASSERT_EQ(bitsOf(values, 3), bitsOf(expected, 3)) << start;
-    const std::size_t size = text.size() - OBJDigitMap::kUnderread;
+    [[maybe_unused]] const std::size_t size = text.size() - OBJDigitMap::kUnderread;
     text.resize(text.size() + OBJDigitMap::kOverread);
     const char* const first = text.data() + OBJDigitMap::kUnderread;
     if (const char* const end = fastFloat(first, values[0])) {
