@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-/// FNV-1a of many results, to the bit. What is expected are the sums of the same rules in tests/sums, computed
-/// with whole numbers of any length and with floats that are rounded at each step.
+/// FNV-1a of many results, to the bit. What is expected are the sums of the same rules in tests/sums,
+/// computed with whole numbers of any length and with floats that are rounded at each step.
 struct Checksum {
   void add(std::int32_t value) { sum = (sum ^ static_cast<std::uint32_t>(value)) * 0x01000193U; }
   /// Which NaN an operation gives differs between processors.
