@@ -12,7 +12,11 @@ namespace WavefrontOBJ {
 class KSMTH_API OBJElementList {
  public:
   /// Appends one face index. Throws std::bad_alloc.
-  void addFace(std::uint32_t faceIndex) { faces_.push_back(faceIndex); }
+  void addFace(std::uint32_t faceIndex) {
+    // By half: twice the room would be memory that long lists touch and never fill.
+    if (faces_.size() == faces_.capacity()) faces_.reserve(faces_.size() + faces_.size() / 2 + 4);
+    faces_.push_back(faceIndex);
+  }
 
   std::size_t size() const { return faces_.size(); }
   bool empty() const { return faces_.empty(); }
