@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <deque>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -136,9 +137,11 @@ class GroupsInFaceOrder {
       if (std::is_sorted(list.begin(), list.end())) {
         lists_.push_back({list.begin(), list.end()});
       } else {
-        std::vector<std::uint32_t>& sorted = sorted_.emplace_back(list.begin(), list.end());
-        std::sort(sorted.begin(), sorted.end());
-        lists_.push_back({sorted.data(), sorted.data() + sorted.size()});
+        std::vector<std::uint32_t> faces(list.begin(), list.end());
+        std::sort(faces.begin(), faces.end());
+        OBJElementList& sorted = sorted_.emplace_back();
+        for (const std::uint32_t face : faces) sorted.addFace(face);
+        lists_.push_back({sorted.begin(), sorted.end()});
       }
     }
   }
@@ -155,13 +158,13 @@ class GroupsInFaceOrder {
  private:
   /// What has not been passed of a list in ascending order.
   struct Rest {
-    const std::uint32_t* begin;
-    const std::uint32_t* end;
+    OBJElementList::const_iterator begin;
+    OBJElementList::const_iterator end;
   };
 
   std::vector<std::uint32_t> first_;
   std::vector<Rest> lists_;
-  std::vector<std::vector<std::uint32_t>> sorted_;  ///< of lists that are not in ascending order
+  std::deque<OBJElementList> sorted_;  ///< of lists that are not in ascending order
 };
 
 /// Writes every face once, in order, with a group line wherever the group changes. A face stays with the
