@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include "KSmthExport.h"
 #include "document/DocumentWriter.h"
 #include "document/OBJDocument.h"
@@ -12,6 +14,12 @@ namespace WavefrontOBJ {
 /// lines. What stands behind them (a weight, a colour) is the model's. With fewer vertices in `positions` the
 /// others keep theirs. Whether the two fit is for the caller to ask, see `compareTopology`.
 KSMTH_API Result writeWithPositions(const OBJDocument& model, const OBJDocument& positions,
+                                    WriteOptions options, Sink& sink, WriteCounts* counts = nullptr);
+/// The same with x, y and z of each vertex from an array, as the fewest digits that read back as the same
+/// numbers of their type. They have to be finite.
+KSMTH_API Result writeWithPositions(const OBJDocument& model, std::span<const double> positions,
+                                    WriteOptions options, Sink& sink, WriteCounts* counts = nullptr);
+KSMTH_API Result writeWithPositions(const OBJDocument& model, std::span<const float> positions,
                                     WriteOptions options, Sink& sink, WriteCounts* counts = nullptr);
 
 }  // namespace WavefrontOBJ
