@@ -1,10 +1,11 @@
 #include "document/Replace.h"
 
+#include <array>
 #include <charconv>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "document/LineText.h"
 #include "document/LogicalLine.h"
@@ -12,16 +13,14 @@
 namespace WavefrontOBJ {
 namespace {
 
-constexpr std::size_t kNumbers = 3;
-
-/// Puts other positions into the vertex lines.
+/// Puts other numbers in front of what else stands in the vertex lines.
 class PositionRewriter : public Rewriter {
  public:
-  bool vectorText(VectorKind kind, std::uint32_t index, std::string& text) final {
+  bool vectorText(VectorKind kind, std::uint32_t index, std::string& text) override {
     std::string changed;
-    if (kind != VectorKind::position || !position(index, changed)) return false;
+    if (kind != VectorKind::position || !numbersOf(index, changed)) return false;
     LineWords ours(text);
-    for (std::size_t i = 0; i < kNumbers; ++i) ours.next();
+    for (int i = 0; i < kNumbers; ++i) ours.next();
     if (const std::string_view rest = ours.rest(); !rest.empty()) changed.append(" ").append(rest);
     text = changed;
     return true;
@@ -30,8 +29,10 @@ class PositionRewriter : public Rewriter {
   const Result& result() const { return result_; }
 
  protected:
-  /// The numbers of a vertex, parted by blanks; false to leave them.
-  virtual bool position(std::uint32_t index, std::string& text) = 0;
+  static constexpr int kNumbers = 3;
+
+  /// Three numbers for vertex `index`; false to leave what it has.
+  virtual bool numbersOf(std::uint32_t index, std::string& numbers) = 0;
 
   Result result_;
 };
@@ -43,18 +44,18 @@ class DocumentPositions : public PositionRewriter {
       : offsets_(positions.vectorOffsets(VectorKind::position)), lines_(positions.source()) {}
 
  private:
-  bool position(std::uint32_t index, std::string& text) override {
+  bool numbersOf(std::uint32_t index, std::string& numbers) override {
     if (index >= offsets_.size() || !result_) return false;
     std::string_view line;
     result_ = lines_.fetch(offsets_[index], line);
     if (!result_) return false;
     LineWords theirs(line);
     theirs.next();
-    for (std::size_t i = 0; i < kNumbers; ++i) {
+    for (int i = 0; i < kNumbers; ++i) {
       const std::string_view word = theirs.next();
-      if (i > 0) text += ' ';
+      if (i > 0) numbers += ' ';
       // As the reader takes a missing one.
-      text += word.empty() ? "0" : word;
+      numbers += word.empty() ? "0" : word;
     }
     return true;
   }
@@ -67,48 +68,52 @@ class DocumentPositions : public PositionRewriter {
 template <class Float>
 class ArrayPositions : public PositionRewriter {
  public:
-  explicit ArrayPositions(std::span<const Float> numbers) : numbers_(numbers) {}
+  explicit ArrayPositions(std::span<const Float> xyz) : xyz_(xyz) {}
 
  private:
-  bool position(std::uint32_t index, std::string& text) override {
-    if (index >= numbers_.size() / kNumbers) return false;
-    for (const Float number : numbers_.subspan(index * kNumbers, kNumbers)) {
-      if (!text.empty()) text += ' ';
-      char digits[32];
-      text.append(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+  bool numbersOf(std::uint32_t index, std::string& numbers) override {
+    constexpr std::size_t kLongest = 32;
+    if (index >= xyz_.size() / kNumbers) return false;
+    for (const Float number : xyz_.subspan(std::size_t{kNumbers} * index, kNumbers)) {
+      std::array<char, kLongest> digits{};
+      const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+      if (!numbers.empty()) numbers += ' ';
+      numbers.append(digits.data(), static_cast<std::size_t>(end - digits.data()));
     }
     return true;
   }
 
-  std::span<const Float> numbers_;
+  std::span<const Float> xyz_;
 };
 
-Result writeRewritten(const OBJDocument& model, PositionRewriter&& rewriter, WriteOptions options, Sink& sink,
-                      WriteCounts* counts) {
-  options.rewriter = &rewriter;
-  Result result = DocumentWriter(model).write(ElementLists::all(), options, sink, counts);
-  return result ? rewriter.result() : result;
+template <class Positions, class From>
+Result writeWith(const OBJDocument& model, const From& positions, WriteOptions& options, Sink& sink,
+                 WriteCounts* counts) {
+  try {
+    Positions rewriter(positions);
+    options.rewriter = &rewriter;
+    Result result = DocumentWriter(model).write(ElementLists::all(), options, sink, counts);
+    return result ? rewriter.result() : result;
+  } catch (const std::bad_alloc&) {
+    return {Status::outOfMemory, model.source().name() + ": out of memory"};
+  }
 }
 
 }  // namespace
 
 Result writeWithPositions(const OBJDocument& model, const OBJDocument& positions, WriteOptions options,
                           Sink& sink, WriteCounts* counts) {
-  try {
-    return writeRewritten(model, DocumentPositions(positions), std::move(options), sink, counts);
-  } catch (const std::bad_alloc&) {
-    return {Status::outOfMemory, model.source().name() + ": out of memory"};
-  }
+  return writeWith<DocumentPositions>(model, positions, options, sink, counts);
 }
 
-Result writeWithPositions(const OBJDocument& model, std::span<const double> positions, WriteOptions options,
+Result writeWithPositions(const OBJDocument& model, std::span<const double> xyz, WriteOptions options,
                           Sink& sink, WriteCounts* counts) {
-  return writeRewritten(model, ArrayPositions(positions), std::move(options), sink, counts);
+  return writeWith<ArrayPositions<double>>(model, xyz, options, sink, counts);
 }
 
-Result writeWithPositions(const OBJDocument& model, std::span<const float> positions, WriteOptions options,
+Result writeWithPositions(const OBJDocument& model, std::span<const float> xyz, WriteOptions options,
                           Sink& sink, WriteCounts* counts) {
-  return writeRewritten(model, ArrayPositions(positions), std::move(options), sink, counts);
+  return writeWith<ArrayPositions<float>>(model, xyz, options, sink, counts);
 }
 
 }  // namespace WavefrontOBJ

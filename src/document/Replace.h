@@ -15,11 +15,12 @@ namespace WavefrontOBJ {
 /// others keep theirs. Whether the two fit is for the caller to ask, see `compareTopology`.
 KSMTH_API Result writeWithPositions(const OBJDocument& model, const OBJDocument& positions,
                                     WriteOptions options, Sink& sink, WriteCounts* counts = nullptr);
-/// The same with x, y and z of each vertex from an array, as the fewest digits that read back as the same
-/// numbers of their type. They have to be finite.
-KSMTH_API Result writeWithPositions(const OBJDocument& model, std::span<const double> positions,
+
+/// The same with x, y and z of each vertex, finite numbers, in as many digits as it takes to read the very
+/// numbers again.
+KSMTH_API Result writeWithPositions(const OBJDocument& model, std::span<const double> xyz,
                                     WriteOptions options, Sink& sink, WriteCounts* counts = nullptr);
-KSMTH_API Result writeWithPositions(const OBJDocument& model, std::span<const float> positions,
+KSMTH_API Result writeWithPositions(const OBJDocument& model, std::span<const float> xyz,
                                     WriteOptions options, Sink& sink, WriteCounts* counts = nullptr);
 
 }  // namespace WavefrontOBJ
