@@ -56,6 +56,27 @@ void refuseErrors(const OBJDocument& document) {
   }
 }
 
+std::uint8_t maskValue(int value) {
+  if (value < 0 || value > 255) throw py::value_error("a mask value is 0 to 255");
+  return static_cast<std::uint8_t>(value);
+}
+
+HostMarks::Group hostGroup(const py::object& group, const py::object& smoothing) {
+  if (group.is_none() == smoothing.is_none())
+    throw py::type_error("either a group or a smoothing group is wanted");
+  if (group.is_none()) return {"", smoothing.cast<std::uint64_t>()};
+  return {nameBytes(group), std::nullopt};
+}
+
+py::array marksOf(std::optional<std::vector<std::uint8_t>> marks, const HostMarks::Group& group) {
+  if (!marks) {
+    throw py::key_error(group.smoothing
+                            ? "the host has no smoothing group " + std::to_string(*group.smoothing)
+                            : "the host has no group " + group.name);
+  }
+  return owned<std::uint8_t>(std::move(*marks));
+}
+
 }  // namespace
 
 std::shared_ptr<Document> readDocument(const py::object& source, const py::object& name,
@@ -326,10 +347,9 @@ py::array Document::verticesOf(const py::object& group) {
 }
 
 py::array Document::mask(const py::object& group, int value) {
-  if (value < 0 || value > 255) throw py::value_error("a mask value is 0 to 255");
+  const std::uint8_t byte = maskValue(value);
   const Faces faces = facesOf(group);
-  return owned<std::uint8_t>(
-      unlocked([&] { return maskOf(*document_, faces.indices, static_cast<std::uint8_t>(value)); }));
+  return owned<std::uint8_t>(unlocked([&] { return maskOf(*document_, faces.indices, byte); }));
 }
 
 py::object Document::border(const py::object& group, bool open) {
@@ -347,6 +367,29 @@ py::object Document::creases(const py::object& group, const py::object& smoothin
       unlocked([&] { return all ? smoothingBorders(*edges) : borderOf(*edges, faces.indices, open); });
   return typeOf("Border")(owned<std::int32_t>(std::move(border.edges), 2),
                           owned<std::int32_t>(std::move(border.corners)));
+}
+
+HostMarks& Document::hostMarks() {
+  if (!hostMarks_) {
+    std::unique_ptr<HostMarks> made;
+    require(unlocked([&] { return HostMarks::read(*document_, made); }), path());
+    // Another thread may have been faster, and what it has made is in use.
+    if (!hostMarks_) hostMarks_ = std::move(made);
+  }
+  return *hostMarks_;
+}
+
+py::array Document::hostMask(const py::object& group, const py::object& smoothing, int value) {
+  const std::uint8_t byte = maskValue(value);
+  const HostMarks::Group wanted = hostGroup(group, smoothing);
+  HostMarks& marks = hostMarks();
+  return marksOf(unlocked([&] { return marks.mask(wanted, byte); }), wanted);
+}
+
+py::array Document::hostCreases(const py::object& group, const py::object& smoothing) {
+  const HostMarks::Group wanted = hostGroup(group, smoothing);
+  HostMarks& marks = hostMarks();
+  return marksOf(unlocked([&] { return marks.creases(wanted); }), wanted);
 }
 
 }  // namespace ksmthgrp

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Convert.h"
+#include "HostMarks.h"
 #include "document/Borders.h"
 #include "document/ElementRows.h"
 #include "document/OBJDocument.h"
@@ -50,6 +51,8 @@ class Document {
   py::array mask(const py::object& group, int value);
   py::object border(const py::object& group, bool open);
   py::object creases(const py::object& group, const py::object& smoothing, bool open);
+  py::array hostMask(const py::object& group, const py::object& smoothing, int value);
+  py::array hostCreases(const py::object& group, const py::object& smoothing);
 
  private:
   /// Face indices with what keeps them alive.
@@ -61,6 +64,7 @@ class Document {
   const std::shared_ptr<const WavefrontOBJ::OBJMembers>& membersOf(WavefrontOBJ::Division division);
   const std::shared_ptr<const WavefrontOBJ::SmoothingMembers>& smoothingMembers();
   const std::shared_ptr<const WavefrontOBJ::FaceEdges>& edges();
+  HostMarks& hostMarks();
   Faces facesOf(const py::object& group);
   Faces facesOfSmoothing(const py::object& number);
 
@@ -72,6 +76,7 @@ class Document {
   std::shared_ptr<const WavefrontOBJ::OBJMembers> memberTables_[4];
   std::shared_ptr<const WavefrontOBJ::SmoothingMembers> smoothing_;
   std::shared_ptr<const WavefrontOBJ::FaceEdges> edges_;
+  std::unique_ptr<HostMarks> hostMarks_;
 };
 
 /// Reads an OBJ file: `source` is a path, bytes or a file object, `name` stands for the latter two.

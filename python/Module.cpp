@@ -146,7 +146,28 @@ whose faces have different smoothing numbers.
 
 creases(group=...) is border(...). creases(smoothing=3) is the border of the faces of smoothing number 3; 0
 stands for the faces of none. Without either, `corners` are those of the faces on both sides.
-Raises KeyError for an unknown name or number.)");
+Raises KeyError for an unknown name or number.)")
+      .def("host_mask", &Document::hostMask, py::arg("group") = py::none(), py::kw_only(),
+           py::arg("smoothing") = py::none(), py::arg("value") = 255,
+           R"(host_mask(self, group=None, *, smoothing=None, value=255)
+--
+
+What masking with a group writes to the host's mesh: a new uint8 array, the mask byte of each vertex of a mesh
+that had none.
+
+group is a name, or smoothing a number; value is 0 to 255. The file is read as the host reads it, whose groups,
+vertices and faces can be others than the document's (see `findings`, host_only). Raises KeyError where the host
+has no such group, FormatError where the host cannot read the file or would end.)")
+      .def("host_creases", &Document::hostCreases, py::arg("group") = py::none(), py::kw_only(),
+           py::arg("smoothing") = py::none(), R"(host_creases(self, group=None, *, smoothing=None)
+--
+
+What creasing with a group writes to the host's mesh: a new uint8 array, the crease byte of each face of a mesh
+that had none.
+
+Two bits (3 << 2 * k) for each edge k from corner k to the next one that a face outside the group shares, of the
+group's faces alone; edges from the fifth on have no bits, as the host's faces have four at most. For edges of all
+faces see creases(). Arguments and errors are as in host_mask.)");
 }
 
 DocumentClass addDocument(py::module_& module) {
