@@ -45,6 +45,14 @@ bool isPath(const py::handle& object) {
   return PyUnicode_Check(object.ptr()) || py::hasattr(object, "__fspath__");
 }
 
+std::string contentOf(const py::object& source) {
+  const py::object content = py::hasattr(source, "read") ? source.attr("read")() : source;
+  if (PyUnicode_Check(content.ptr())) return nameBytes(content);
+  if (PyObject_CheckBuffer(content.ptr()) == 0)
+    throw py::type_error("a path, bytes or a file object is wanted");
+  return py::bytes(py::reinterpret_steal<py::object>(PyBytes_FromObject(content.ptr())));
+}
+
 py::array arrayOf(const py::dtype& type, const std::vector<py::ssize_t>& shape, const void* data,
                   std::shared_ptr<const void> owner) {
   using Owner = std::shared_ptr<const void>;

@@ -32,6 +32,9 @@ py::str pathText(const std::string& path);
 /// str or os.PathLike.
 bool isPath(const py::handle& object);
 
+/// What a file object has left, which may be text, or what bytes or another buffer have. Throws TypeError.
+std::string contentOf(const py::object& source);
+
 /// An array that looks at `data` and keeps `owner` alive.
 py::array arrayOf(const py::dtype& type, const std::vector<py::ssize_t>& shape, const void* data,
                   std::shared_ptr<const void> owner);

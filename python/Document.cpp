@@ -37,13 +37,6 @@ py::array parsedValues(const OBJDocument& document, VectorKind kind, std::size_t
   return owned<Float>(std::move(values), width);
 }
 
-/// The content of a file object, which may give text.
-std::string contentOf(const py::object& source) {
-  const py::object content = source.attr("read")();
-  if (PyUnicode_Check(content.ptr())) return nameBytes(content);
-  return py::bytes(content);
-}
-
 /// The first thing that had to be left out, as an error.
 void refuseErrors(const OBJDocument& document) {
   for (const Finding& finding : document.findings().kept()) {
@@ -92,7 +85,7 @@ std::shared_ptr<Document> readDocument(const py::object& source, const py::objec
     result = unlocked([&] { return document->read(path, options); });
   } else {
     const bool isFile = py::hasattr(source, "read");
-    std::string bytes = isFile ? contentOf(source) : std::string(py::bytes(source));
+    std::string bytes = contentOf(source);
     std::string text = isFile ? "file object" : "bytes";
     const py::object own = isFile ? py::getattr(source, "name", py::none()) : py::none();
     if (!name.is_none()) {

@@ -1,5 +1,6 @@
 // What Python sees: names, signatures, help. Docstrings begin with a signature that `inspect` understands.
 #include "Document.h"
+#include "Psd.h"
 
 namespace ksmthgrp {
 
@@ -214,4 +215,5 @@ Raises NotFoundError or FileError when the file cannot be read, FormatError when
 or, with strict=True, has something wrong; MemoryError. Ctrl-C stops it.)");
   addWriting(module, document);
   addArrays(module);
+  addPsd(module);
 }

@@ -25,6 +25,7 @@ run without the interpreter's lock, and Ctrl-C stops them.
 ksmthgrp.psd reads and writes Photoshop documents.
 """
 
+from . import psd
 from ._arrays import from_arrays, write_arrays
 from ._ksmthgrp import Document, diff, merge, read, written_names
 from ._types import (Border, Change, Counts, Difference, Error, FileError, Finding, FormatError, Material,
@@ -32,7 +33,7 @@ from ._types import (Border, Change, Counts, Difference, Error, FileError, Findi
 
 __all__ = [
     "Border", "Change", "Counts", "Difference", "Document", "Error", "FileError", "Finding", "FormatError",
-    "Material", "Membership", "MergeReport", "NotFoundError", "diff", "from_arrays", "merge", "read",
+    "Material", "Membership", "MergeReport", "NotFoundError", "diff", "from_arrays", "merge", "psd", "read",
     "write_arrays", "written_names",
 ]
 
