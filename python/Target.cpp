@@ -22,11 +22,12 @@ WavefrontOBJ::Sink& Target::sink() {
 }
 
 void Target::commit() {
-  if (output_ != nullptr) {
-    require(unlocked([this] { return output_->commit(); }), path_);
-  } else {
+  if (output_ == nullptr) {
     file_.attr("write")(py::bytes(held_.text));
+    return;
   }
+  companions_.push_back(std::move(output_));
+  require(unlocked([this] { return WavefrontOBJ::Output::commitAll(companions_); }), path_);
 }
 
 }  // namespace ksmthgrp

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Convert.h"
 #include "document/Output.h"
@@ -20,13 +21,16 @@ class Target {
   /// A file in a folder, beside which others can lie.
   bool isFile() const { return output_ != nullptr && !output_->isDirect(); }
   const std::string& path() const { return path_; }
-  /// Puts the file in its place, or hands over the bytes.
+  /// Files that are to come into their places with it.
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>>& companions() { return companions_; }
+  /// Puts the files in their places, or hands over the bytes.
   void commit();
 
  private:
   py::object file_;
   std::string path_;
   std::unique_ptr<WavefrontOBJ::Output> output_;
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>> companions_;
   WavefrontOBJ::StringSink held_;
 };
 

@@ -46,21 +46,23 @@ ElementLists listsOf(const Document& d, const SelectionPatterns& patterns) {
   return lists;
 }
 
-/// The names of a document's libraries in a file beside `target`; empty where they stay.
-std::vector<std::string> librariesAt(const OBJDocument& document, const Target& target) {
+/// The names of a document's libraries in a file beside `target`; empty where they stay. With `copy` they
+/// come along.
+std::vector<std::string> librariesAt(const OBJDocument& document, Target& target, bool copy) {
   if (!target.isFile()) return {};
   Companions companions;
-  require(unlocked([&] { return planCompanions(document, folderPrefix(target.path()), false, companions); }),
+  require(unlocked([&] { return planCompanions(document, folderPrefix(target.path()), copy, companions); }),
           target.path());
   for (const std::string& warning : companions.warnings) {
     if (PyErr_WarnEx(PyExc_UserWarning, warning.c_str(), 1) != 0) throw py::error_already_set();
   }
+  require(unlocked([&] { return makeCopies(companions, target.companions()); }), target.path());
   return companions.libraries;
 }
 
 py::tuple write(const Document& d, const py::object& target, const py::object& groups,
                 const py::object& smoothing, const py::object& materials, const py::object& objects,
-                bool keepOrder, bool noSmoothing, bool noMaterials) {
+                bool keepOrder, bool noSmoothing, bool noMaterials, bool copyMaterials) {
   const ElementLists lists =
       listsOf(d, {wordsOf(groups), wordsOf(smoothing), wordsOf(materials), wordsOf(objects)});
   Target file(target);
@@ -70,7 +72,7 @@ py::tuple write(const Document& d, const py::object& target, const py::object& g
   options.materials = !noMaterials;
   options.progress = signalCheck();
   std::vector<std::string> libraries;
-  if (!noMaterials) libraries = librariesAt(d.document(), file);
+  if (!noMaterials) libraries = librariesAt(d.document(), file, copyMaterials);
   if (!libraries.empty()) options.libraries = &libraries;
   WriteCounts counts;
   require(unlocked([&] { return DocumentWriter(d.document()).write(lists, options, file.sink(), &counts); }),
@@ -102,7 +104,7 @@ py::tuple fixDocument(const Document& d, const py::object& target, bool objects,
   options.objects = objects;
   options.oneName = oneName;
   options.progress = signalCheck();
-  const std::vector<std::string> libraries = librariesAt(d.document(), file);
+  const std::vector<std::string> libraries = librariesAt(d.document(), file, false);
   if (!libraries.empty()) options.libraries = &libraries;
   FixReport report;
   require(unlocked([&] { return fix(d.document(), options, file.sink(), report); }), d.path());
@@ -110,8 +112,9 @@ py::tuple fixDocument(const Document& d, const py::object& target, bool objects,
   return changesOf(report);
 }
 
-py::object mergeDocuments(const std::vector<std::shared_ptr<Document>>& documents, const py::object& target,
-                          bool weld, bool concatenate) {
+py::object mergeDocuments(const py::iterable& given, const py::object& target, bool weld, bool concatenate) {
+  std::vector<std::shared_ptr<Document>> documents;
+  for (const py::handle& document : given) documents.push_back(document.cast<std::shared_ptr<Document>>());
   if (documents.empty()) throw py::value_error("nothing to merge");
   Target file(target);
   MergeOptions options;
@@ -122,7 +125,7 @@ py::object mergeDocuments(const std::vector<std::shared_ptr<Document>>& document
   bool stay = true;
   for (const auto& document : documents) {
     list.push_back(&document->document());
-    std::vector<std::string> names = librariesAt(document->document(), file);
+    std::vector<std::string> names = librariesAt(document->document(), file, false);
     stay = stay && names.empty();
     if (names.empty()) {
       for (const OBJLibrary& library : document->document().libraries()) names.push_back(library.text);
@@ -217,15 +220,16 @@ void addWriting(py::module_& module, DocumentClass& document) {
           "write", &write, py::arg("target"), py::kw_only(), py::arg("groups") = py::none(),
           py::arg("smoothing") = py::none(), py::arg("materials") = py::none(),
           py::arg("objects") = py::none(), py::arg("keep_order") = false, py::arg("no_smoothing") = false,
-          py::arg("no_materials") = false,
-          R"(write(self, target, *, groups=None, smoothing=None, materials=None, objects=None, keep_order=False, no_smoothing=False, no_materials=False)
+          py::arg("no_materials") = false, py::arg("copy_materials") = false,
+          R"(write(self, target, *, groups=None, smoothing=None, materials=None, objects=None, keep_order=False, no_smoothing=False, no_materials=False, copy_materials=False)
 --
 
 Writes the document, or the part of it that is chosen, and answers Counts. What need not change is written as
 the file has it, to the digit.
 
 target is a path or a binary file object. A path's file is replaced when all is written, the document's own
-file included; until then it stays as it is. Material libraries are named from where the new file lies.
+file included; until then it stays as it is. Material libraries are named from where the new file lies; with
+copy_materials=True they and their textures are copied to its folder instead.
 groups, materials and objects choose by name or shell pattern ("arm_*"), each one str or several; groups also by
 index from 1 or a range of them ("2-5"); smoothing by number or range, 0 for the faces of none; "" stands for
 elements without material or object. An element must satisfy all kinds that are given. A part has the vertices

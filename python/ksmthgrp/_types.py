@@ -82,7 +82,8 @@ class Change(NamedTuple):
     """"rewritten" (says the same otherwise), "left-out" or "unsaid" (stays, but the host will not know)."""
     message: str
     """A sentence for people."""
-    count: int
+    total: int
+    """Places in all."""
     places: Tuple[Tuple[Optional[int], str], ...]
     """Line, from 1, and text of the first of them."""
 
