@@ -92,6 +92,7 @@ ReadImage readImage(const std::string& path, std::vector<unsigned char> bytes) {
 Result readSource(Source& source, std::vector<unsigned char>& bytes) {
   if (source.size() > kMostBytes) return {Status::tooLarge, source.name() + ": is longer than 2 GiB"};
   bytes.resize(static_cast<std::size_t>(source.size()));
+  if (bytes.empty()) return {};
   return source.read(0, reinterpret_cast<char*>(bytes.data()), bytes.size());
 }
 
@@ -165,7 +166,9 @@ Pixels pixelsOf(const py::object& given, const std::string& what, py::ssize_t le
   if (shaped.shape(0) > kMostSide || shaped.shape(1) > kMostSide) {
     throw py::value_error(what + ": the format has at most 30,000 pixels a side");
   }
-  return Pixels(shaped);
+  auto plain = Pixels::ensure(shaped);
+  if (!plain) throw py::error_already_set();
+  return plain;
 }
 
 WrittenLayer layerOf(const py::handle& given, std::size_t index) {
