@@ -15,8 +15,9 @@ void addVectors(DocumentClass& document) {
       .def_property_readonly(
           "positions", [](Document& d) { return d.values(VectorKind::position); },
           "The vertices' places: float array of shape (N, 3), in the file's units. Parsed when it is first "
-          "asked "
-          "for.\n\nRaises FileError when the file has changed since it was opened.")
+          "asked for.\n"
+          "\n"
+          "Raises FileError when the file has changed since it was opened.")
       .def_property_readonly(
           "texcoords", [](Document& d) { return d.values(VectorKind::texture); },
           "Texture coordinates: float array of shape (T, 2). `values(\"vt\", 3)` has the third number.")
@@ -25,7 +26,8 @@ void addVectors(DocumentClass& document) {
           "Normals as the file has them, of whatever length: float array of shape (M, 3).")
       .def_property_readonly("colors", &Document::colours,
                              "Vertex colours: float32 array of shape (N, 3), 0 to 1 as written behind the "
-                             "positions, 1 for vertices without. Shape (0, 3) where no vertex has one.")
+                             "positions, 1 for vertices without.\n"
+                             "Shape (0, 3) where no vertex has one.")
       .def("values", &Document::numbers, py::arg("keyword"), py::arg("width"), R"(values(self, keyword, width)
 --
 
@@ -39,8 +41,8 @@ void addElements(DocumentClass& document) {
       .def_property_readonly(
           "face_starts", [](const Document& d) { return d.starts(ElementKind::face); },
           "int32 array of shape (F + 1,): face i has the corners face_starts[i] up to face_starts[i + 1] of "
-          "the "
-          "arrays below. int64 in files of 2**31 corners and more.")
+          "the arrays\n"
+          "below. int64 in files of 2**31 corners and more.")
       .def_property_readonly(
           "face_vertices", [](const Document& d) { return d.vertices(ElementKind::face); },
           "int32 array of shape (corners,): each corner's vertex, from 0.")
@@ -69,12 +71,12 @@ void addStates(DocumentClass& document) {
       .def_property_readonly(
           "groups", [](Document& d) { return d.members(Division::group); },
           "Ordered mapping, name -> int32 array of the group's faces, ascending. In the order in which faces "
-          "first "
-          "had them; a face may be in several. Faces before the first \"g\" line are in \"default\".")
-      .def_property_readonly(
-          "smoothing", &Document::smoothing,
-          "Mapping, smoothing number -> int32 array of its faces; numbers ascend. 0 has the faces "
-          "of none: \"off\", \"0\" and those before the first \"s\" line.")
+          "first had\n"
+          "them; a face may be in several. Faces before the first \"g\" line are in \"default\".")
+      .def_property_readonly("smoothing", &Document::smoothing,
+                             "Mapping, smoothing number -> int32 array of its faces; numbers ascend. 0 has "
+                             "the faces of none: \"off\", \"0\" and\n"
+                             "those before the first \"s\" line.")
       .def_property_readonly(
           "materials", [](Document& d) { return d.members(Division::material); },
           "Ordered mapping, name -> int32 array of the material's faces. Faces without one are in none.")
@@ -92,18 +94,20 @@ void addStates(DocumentClass& document) {
       .def_property_readonly(
           "libraries", &Document::libraries,
           "Paths of the material libraries that the file names, in order; they need not be there.")
-      .def("read_materials", &Document::materialLibrary, R"(read_materials(self)
+      .def("read_materials", &Document::materialLibrary,
+           R"(read_materials(self)
 --
 
 The materials of all libraries that are there, as a dict, name -> Material.
 
 The first of a name counts. Missing libraries are passed over; lint() finds them.)")
-      .def_property_readonly(
-          "findings", &Document::findings,
-          "What the read doubted, by line: a tuple of Finding. Of each kind the first 100 are kept. "
-          "Those of severity \"error\" tell of data that were left out.")
+      .def_property_readonly("findings", &Document::findings,
+                             "What the read doubted, by line: a tuple of Finding. Of each kind the first 100 "
+                             "are kept. Those of severity\n"
+                             "\"error\" tell of data that were left out.")
       .def("lint", &Document::lint, py::kw_only(), py::arg("numbers") = true, py::arg("geometry") = true,
-           py::arg("materials") = true, R"(lint(self, *, numbers=True, geometry=True, materials=True)
+           py::arg("materials") = true,
+           R"(lint(self, *, numbers=True, geometry=True, materials=True)
 --
 
 The findings of the read and those of a closer look, by line: a tuple of Finding.

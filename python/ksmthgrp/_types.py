@@ -6,12 +6,14 @@ import numpy
 
 
 class Error(Exception):
-    """What goes wrong with a file. The base of all errors of this module's own."""
+    """What goes wrong with a file. The base of all errors of this module's own.
+
+    path  The file, or the name that was given for bytes; None where it is about no file.
+    line  The line, from 1; None where it is about no single line.
+    """
 
     path: Optional[str] = None
-    """The file, or the name that was given for bytes; None where it is about no file."""
     line: Optional[int] = None
-    """The line, from 1; None where it is about no single line."""
 
 
 class FileError(Error, OSError):
@@ -28,32 +30,36 @@ class FormatError(Error, ValueError):
 
 
 class Border(NamedTuple):
-    """Edges where something ends."""
+    """Edges where something ends.
+
+    edges    int32, shape (E, 2): two vertices each, the smaller first; ascending, each edge once.
+    corners  int32, shape (C,): where these edges begin in the faces that see the border. Indices into
+             `Document.face_vertices`, ascending; the edge goes on to the next corner of the same face.
+    """
 
     edges: numpy.ndarray
-    """int32, shape (E, 2): two vertices each, the smaller first; ascending, each edge once."""
     corners: numpy.ndarray
-    """int32, shape (C,): where these edges begin in the faces that see the border. Indices into
-    `Document.face_vertices`, ascending; the edge goes on to the next corner of the same face."""
 
 
 class Finding(NamedTuple):
-    """Something that is doubted about a file."""
+    """Something that is doubted about a file.
+
+    code       Stable name of the kind, such as "relative-index".
+    severity   "error" (data are missing), "warning" (some program reads it otherwise) or "note".
+    host_only  Of interest only to who brings the file into the host, which reads it otherwise.
+    line       From 1; None when it is about the whole file.
+    column     From 1, in bytes; None when it is about the whole line.
+    message    A sentence for people.
+    text       What stands there, or how many; may be empty.
+    """
 
     code: str
-    """Stable name of the kind, such as "relative-index"."""
     severity: str
-    """"error" (data are missing), "warning" (some program reads it otherwise) or "note"."""
     host_only: bool
-    """Of interest only to who brings the file into the host, which reads it otherwise."""
     line: Optional[int]
-    """From 1; None when it is about the whole file."""
     column: Optional[int]
-    """From 1, in bytes; None when it is about the whole line."""
     message: str
-    """A sentence for people."""
     text: str
-    """What stands there, or how many; may be empty."""
 
     def __str__(self) -> str:
         place = "".join(f"{number}: " for number in (self.line, self.column) if number is not None)
@@ -74,103 +80,129 @@ class Counts(NamedTuple):
 
 
 class Change(NamedTuple):
-    """One kind of change that `fix` made, or that it could not make."""
+    """One kind of change that `fix` made, or that it could not make.
+
+    code     Stable name of the kind.
+    effect   "rewritten" (says the same otherwise), "left-out" or "unsaid" (stays, but the host will not
+             know).
+    message  A sentence for people.
+    total    Places in all.
+    places   Line, from 1, and text of the first of them.
+    """
 
     code: str
-    """Stable name of the kind."""
     effect: str
-    """"rewritten" (says the same otherwise), "left-out" or "unsaid" (stays, but the host will not know)."""
     message: str
-    """A sentence for people."""
     total: int
-    """Places in all."""
     places: Tuple[Tuple[Optional[int], str], ...]
-    """Line, from 1, and text of the first of them."""
 
 
 class MergeReport(NamedTuple):
-    """How `merge` went."""
+    """How `merge` went.
+
+    counts           What was written.
+    documents        Documents that were put together from parts.
+    missing          Vertex lines, elements and statements of those that no part has.
+    differing        Vertex lines that are not alike in all parts; the first file's holds.
+    first_differing  Where the first of them stands, for people; empty for none.
+    welded           Vertex lines left out for others with the same words.
+    """
 
     counts: Counts
     documents: int
-    """Documents that were put together from parts."""
     missing: int
-    """Vertex lines, elements and statements of those that no part has."""
     differing: int
-    """Vertex lines that are not alike in all parts; the first file's holds."""
     first_differing: str
-    """Where the first of them stands, for people; empty for none."""
     welded: int
-    """Vertex lines left out for others with the same words."""
 
 
 class Membership(NamedTuple):
-    """A group, smoothing group, material or object that is not alike in two documents."""
+    """A group, smoothing group, material or object that is not alike in two documents.
+
+    division    "group", "smoothing", "material" or "object".
+    name        The number of a smoothing group; empty for the elements without material or object.
+    present     Whether the first document has it, and the second.
+    faces       How many faces it has in each.
+    faces_only  Faces that it has in one document and not in the other.
+    """
 
     division: str
-    """"group", "smoothing", "material" or "object"."""
     name: str
-    """The number of a smoothing group; empty for the elements without material or object."""
     present: Tuple[bool, bool]
     faces: Tuple[int, int]
     faces_only: Tuple[int, int]
-    """Faces that it has in one document and not in the other."""
 
 
 class Difference(NamedTuple):
-    """How two documents differ."""
+    """How two documents differ.
+
+    same_topology    As many vertices, and the same faces, lines and points in the same order.
+    topology         Where they first differ, for people; None with the same topology.
+    topology_lines   The lines that this is about, 0 where there is none.
+    memberships      What is not alike in both.
+    faces_with_other_texcoords, faces_with_other_normals
+                     Faces with other indices of them; 0 with another topology.
+    moved            Vertices at another place; None with another number of vertices.
+    greatest_move, mean_move
+                     Distances, of the vertices that moved.
+    greatest_vertex  The vertex that moved farthest, from 0.
+    """
 
     same_topology: bool
-    """As many vertices, and the same faces, lines and points in the same order."""
     topology: Optional[str]
-    """Where they first differ, for people; None with the same topology."""
     topology_lines: Optional[Tuple[int, int]]
-    """The lines that this is about, 0 where there is none."""
     memberships: Tuple[Membership, ...]
     faces_with_other_texcoords: int
     faces_with_other_normals: int
     moved: Optional[int]
-    """Vertices at another place; None with another number of vertices."""
     greatest_move: float
     mean_move: float
-    """Distances, of the vertices that moved."""
     greatest_vertex: int
-    """The vertex that moved farthest, from 0."""
 
 
 class Material(NamedTuple):
-    """A material of a material library."""
+    """A material of a material library.
+
+    name      As the library and "usemtl" lines have it.
+    library   The path of its library.
+    values    The numbers of its statements by keyword in lower case: "kd" has red, green and blue, "ns" and
+              "d" one number each.
+    textures  Paths of image files by keyword in lower case, such as "map_kd". They need not be there.
+    """
 
     name: str
     library: str
-    """The path of its library."""
     values: Dict[str, Tuple[float, ...]]
-    """The numbers of its statements by keyword in lower case: "kd" has red, green and blue, "ns" and "d" one
-    number each."""
     textures: Dict[str, str]
-    """Paths of image files by keyword in lower case, such as "map_kd". They need not be there."""
 
 
 class Layer(NamedTuple):
-    """A layer of a Photoshop document."""
+    """A layer of a Photoshop document.
+
+    name       Up to 255 bytes of UTF-8. Programs that go by the format's old rule show others than ASCII otherwise.
+    pixels     uint8, shape (height, width, 4): red, green, blue, alpha. Empty for a layer without pixels.
+    left, top  Where its pixels begin in the image.
+    opacity    0 to 255.
+    visible    Whether programs show it.
+    blend      The format's four-letter key: "norm", "mul ", "hLit" and so on.
+    """
 
     name: str
     pixels: numpy.ndarray
-    """uint8, shape (height, width, 4): red, green, blue, alpha. Empty for a layer without pixels."""
     left: int = 0
     top: int = 0
-    """Where its pixels begin in the image."""
     opacity: int = 255
     visible: bool = True
     blend: str = "norm"
-    """The format's four-letter key: "norm", "mul ", "hLit" and so on."""
 
 
 class Image(NamedTuple):
-    """A Photoshop document."""
+    """A Photoshop document.
+
+    pixels  uint8, shape (height, width, channels): the merged image. 1 channel is grey, 2 grey and alpha, 3
+            red, green and blue, 4 with alpha.
+    layers  The lowest first; empty for a flat document.
+    """
 
     pixels: numpy.ndarray
-    """uint8, shape (height, width, channels): the merged image. 1 channel is grey, 2 grey and alpha, 3 red,
-    green and blue, 4 with alpha."""
     layers: List[Layer]
-    """The lowest first; empty for a flat document."""

@@ -246,6 +246,25 @@ class Errors(unittest.TestCase):
             thread.join()
 
 
+    def test_threads_share_a_document(self):
+        single = ksmthgrp.read(ROBOT)
+        names = ("positions", "normals", "face_smoothing", "groups", "smoothing", "materials")
+        wanted = [repr(getattr(single, name)) for name in names] + [single.creases().corners.tolist(),
+                                                                     single.host_creases(smoothing=3).tolist()]
+        document, found = ksmthgrp.read(ROBOT), []
+
+        def look():
+            found.append([repr(getattr(document, name)) for name in names] +
+                         [document.creases().corners.tolist(), document.host_creases(smoothing=3).tolist()])
+
+        threads = [threading.Thread(target=look) for _ in range(8)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        self.assertEqual(found, [wanted] * 8)
+
+
 class Manual(unittest.TestCase):
     def test_names_and_explains_everything(self):
         text = pydoc.render_doc(ksmthgrp, renderer=pydoc.plaintext)
