@@ -54,8 +54,7 @@ class Mesh {
 
   template <class Float>
   std::span<const Float> numberSpan(const py::array& array) {
-    const auto plain = py::array_t<Float, py::array::c_style | py::array::forcecast>::ensure(array);
-    if (!plain) throw py::error_already_set();
+    const py::array_t<Float, py::array::c_style | py::array::forcecast> plain(array);
     kept_.append(plain);
     return {plain.data(), static_cast<std::size_t>(plain.size())};
   }
@@ -68,7 +67,9 @@ class Mesh {
     if (!array || (array.size() > 0 && array.dtype().kind() != 'i' && array.dtype().kind() != 'u')) {
       throw py::type_error(name + ": is no array of whole numbers");
     }
-    if (array.size() > 0 && static_cast<std::size_t>(array.itemsize()) > sizeof(Integer)) {
+    // A type that has numbers past the library's.
+    const std::size_t most = sizeof(Integer) - (array.dtype().kind() == 'u' ? 1 : 0);
+    if (array.size() > 0 && static_cast<std::size_t>(array.itemsize()) > most) {
       constexpr auto kMost = std::numeric_limits<Integer>::max();
       const bool fits = array.attr("max")().attr("__le__")(kMost).template cast<bool>() &&
                         array.attr("min")().attr("__ge__")(-kMost).template cast<bool>();
@@ -76,8 +77,7 @@ class Mesh {
         throw py::value_error(name + ": has numbers of more than " + std::to_string(8 * sizeof(Integer)) +
                               " bits");
     }
-    const auto plain = py::array_t<Integer, py::array::c_style | py::array::forcecast>::ensure(array);
-    if (!plain) throw py::error_already_set();
+    const py::array_t<Integer, py::array::c_style | py::array::forcecast> plain(array);
     kept_.append(plain);
     return {plain.data(), static_cast<std::size_t>(plain.size())};
   }

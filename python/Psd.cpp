@@ -166,8 +166,7 @@ Pixels pixelsOf(const py::object& given, const std::string& what, py::ssize_t le
   if (shaped.shape(0) > kMostSide || shaped.shape(1) > kMostSide) {
     throw py::value_error(what + ": the format has at most 30,000 pixels a side");
   }
-  auto plain = Pixels::ensure(shaped);
-  if (!plain) throw py::error_already_set();
+  Pixels plain(shaped);
   return plain;
 }
 

@@ -191,8 +191,12 @@ class Errors(unittest.TestCase):
             (lambda: ksmthgrp.from_arrays(square, [[0, 1, 4]]), ValueError),
             (lambda: ksmthgrp.from_arrays(square, [[0, 1, 2.0]]), TypeError),
             (lambda: ksmthgrp.from_arrays(square, [[0, 1, 2**40]]), ValueError),
+            (lambda: ksmthgrp.from_arrays(square, [[0, 1, 2]], texcoords=[[0, 0]],
+                                          face_texcoords=numpy.full(3, 2**32 - 1, numpy.uint32)), ValueError),
             (lambda: ksmthgrp.from_arrays(square, [0, 1, 2]), ValueError),
             (lambda: ksmthgrp.from_arrays([[1.0, 2]]), ValueError),
+            (lambda: ksmthgrp.from_arrays([["a", "b", "c"]]), ValueError),
+            (lambda: ksmthgrp.from_arrays([[1.0, 2, 3], [4]]), TypeError),
             (lambda: ksmthgrp.from_arrays(square, [[0, 1, 2]], groups={"a": [1]}), ValueError),
         ]
         for number, (call, kind, *place) in enumerate(rows):
