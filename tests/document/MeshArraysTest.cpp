@@ -51,6 +51,7 @@ struct RandomArrays {
       for (std::uint32_t f = 0; f < faces; ++f) {
         if (below(random, 3) == 0) group.push_back(static_cast<std::int32_t>(f));
       }
+      if (!group.empty()) group.push_back(group.front());
       std::shuffle(group.begin(), group.end(), random);
     }
   }
@@ -102,6 +103,7 @@ void roundTrip(Random& random) {
   ASSERT_EQ(problemOf(mesh), "");
   ASSERT_TRUE(writeArrays(mesh, sink, &counts));
   EXPECT_EQ(counts.bytes, sink.text.size());
+  for (const char* wrong : {"\ng\n", " a a", " b b"}) EXPECT_EQ(sink.text.find(wrong), std::string::npos);
   OBJDocument document;
   ASSERT_TRUE(document.readBytes(sink.text, "m.obj"));
   expectSame(document, VectorKind::position, 3, arrays.positions);
@@ -123,6 +125,7 @@ void roundTrip(Random& random) {
   for (const MeshArrays::Group& group : mesh.groups) {
     Indices wanted(group.faces.begin(), group.faces.end());
     std::ranges::sort(wanted);
+    wanted.erase(std::unique(wanted.begin(), wanted.end()), wanted.end());
     grouped.insert(wanted.begin(), wanted.end());
     const std::int32_t row = document.find(Division::group, group.name);
     if (row == kNoIndex) {
@@ -163,7 +166,8 @@ TEST(MeshArrays, AreRefusedWhereTheyDoNotFit) {
   RandomArrays<double> arrays(random);
   while (arrays.smoothing.size() < 2 || arrays.positions.size() < 6) arrays = RandomArrays<double>(random);
   const Indices bad{-2};
-  const Indices tooFar{0, 1000};
+  const Indices tooFar{0, static_cast<std::int32_t>(arrays.positions.size() / 3)};
+  const Indices pastFaces{0, static_cast<std::int32_t>(arrays.smoothing.size())};
   const std::vector<std::int64_t> negative(arrays.smoothing.size(), -1);
   const double infinity[] = {0, 0, std::numeric_limits<double>::infinity()};
   const double grey[] = {0.5, 0.5, 0.5};
@@ -176,14 +180,15 @@ TEST(MeshArrays, AreRefusedWhereTheyDoNotFit) {
       {"normals[0]: is not finite", [&](MeshArrays& m) { m.normals = std::span<const double>(infinity); }},
       {"colors: there are 1", [&](MeshArrays& m) { m.colours = std::span<const double>(grey); }},
       {"face_starts[1]: face of fewer", [&](MeshArrays& m) { m.faceStarts = two; }},
+      {"face_starts[0]: is not 0", [&](MeshArrays& m) { m.faceStarts = m.faceStarts.subspan(1); }},
       {"face_starts: is empty", [&](MeshArrays& m) { m.faceStarts = {}; }},
       {"face_starts: ends at", [&](MeshArrays& m) { m.faceStarts = m.faceStarts.first(2); }},
       {"face_vertices[0]: index", [&](MeshArrays& m) { m.positions = std::span<const double>(); }},
       {"face_texcoords: has 1 entries", [&](MeshArrays& m) { m.faceTextures = bad; }},
-      {"lines[1]: index 1000", [&](MeshArrays& m) { m.lines = tooFar; }},
+      {"lines[1]: index ", [&](MeshArrays& m) { m.lines = tooFar; }},
       {"face_material: has 1", [&](MeshArrays& m) { m.faceMaterial = bad; }},
       {"groups[a][0]: index -2", [&](MeshArrays& m) { m.groups[0].faces = bad; }},
-      {"groups[b][1]: index 1000", [&](MeshArrays& m) { m.groups[1].faces = tooFar; }},
+      {"groups[b][1]: index ", [&](MeshArrays& m) { m.groups[1].faces = pastFaces; }},
       {"smoothing: has 1", [&](MeshArrays& m) { m.faceSmoothing = std::span(negative).first(1); }},
       {"smoothing[0]: is negative", [&](MeshArrays& m) { m.faceSmoothing = negative; }},
   };
