@@ -6,9 +6,10 @@ using WavefrontOBJ::OBJModel;
 
 namespace {
 
+constexpr std::size_t kElementSize = 8;
+
 /// The mask bytes of a mesh's vertices; without a first one where the mesh has none.
 MarkBytes maskBytes(const AMash3D* mesh) {
-  constexpr std::size_t kElementSize = 8;
   constexpr std::size_t kMaskByte = 2;
   if (mesh == nullptr || !mesh->vertexAttributes) return {nullptr, kElementSize, 0};
   unsigned char* const elements = mesh->vertexAttributes->elements();
@@ -17,16 +18,18 @@ MarkBytes maskBytes(const AMash3D* mesh) {
           count > 0 ? static_cast<std::uint32_t>(count) : 0};
 }
 
-}  // namespace
-
-std::int32_t maskGroup(const MarkBytes& vertices, const OBJModel& model, const MarkedGroup& group,
-                       unsigned char value) {
+/// `kStride`: that of the bytes where it is known beforehand, 0 where it is not.
+template <std::size_t kStride>
+std::int32_t maskWith(const MarkBytes& vertices, const OBJModel& model, const MarkedGroup& group,
+                      unsigned char value) {
   std::uint32_t writes = 0;
-  const auto mask = [&](const OBJFaceView& face) {
+  // By value: a byte that is written may be anything's, as far as the compiler knows.
+  const auto mask = [first = vertices.first, stride = kStride != 0 ? kStride : vertices.stride,
+                     limit = vertices.count, value, &writes](const OBJFaceView& face) {
     for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
       const std::uint32_t vertex = face.vertexIndex[i];
-      if (vertex >= vertices.count) continue;
-      vertices[vertex] = value;
+      if (vertex >= limit) continue;
+      first[vertex * stride] = value;
       ++writes;
     }
   };
@@ -41,6 +44,14 @@ std::int32_t maskGroup(const MarkBytes& vertices, const OBJModel& model, const M
     }
   }
   return static_cast<std::int32_t>(writes);
+}
+
+}  // namespace
+
+std::int32_t maskGroup(const MarkBytes& vertices, const OBJModel& model, const MarkedGroup& group,
+                       unsigned char value) {
+  return vertices.stride == kElementSize ? maskWith<kElementSize>(vertices, model, group, value)
+                                         : maskWith<0>(vertices, model, group, value);
 }
 
 std::int32_t Mesh3D_MaskGroupFromOBJ(AMash3D* mesh, OBJModel* model, std::uint32_t groupIndex,
