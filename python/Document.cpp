@@ -1,5 +1,7 @@
 #include "Document.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <limits>
 
@@ -35,6 +37,16 @@ py::array parsedValues(const OBJDocument& document, VectorKind kind, std::size_t
   require(unlocked([&] { return document.values(kind, width, values, signalCheck()); }),
           document.source().name());
   return owned<Float>(std::move(values), width);
+}
+
+/// Corners have indices of more than 31 bits.
+bool isWide(const ElementTable& table) {
+  return table.cornerTotal() > static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
+}
+
+bool isPipe(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 /// The first thing that had to be left out, as an error.
@@ -82,7 +94,13 @@ std::shared_ptr<Document> readDocument(const py::object& source, const py::objec
   if (isPath(source)) {
     if (!name.is_none()) throw py::type_error("read() takes a name only for bytes and file objects");
     const std::string path = pathBytes(source);
-    result = unlocked([&] { return document->read(path, options); });
+    if (isPipe(path)) {
+      // Python's own read can be interrupted while it waits.
+      std::string bytes = contentOf(py::module_::import("io").attr("open")(source, "rb"));
+      result = unlocked([&] { return document->readBytes(std::move(bytes), path, options); });
+    } else {
+      result = unlocked([&] { return document->read(path, options); });
+    }
   } else {
     const bool isFile = py::hasattr(source, "read");
     std::string bytes = contentOf(source);
@@ -144,7 +162,7 @@ py::array Document::starts(ElementKind kind) const {
   const ElementTable& table = document_->elements(kind);
   const std::span<const std::uint32_t> starts = table.rowStarts();
   if (starts.empty()) return owned<std::int32_t>(std::vector<std::int32_t>{0});
-  if (table.cornerTotal() > static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max())) {
+  if (isWide(table)) {
     return owned<std::int64_t>(std::vector<std::int64_t>(starts.begin(), starts.end()));
   }
   return view(starts, document_);
@@ -359,7 +377,9 @@ py::object Document::creases(const py::object& group, const py::object& smoothin
   Border border =
       unlocked([&] { return all ? smoothingBorders(*edges) : borderOf(*edges, faces.indices, open); });
   return typeOf("Border")(owned<std::int32_t>(std::move(border.edges), 2),
-                          owned<std::int32_t>(std::move(border.corners)));
+                          isWide(document_->faces()) ? owned<std::int64_t>(std::vector<std::int64_t>(
+                                                           border.corners.begin(), border.corners.end()))
+                                                     : owned<std::int32_t>(std::move(border.corners)));
 }
 
 HostMarks& Document::hostMarks() {

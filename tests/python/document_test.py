@@ -108,6 +108,11 @@ class Arrays(unittest.TestCase):
             self.assertEqual(document.positions.tolist(), ksmthgrp.read(ROBOT).positions.tolist())
         self.assertEqual([d.path for d in documents], [ROBOT, ROBOT, "bytes", "dir/a.obj", "file object"])
         self.assertEqual(documents[3].libraries, ("dir/robot.mtl",))
+        with tempfile.TemporaryDirectory() as folder:
+            pipe = os.path.join(folder, "pipe")
+            os.mkfifo(pipe)
+            with subprocess.Popen(["cp", ROBOT, pipe]):
+                self.assertEqual(ksmthgrp.read(pipe).path, pipe)
         odd = ksmthgrp.read(b"v 0 0 0\ng \xff\nf 1 1 1\n")
         self.assertEqual(list(odd.groups), ["\udcff"])
         self.assertEqual(list(written(odd).groups), ["\udcff"])
