@@ -34,7 +34,7 @@ class Mesh {
     mesh_.libraries = texts(arguments["libraries"]);
     mesh_.comments = texts(arguments["comments"]);
     const std::string problem = unlocked([this] { return problemOf(mesh_); });
-    if (!problem.empty()) throw py::value_error(problem);
+    if (!problem.empty()) refuse(PyExc_ValueError, problem);
   }
 
   const MeshArrays& arrays() const { return mesh_; }
@@ -65,7 +65,7 @@ class Mesh {
     if (given.is_none()) return {};
     const py::array array = py::array::ensure(given);
     if (!array || (array.size() > 0 && array.dtype().kind() != 'i' && array.dtype().kind() != 'u')) {
-      throw py::type_error(name + ": is no array of whole numbers");
+      refuse(PyExc_TypeError, name + ": is no array of whole numbers");
     }
     // A type that has numbers past the library's.
     const std::size_t most = sizeof(Integer) - (array.dtype().kind() == 'u' ? 1 : 0);
@@ -74,8 +74,8 @@ class Mesh {
       const bool fits = array.attr("max")().attr("__le__")(kMost).template cast<bool>() &&
                         array.attr("min")().attr("__ge__")(-kMost).template cast<bool>();
       if (!fits)
-        throw py::value_error(name + ": has numbers of more than " + std::to_string(8 * sizeof(Integer)) +
-                              " bits");
+        refuse(PyExc_ValueError,
+               name + ": has numbers of more than " + std::to_string(8 * sizeof(Integer)) + " bits");
     }
     const py::array_t<Integer, py::array::c_style | py::array::forcecast> plain(array);
     kept_.append(plain);

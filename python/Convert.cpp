@@ -65,6 +65,11 @@ py::array readOnly(py::array array) {
   return array;
 }
 
+void refuse(PyObject* type, const std::string& text) {
+  PyErr_SetObject(type, nameText(text).ptr());
+  throw py::error_already_set();
+}
+
 WavefrontOBJ::Progress signalCheck() {
   using Clock = std::chrono::steady_clock;
   return [last = Clock::now()](double) mutable {

@@ -62,6 +62,9 @@ py::array owned(std::vector<Row> data, std::size_t width = 0) {
   return arrayOf(py::dtype::of<T>(), shape, kept->data(), kept);
 }
 
+/// Raises an error of Python's own; the text may have names in it.
+[[noreturn]] void refuse(PyObject* type, const std::string& text);
+
 /// Has Python look for signals now and then, and ends the work where one raises. To be called without the
 /// interpreter's lock.
 WavefrontOBJ::Progress signalCheck();

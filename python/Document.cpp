@@ -66,18 +66,28 @@ std::uint8_t maskValue(int value) {
   return static_cast<std::uint8_t>(value);
 }
 
+/// Throws TypeError for what is no number, KeyError for one that no smoothing group can have.
+std::uint64_t smoothingNumber(const py::object& given) {
+  const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(given.ptr()));
+  if (!number) throw py::error_already_set();
+  const std::uint64_t value = PyLong_AsUnsignedLongLong(number.ptr());
+  if (PyErr_Occurred() == nullptr) return value;
+  PyErr_Clear();
+  throw py::key_error("no smoothing group " + std::string(py::str(number)));
+}
+
 HostMarks::Group hostGroup(const py::object& group, const py::object& smoothing) {
   if (group.is_none() == smoothing.is_none())
     throw py::type_error("either a group or a smoothing group is wanted");
-  if (group.is_none()) return {"", smoothing.cast<std::uint64_t>()};
+  if (group.is_none()) return {"", smoothingNumber(smoothing)};
   return {nameBytes(group), std::nullopt};
 }
 
 py::array marksOf(std::optional<std::vector<std::uint8_t>> marks, const HostMarks::Group& group) {
   if (!marks) {
-    throw py::key_error(group.smoothing
-                            ? "the host has no smoothing group " + std::to_string(*group.smoothing)
-                            : "the host has no group " + group.name);
+    refuse(PyExc_KeyError, group.smoothing
+                               ? "the host has no smoothing group " + std::to_string(*group.smoothing)
+                               : "the host has no group " + group.name);
   }
   return owned<std::uint8_t>(std::move(*marks));
 }
@@ -96,7 +106,9 @@ std::shared_ptr<Document> readDocument(const py::object& source, const py::objec
     const std::string path = pathBytes(source);
     if (isPipe(path)) {
       // Python's own read can be interrupted while it waits.
-      std::string bytes = contentOf(py::module_::import("io").attr("open")(source, "rb"));
+      const py::object file = py::module_::import("io").attr("open")(source, "rb");
+      std::string bytes = contentOf(file);
+      file.attr("close")();
       result = unlocked([&] { return document->readBytes(std::move(bytes), path, options); });
     } else {
       result = unlocked([&] { return document->read(path, options); });
@@ -320,8 +332,9 @@ py::tuple Document::lint(bool numbers, bool geometry, bool materials) const {
 
 Document::Faces Document::facesOf(const py::object& group) {
   if (PyUnicode_Check(group.ptr())) {
-    const std::int32_t row = document_->find(Division::group, nameBytes(group));
-    if (row == kNoIndex) throw py::key_error("no group " + std::string(py::str(group)));
+    const std::string name = nameBytes(group);
+    const std::int32_t row = document_->find(Division::group, name);
+    if (row == kNoIndex) refuse(PyExc_KeyError, "no group " + name);
     const std::shared_ptr<const OBJMembers> table = membersOf(Division::group);
     return {table->row(static_cast<std::size_t>(row)), table};
   }
@@ -344,7 +357,7 @@ Document::Faces Document::facesOf(const py::object& group) {
 
 Document::Faces Document::facesOfSmoothing(const py::object& number) {
   const std::shared_ptr<const SmoothingMembers> table = smoothingMembers();
-  const auto wanted = number.cast<std::uint64_t>();
+  const std::uint64_t wanted = smoothingNumber(number);
   const auto found = std::lower_bound(table->numbers.begin(), table->numbers.end(), wanted);
   if (found == table->numbers.end() || *found != wanted) {
     throw py::key_error("no smoothing group " + std::to_string(wanted));

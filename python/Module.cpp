@@ -1,4 +1,7 @@
 // What Python sees: names, signatures, help. Docstrings begin with a signature that `inspect` understands.
+#include <exception>
+#include <utility>
+
 #include "Document.h"
 #include "Psd.h"
 
@@ -202,6 +205,13 @@ PYBIND11_MODULE(_ksmthgrp, module) {
   using namespace ksmthgrp;
   py::options options;
   options.disable_function_signatures();
+  py::register_local_exception_translator([](std::exception_ptr error) {
+    try {
+      if (error) std::rethrow_exception(std::move(error));
+    } catch (const py::cast_error&) {
+      PyErr_SetString(PyExc_TypeError, "an argument, or a part of one, is of another type than is wanted");
+    }
+  });
   DocumentClass document = addDocument(module);
   module.def("read", &readDocument, py::arg("source"), py::kw_only(), py::arg("name") = py::none(),
              py::arg("dtype") = py::str("float64"), py::arg("strict") = false,

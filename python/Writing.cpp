@@ -38,8 +38,8 @@ std::vector<std::string> wordsOf(const py::object& given) {
 ElementLists listsOf(const Document& d, const SelectionPatterns& patterns) {
   Selection selection;
   if (const auto unmatched = resolve(d.document(), patterns, selection)) {
-    throw py::key_error("no " + std::string(kDivisions[static_cast<std::size_t>(unmatched->division)]) + " " +
-                        unmatched->word);
+    refuse(PyExc_KeyError, "no " + std::string(kDivisions[static_cast<std::size_t>(unmatched->division)]) +
+                               " " + unmatched->word);
   }
   ElementLists lists = unlocked([&] { return select(d.document(), selection); });
   if (lists.empty()) throw py::value_error("no element is in all that was asked for");
@@ -54,7 +54,7 @@ std::vector<std::string> librariesAt(const OBJDocument& document, Target& target
   require(unlocked([&] { return planCompanions(document, folderPrefix(target.path()), copy, companions); }),
           target.path());
   for (const std::string& warning : companions.warnings) {
-    if (PyErr_WarnEx(PyExc_UserWarning, warning.c_str(), 1) != 0) throw py::error_already_set();
+    py::module_::import("warnings").attr("warn")(nameText(warning));
   }
   require(unlocked([&] { return makeCopies(companions, target.companions()); }), target.path());
   return companions.libraries;
@@ -184,8 +184,8 @@ std::shared_ptr<Document> replacePositions(const Document& d, const py::object& 
     std::optional<TopologyDifference> difference;
     require(unlocked([&] { return compareTopology(d.document(), other->document(), difference); }), d.path());
     if (difference && !force) {
-      throw py::value_error("the models differ in their topology: " +
-                            difference->text(d.document(), other->document()));
+      refuse(PyExc_ValueError,
+             "the models differ in their topology: " + difference->text(d.document(), other->document()));
     }
     return replaced(
         d, [&](Sink& sink) { return writeWithPositions(d.document(), other->document(), options, sink); });

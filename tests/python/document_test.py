@@ -178,7 +178,12 @@ class Errors(unittest.TestCase):
                                    ).host_mask("a"), ksmthgrp.FormatError, "bytes", None),
             (lambda: document.mask("nobody"), KeyError),
             (lambda: document.creases(smoothing=99), KeyError),
+            (lambda: document.creases(smoothing=-1), KeyError),
+            (lambda: ksmthgrp.read(b"v 0 0 0\ns 1\nf 1 1 1\ns 3\nf 1 1 1\n").creases(smoothing=2), KeyError),
+            (lambda: document.creases(smoothing="3"), TypeError),
             (lambda: document.host_creases("nobody"), KeyError),
+            (lambda: document.mask("\udcff"), KeyError),
+            (lambda: document.write(io.BytesIO(), objects="\udcff"), KeyError),
             (lambda: document.host_mask(), TypeError),
             (lambda: document.write(io.BytesIO(), groups="nobody"), KeyError),
             (lambda: document.write(io.BytesIO(), groups="head", smoothing=8), ValueError),
@@ -190,6 +195,7 @@ class Errors(unittest.TestCase):
             (lambda: document.replace_positions(document.positions * numpy.nan), ValueError),
             (lambda: document.replace_positions(ksmthgrp.read(bad)), ValueError),
             (lambda: ksmthgrp.merge([], io.BytesIO()), ValueError),
+            (lambda: ksmthgrp.merge([3], io.BytesIO()), TypeError),
             (lambda: ksmthgrp.read(ROBOT, dtype="int32"), ValueError),
             (lambda: ksmthgrp.read(5), TypeError),
             (lambda: document.values("vx", 3), ValueError),
@@ -212,6 +218,8 @@ class Errors(unittest.TestCase):
                     self.assertIsInstance(caught.exception, ksmthgrp.Error)
                     self.assertEqual([caught.exception.path, caught.exception.line], place)
         self.assertFalse(os.path.exists("error_objmodel_read.txt"))
+        doubtful = ksmthgrp.read(b"v 0 0 0\nf -1 -1 -1\n", strict=True)
+        self.assertEqual({finding.severity for finding in doubtful.findings}, {"warning"})
         finding = ksmthgrp.read(bad).findings[0]
         self.assertEqual((finding.code, finding.severity, finding.line, finding.host_only),
                          ("index-out-of-range", "error", 5, False))
