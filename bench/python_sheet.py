@@ -4,8 +4,8 @@
     python_sheet.py BUILD [ROUNDS] [SIDE]
 
 BUILD has bench_sheet; the module and meshio are imported from where Python finds them. Each round measures one
-after the other, the first two in a process of their own: a fresh one has no memory to use again. Prints the best
-and the median of the rounds.
+after the other, in processes of their own: a fresh one has no memory to use again. Prints the best and the median of
+the rounds.
 """
 
 import os
