@@ -20,8 +20,12 @@ namespace {
 class AnsweredAssertions {
  public:
   AnsweredAssertions() {
-    static const OBJAssertionHandler previous = OBJSetAssertionHandler(&answer);
-    previous_ = previous;
+    // Once, for all threads; it passes on what others do not want answered.
+    static const bool isSet = [] {
+      previous_ = OBJSetAssertionHandler(&answer);
+      return true;
+    }();
+    static_cast<void>(isSet);
     answered_ = true;
   }
   AnsweredAssertions(const AnsweredAssertions&) = delete;
