@@ -160,6 +160,13 @@ class Marks(unittest.TestCase):
 
 
 class Errors(unittest.TestCase):
+    def setUp(self):
+        # The host's reader would leave a file in the current one.
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(folder.name)
+
     def test_say_what_and_where(self):
         document = ksmthgrp.read(ROBOT)
         square = [[0.0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0]]
@@ -217,7 +224,7 @@ class Errors(unittest.TestCase):
                 if place:
                     self.assertIsInstance(caught.exception, ksmthgrp.Error)
                     self.assertEqual([caught.exception.path, caught.exception.line], place)
-        self.assertFalse(os.path.exists("error_objmodel_read.txt"))
+        self.assertEqual(os.listdir(), [])
         doubtful = ksmthgrp.read(b"v 0 0 0\nf -1 -1 -1\n", strict=True)
         self.assertEqual({finding.severity for finding in doubtful.findings}, {"warning"})
         finding = ksmthgrp.read(bad).findings[0]
