@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "KSmthVersion.h"
 #include "obj/OBJModel.h"
 #include "plugin/CallSupport.h"
 #include "plugin/HostNumber.h"
@@ -56,8 +57,11 @@ bool readModel(OBJModel& model, const char* path) {
 
 }  // namespace
 
+// One digit behind the point is all that the answer has room for.
+static_assert(KSMTH_VERSION_MINOR < 10);
+
 KSMTH_CALL(Version) {
-  return 1.3F;
+  return static_cast<float>(KSMTH_VERSION_MAJOR + KSMTH_VERSION_MINOR / 10.0);
 }
 
 KSMTH_CALL(LoadOBJFile) {

@@ -97,9 +97,12 @@ PluginLibrary::~PluginLibrary() {
 }
 
 std::string PluginLibrary::defaultFile() {
+  constexpr const char* kName = "libKSmthGrpImpt.so";
   std::error_code ignored;
-  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-  return (program.parent_path() / "libKSmthGrpImpt.so").string();
+  const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
+  const std::filesystem::path installed = folder / SMTHGRP_PLUGIN_FOLDER / kName;
+  const bool isBeside = std::filesystem::exists(folder / kName, ignored);
+  return (isBeside || !std::filesystem::exists(installed, ignored) ? folder / kName : installed).string();
 }
 
 bool PluginLibrary::isCall(std::string_view name) {

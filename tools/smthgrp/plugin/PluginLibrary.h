@@ -26,7 +26,7 @@ class PluginLibrary {
   /// Frees the current model. The library stays loaded until the process ends.
   ~PluginLibrary();
 
-  /// `libKSmthGrpImpt.so` in the folder of this program.
+  /// `libKSmthGrpImpt.so` in the folder of this program or else, where it is installed, in the prefix.
   static std::string defaultFile();
   /// True for the name of a plug-in call.
   static bool isCall(std::string_view name);

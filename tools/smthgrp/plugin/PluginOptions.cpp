@@ -10,7 +10,8 @@ namespace smthgrp {
 void addPluginOptions(CommandLine& line, PluginOptions& options) {
   options.file = PluginLibrary::defaultFile();
   line.app()
-      .add_option("--library", options.file, "Plug-in file; by default the one beside this program")
+      .add_option("--library", options.file,
+                  "Plug-in file; by default the one beside this program or in its prefix")
       ->type_name("FILE");
   const auto version = std::make_shared<bool>(false);
   line.app().add_flag("--version", *version, "Print the version of the library");
