@@ -17,6 +17,7 @@ extern "C" [[noreturn]] void __assert_rtn(const char* function, const char* file
 namespace {
 
 std::atomic<OBJAssertionHandler> sAssertionHandler = nullptr;
+thread_local unsigned sAnswering = 0;  ///< `OBJAnsweredAssertions` of the thread
 
 [[noreturn]] void platformAssertionFailed(const char* function, const char* file, int line,
                                           const char* expression) {
@@ -36,10 +37,26 @@ OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler) {
   return sAssertionHandler.exchange(handler);
 }
 
-void WavefrontOBJ::OBJAssertionFailed(const char* function, const char* file, int line,
-                                      const char* expression) {
+namespace WavefrontOBJ {
+
+OBJAnsweredAssertions::OBJAnsweredAssertions() noexcept {
+  ++sAnswering;
+}
+
+OBJAnsweredAssertions::~OBJAnsweredAssertions() {
+  --sAnswering;
+}
+
+bool OBJAnsweredAssertions::areAnswered() noexcept {
+  return sAnswering != 0;
+}
+
+void OBJAssertionFailed(const char* function, const char* file, int line, const char* expression) {
+  if (sAnswering != 0) throw OBJFailedAssertion{function, file, line, expression};
   const OBJAssertionHandler handler = sAssertionHandler;
   if (handler == nullptr) platformAssertionFailed(function, file, line, expression);
   handler(function, file, line, expression);
   std::abort();
 }
+
+}  // namespace WavefrontOBJ

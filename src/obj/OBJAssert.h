@@ -16,6 +16,27 @@ KSMTH_API OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler
 
 namespace WavefrontOBJ {
 
+/// What a failed assertion throws where it is answered. The texts stay valid.
+struct KSMTH_API OBJFailedAssertion {
+  const char* function;
+  const char* file;
+  int line;
+  const char* expression;
+};
+
+/// While one lives, assertions that fail on its thread throw an `OBJFailedAssertion` and call no handler; of
+/// a smoothing table that is full nothing is logged. The model that was being read is to be given up.
+class KSMTH_API OBJAnsweredAssertions {
+ public:
+  OBJAnsweredAssertions() noexcept;
+  OBJAnsweredAssertions(const OBJAnsweredAssertions&) = delete;
+  OBJAnsweredAssertions& operator=(const OBJAnsweredAssertions&) = delete;
+  ~OBJAnsweredAssertions();
+
+  /// One lives on this thread.
+  static bool areAnswered() noexcept;
+};
+
 /// Ends the process because an invariant of the OBJ model is broken: an index past the allocated blocks, an
 /// 89th corner, a 257th smoothing group, an output file that cannot be opened.
 /// `function`, `file`, `line` and `expression` are fixed by the host's contract; they do not follow this
