@@ -1,5 +1,6 @@
 #include "obj/OBJAssert.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -38,6 +39,13 @@ OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler) {
 }
 
 namespace WavefrontOBJ {
+
+std::string_view OBJFailedAssertion::text(std::array<char, 256>& buffer) const noexcept {
+  const int length =
+      std::snprintf(buffer.data(), buffer.size(), "Assertion failed: %s, function %s, file %s, line %d.",
+                    expression, function, file, line);
+  return {buffer.data(), std::min(static_cast<std::size_t>(std::max(length, 0)), buffer.size() - 1)};
+}
 
 OBJAnsweredAssertions::OBJAnsweredAssertions() noexcept {
   ++sAnswering;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <string_view>
+
 #include "KSmthExport.h"
 
 extern "C" {
@@ -22,6 +25,9 @@ struct KSMTH_API OBJFailedAssertion {
   const char* file;
   int line;
   const char* expression;
+
+  /// The whole in one line for people.
+  std::string_view text(std::array<char, 256>& buffer) const noexcept;
 };
 
 /// While one lives, assertions that fail on its thread throw an `OBJFailedAssertion` and call no handler; of

@@ -1,8 +1,7 @@
 #include "plugin/CallSupport.h"
 
-#include <algorithm>
+#include <array>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -40,8 +39,6 @@ AssertionsAsAsked::AssertionsAsAsked() {
 
 void giveUpModel(char* block1, const WavefrontOBJ::OBJFailedAssertion& failed) noexcept {
   delete std::exchange(gOBJModel, nullptr);
-  char text[256];
-  const int length = std::snprintf(text, sizeof text, "Assertion failed: %s, function %s, file %s, line %d.",
-                                   failed.expression, failed.function, failed.file, failed.line);
-  answer(block1, {text, std::min(static_cast<std::size_t>(length), sizeof text - 1)});
+  std::array<char, 256> text{};
+  answer(block1, failed.text(text));
 }
