@@ -84,7 +84,11 @@ KSmthStatus ksmth_merge(const KSmthDocument* const* documents, size_t count, con
     how.concatenate = (given.flags & KSMTH_CONCATENATE) != 0;
     how.weld = (given.flags & KSMTH_WELD) != 0;
     for (const OBJDocument* const document : all) {
-      how.libraries.push_back(libraryNames(*document, given, to, listener));
+      std::vector<std::string>& names =
+          how.libraries.emplace_back(libraryNames(*document, given, to, listener));
+      // One document's names may change while another's stay.
+      if (!names.empty()) continue;
+      for (const OBJLibrary& library : document->libraries()) names.push_back(library.text);
     }
     how.progress = listener.progress();
     MergeReport report;

@@ -27,7 +27,7 @@
  * Null       A null pointer is KSMTH_BAD_ARGUMENT unless the function says what it stands for; a null handle
  *            has nothing: counts are 0 and lists NULL.
  * Options    Structs that begin with `size`, which is to be sizeof the struct; all else may be 0, which is the
- *            advice: `KSmthWriteOptions options = {sizeof options};`. Later versions add fields at the end. A
+ *            advice: `KSmthWriteOptions options = {.size = sizeof options};`. Later versions add fields at the end. A
  *            null pointer stands for all 0. A flag that is not known is KSMTH_BAD_ARGUMENT.
  * Threads    Any number of threads may use one handle at the same time, but for closing it. What is made when
  *            it is first asked for may be made by several at once; all get the same.
