@@ -317,7 +317,10 @@ TEST(Fix, SaysWhatItDoes) {
        "several-libraries library-name library-missing*2"},
       {"mtllib " + x + "\n" + v, v, "long-line library-past-line library-missing"},
       // Comments and statements.
-      {"# a\\\n#\n" + v + "# b\n", "# a\n#\n" + v, "long-comment comment"},
+      {"# a\\\n#\n" + v + "# b\\\n" + f + "#c", "# a\n#\n" + v + "# b\n" + f + "#c\n", "long-comment*2"},
+      {v + "g a\n# b\nvp 1\nlod 1\ng c\nfo 1 2 3\n", v + "# b\ng c\n" + f,
+       "old-face parameter-vertex display empty-group"},
+      {v + "usemtl \n" + f, v + "usemtl (null)\n" + f, "name-missing no-material"},
       {"#" + x + "\n" + v, "#" + x.substr(0, 1020) + "\n# " + x.substr(1020) + "\n" + v,
        "long-line long-comment"},
       {v + "vp 1 2\ncstype bezier\nlod 1\ncall a\nV 1 1 1\ns x\n" + f, v + f,
