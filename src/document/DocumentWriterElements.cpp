@@ -123,11 +123,11 @@ void DocumentWriter::Run::writeElement(ElementKind kind, std::uint32_t element) 
 
 void DocumentWriter::Run::writeName(Division division, std::int32_t index) {
   const bool material = division == Division::material;
-  out_.text(material ? "usemtl" : "o");
+  // The blank stays without a name: some readers know the line by it.
+  out_.text(material ? "usemtl " : "o ");
   const std::vector<OBJName>& names = material ? document_.materials() : document_.objects();
   scratch_ = index != kNoIndex ? names[static_cast<std::size_t>(index)].text : std::string();
   if (options_.rewriter != nullptr) options_.rewriter->nameText(division, index, scratch_);
-  if (!scratch_.empty()) out_.character(' ');
   out_.endLine(scratch_);
 }
 

@@ -375,7 +375,7 @@ void Merger::writeState(std::uint32_t i, const ElementState& state) {
   const OBJDocument& document = *inputs_[i].document;
   const auto write = [this](std::string_view keyword, std::string_view name) {
     out_.text(keyword);
-    if (!name.empty()) out_.character(' ');
+    out_.character(' ');
     out_.endLine(name);
   };
   const auto change = [&write](std::string& current, std::string_view keyword, const std::string& name) {

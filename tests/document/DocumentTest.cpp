@@ -169,6 +169,7 @@ const char kSmall[] =
 TEST(Document, EveryPrefixAndEveryByteChange) {
   const std::string text = kSmall;
   for (std::size_t n = 0; n <= text.size(); ++n) check(text.substr(0, n));
+  check(text + "v 1 2 3\\");
   for (std::size_t i = 0; i < text.size(); ++i) {
     for (const char c : {'\0', '\n', '\r', '\\', ' ', '/', '-', '9'}) {
       std::string changed = text;

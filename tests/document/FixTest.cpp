@@ -338,6 +338,30 @@ TEST(Fix, SaysWhatItDoes) {
   }
 }
 
+TEST(Fix, SaysWhichLibrariesTheHostRefuses) {
+  const TempFolder folder;
+  folder.write("bom.mtl", "\xEF\xBB\xBFnewmtl red\n");
+  folder.write("late.mtl", "\n # x\nKd 1 1 1\nnewmtl red\n");
+  folder.write("good.mtl", "# x\n\tNEWMTL red\r\n");
+  std::string many;
+  for (std::uint32_t i = 1; i < 1U << 20; ++i) many += "newmtl\n";
+  folder.write("many.mtl", many);
+  const std::pair<std::string, std::string> rows[] = {
+      {"mtllib good.mtl\nmtllib many.mtl\n", ""},
+      {"mtllib bom.mtl\nmtllib late.mtl\n", "library-refused*2"},
+      {"mtllib good.mtl\nmtllib many.mtl\nmtllib good.mtl\n", "materials-past-table"}};
+  for (const auto& [text, codes] : rows) {
+    const Fixed result = fixed(documentOf(text, folder.path("model.obj")));
+    EXPECT_EQ(codesOf(result.report), codes) << text;
+    if (text.find("many") != std::string::npos) continue;
+    OBJModel model(true);
+    EXPECT_TRUE(model.read(folder.write("model.obj", result.text), false));
+    const auto refused =
+        std::ranges::count(model._readNotes.kept, OBJReadNote::Kind::failedLibrary, &OBJReadNote::kind);
+    EXPECT_EQ(refused, 2);
+  }
+}
+
 TEST(Fix, CutsWhatIsTooLong) {
   // 88 corners are enough, 1,023 characters, and slashes are some of them.
   std::string text;

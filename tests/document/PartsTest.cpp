@@ -128,12 +128,12 @@ TEST(Parts, KeepWhatStandsBetweenTheLines) {
   const OBJDocument document = documentOf(text);
   EXPECT_EQ(
       whole(document),
-      "# head\nmtllib a.mtl\\ \n# first\ng a\nv 0 0 0\nv 1 0 0\nv 0 1 0\n# of one\ng a\nusemtl\nf 1 2 3\n"
-      "g\n# of two\\\nv 1 1 0\nlod 1\no\ng b\ns 1\nusemtl red\\ \nf 2 4 3\n# end\ng\n");
+      "# head\nmtllib a.mtl\\ \n# first\ng a\nv 0 0 0\nv 1 0 0\nv 0 1 0\n# of one\ng a\nusemtl \nf 1 2 3\n"
+      "g\n# of two\\\nv 1 1 0\nlod 1\no \ng b\ns 1\nusemtl red\\ \nf 2 4 3\n# end\ng\n");
   EXPECT_EQ(plain(documentOf(whole(document))), plain(document));
   const Strings parts = partsOf(document, Division::material);
   ASSERT_EQ(parts.size(), 3U);
-  EXPECT_TRUE(parts[0].ends_with("v 0 1 0\n# of one\ng a\nusemtl\nf 1 2 3\n")) << parts[0];
+  EXPECT_TRUE(parts[0].ends_with("v 0 1 0\n# of one\ng a\nusemtl \nf 1 2 3\n")) << parts[0];
   EXPECT_TRUE(parts[1].ends_with("f 1 3 2\n# end\ng\n")) << parts[1];
   EXPECT_EQ(merged(parts), whole(document));
 }
@@ -229,7 +229,7 @@ TEST(Merge, PutsFilesBehindOneAnother) {
       "# a\n# b\nmtllib a.mtl x.mtl\nmtllib b.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\no A\ng a\ns 1\nusemtl "
       "m\n"
       "f 1/1 2/1 3/1\n";
-  const std::string shared = "vn 0 0 1\no\ng default\ns off\nusemtl\n";
+  const std::string shared = "vn 0 0 1\no \ng default\ns off\nusemtl \n";
   MergeReport report;
   EXPECT_EQ(merged({a, b}),
             head + "v 1 0 0\nv 0 1 0\nv 1 1 0\n" + shared + "f 4//1 6//1 5//1\ncurv 0 1 6 5 4\ng a\np 6\n");
