@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 #include <system_error>
+#include <utility>
 
 #include "document/Materials.h"
 #include "document/Source.h"
@@ -152,6 +153,22 @@ Result planCompanions(const OBJDocument& document, const std::string& folder, bo
   } catch (const std::bad_alloc&) {
     return {Status::outOfMemory, document.source().name() + ": out of memory"};
   }
+}
+
+Result makeCopies(const Companions& companions, std::vector<std::unique_ptr<Output>>& outputs) {
+  for (const CompanionCopy& copy : companions.copies) {
+    const fs::path folder = folderPath(folderPrefix(copy.to));
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) return {Status::writeFailed, folder.string() + ": " + error.message()};
+    auto output = std::make_unique<Output>(copy.to);
+    Result result = output->open();
+    if (result) result = copyFile(copy.from, *output);
+    if (result) result = output->finish();
+    if (!result) return result;
+    outputs.push_back(std::move(output));
+  }
+  return {};
 }
 
 Result copyFile(const std::string& from, Sink& to) {

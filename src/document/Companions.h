@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "KSmthExport.h"
 #include "document/OBJDocument.h"
+#include "document/Output.h"
 #include "document/Result.h"
 #include "document/Sink.h"
 
@@ -33,6 +35,10 @@ struct Companions {
 /// `folder` is a path, "" for the current folder.
 KSMTH_API Result planCompanions(const OBJDocument& document, const std::string& folder, bool copy,
                                 Companions& companions);
+
+/// Makes the copies that are planned, as finished outputs behind those that `outputs` has, to be committed
+/// with them, and the folders that they lie in.
+KSMTH_API Result makeCopies(const Companions& companions, std::vector<std::unique_ptr<Output>>& outputs);
 
 /// Copies the bytes of a regular file.
 KSMTH_API Result copyFile(const std::string& from, Sink& to);

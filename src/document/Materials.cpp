@@ -7,6 +7,7 @@
 #include <new>
 
 #include "document/LogicalLine.h"
+#include "document/NumberText.h"
 #include "document/Source.h"
 #include "obj/text/TokenStream.h"
 
@@ -73,12 +74,26 @@ void takeLine(LineWords words, std::uint64_t number, MaterialLibrary& library) {
   const std::string keyword = lowerText(words.next());
   if (keyword == "newmtl") {
     library.materials.push_back({joinedText(words.rest()), number});
-  } else if (keyword.starts_with("map_") || std::find(std::begin(kTextureWords), std::end(kTextureWords),
-                                                      keyword) != std::end(kTextureWords)) {
+    return;
+  }
+  const std::size_t material =
+      library.materials.empty() ? MaterialLibrary::kNo : library.materials.size() - 1;
+  if (keyword.starts_with("map_") ||
+      std::find(std::begin(kTextureWords), std::end(kTextureWords), keyword) != std::end(kTextureWords)) {
     std::string name = textureName(words);
     // "map_aat on" switches smoothing of textures.
-    if (!name.empty() && keyword != "map_aat") library.textures.push_back({std::move(name), number});
+    if (!name.empty() && keyword != "map_aat")
+      library.textures.push_back({std::move(name), number, keyword, material});
+    return;
   }
+  MaterialLibrary::Value value{keyword, {}, material};
+  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+    // The "-halo" of a "d" line.
+    if (value.numbers.empty() && word.starts_with('-') && !isNumber(word)) continue;
+    if (numberForm(word) != NumberForm::decimal) break;
+    value.numbers.push_back(numberValue<double>(word));
+  }
+  if (!value.numbers.empty()) library.values.push_back(std::move(value));
 }
 
 }  // namespace
@@ -90,6 +105,10 @@ bool MaterialLibrary::has(std::string_view material) const {
 
 std::string folderPrefix(std::string_view path) {
   return std::string(path.substr(0, path.rfind('/') + 1));
+}
+
+std::string texturePath(const MaterialLibrary& library, const MaterialLibrary::Texture& texture) {
+  return existingPath(folderPrefix(library.path), texture.text);
 }
 
 Result readMaterialLibrary(const std::string& path, MaterialLibrary& library) {

@@ -11,7 +11,7 @@
 
 namespace WavefrontOBJ {
 
-/// The names in a material library (MTL file), by the format's published rules.
+/// What a material library (MTL file) says, by the format's published rules.
 struct MaterialLibrary {
   struct Name {
     std::string text;
@@ -21,17 +21,31 @@ struct MaterialLibrary {
   struct Texture {
     std::string text;  ///< as written, relative to the library's folder unless it is an absolute path
     std::uint64_t line = 0;
+    std::string keyword;         ///< in lower case: "map_kd"
+    std::size_t material = kNo;  ///< into `materials`
   };
+  /// The numbers of a statement such as "Kd", "Ns" or "d", behind its options.
+  struct Value {
+    std::string keyword;  ///< in lower case: "kd"
+    std::vector<double> numbers;
+    std::size_t material = kNo;
+  };
+  static constexpr std::size_t kNo = static_cast<std::size_t>(-1);  ///< before the first "newmtl"
 
   std::string path;               ///< where it was read
   std::vector<Name> materials;    ///< of "newmtl" lines, in order
   std::vector<Texture> textures;  ///< in order, repeats included
+  std::vector<Value> values;      ///< likewise
 
   bool has(std::string_view material) const;
 };
 
 /// The folder of a file as a prefix for names in it: up to and with the last "/"; empty when there is none.
 KSMTH_API std::string folderPrefix(std::string_view path);
+
+/// Where a texture lies: in the library's folder unless its name is an absolute path. A backslash in the name
+/// stands for "/" where there is no file with it.
+KSMTH_API std::string texturePath(const MaterialLibrary& library, const MaterialLibrary::Texture& texture);
 
 /// Reads the library at `path`, which has to be a regular file.
 KSMTH_API Result readMaterialLibrary(const std::string& path, MaterialLibrary& library);

@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "plugin/FaceSet.h"
 #include "plugin/Mesh3DUtils.h"
+#include "plugin/ModelMarks.h"
 
 using WavefrontOBJ::OBJFace;
 using WavefrontOBJ::OBJFaceView;
@@ -51,8 +53,8 @@ class BorderCrease {
   }
 
   /// Creases what was found. Answers the pairs of an edge and a face outside that shares it.
-  std::int32_t writeTo(unsigned char* elements) const {
-    for (const Found& face : found_) elements[face.index * kElementSize + kCreaseByte] |= face.bits;
+  std::int32_t writeTo(const MarkBytes& faces) const {
+    for (const Found& face : found_) faces[face.index] |= face.bits;
     return static_cast<std::int32_t>(pairs_);
   }
 
@@ -159,13 +161,17 @@ class BorderCrease {
   std::unordered_map<std::uint64_t, std::uint32_t> poleEdges_;
 };
 
-/// The face elements of a mesh that belongs to the model, which then has its links; null otherwise.
-unsigned char* creaseTarget(const AMash3DDXF* mesh, OBJModel& model) {
+/// The crease bytes of a mesh that belongs to the model; nothing otherwise.
+std::optional<MarkBytes> creaseTarget(const AMash3DDXF* mesh, const OBJModel& model) {
   unsigned char* elements = creaseElements(mesh);
-  if (elements == nullptr) return nullptr;
   const std::int64_t modelFaces = model._faces->count;
-  if (mesh->faceAttributes->count != modelFaces || !model.LinkVertsToFaces()) return nullptr;
-  return elements;
+  if (elements == nullptr || mesh->faceAttributes->count != modelFaces) return std::nullopt;
+  return MarkBytes{elements + kCreaseByte, kElementSize, model._faces->count};
+}
+
+std::int32_t crease(const AMash3DDXF* mesh, OBJModel& model, const MarkedGroup& group) {
+  const auto faces = creaseTarget(mesh, model);
+  return faces ? creaseGroup(*faces, model, group).value_or(-1) : -1;
 }
 
 }  // namespace
@@ -178,31 +184,33 @@ std::int32_t Mesh3D_ClearAllCreasing(AMash3DDXF* mesh) {
   return count;
 }
 
+std::optional<std::int32_t> creaseGroup(const MarkBytes& faces, OBJModel& model, const MarkedGroup& group) {
+  if (!model.LinkVertsToFaces()) return std::nullopt;
+  FaceSet members(model._faces->count);
+  BorderCrease border(model, members);
+  if (group.smoothing) {
+    const std::uint32_t number = model._smoothingGroups[group.index];
+    model._faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
+      if (face.smoothingGroup == number) members.add(index);
+    });
+    model._faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
+      if (face.smoothingGroup == number) border.add(index, face);
+    });
+  } else {
+    const auto& list = model.getGroupElements(model._groupNames[group.index]);
+    for (const std::uint32_t face : list) members.add(face);
+    for (const std::uint32_t face : list) border.add(face, model._faces->view(face));
+  }
+  return border.writeTo(faces);
+}
+
 std::int32_t Mesh3D_CreaseGroupsFromOBJ(AMash3DDXF* mesh, OBJModel* model, std::uint32_t groupIndex) {
   if (model == nullptr || groupIndex >= model->_groupNames.size()) return -1;
-  unsigned char* elements = creaseTarget(mesh, *model);
-  if (elements == nullptr) return -1;
-  const auto& list = model->getGroupElements(model->_groupNames[groupIndex]);
-  FaceSet members(model->_faces->count);
-  for (const std::uint32_t face : list) members.add(face);
-  BorderCrease border(*model, members);
-  for (const std::uint32_t face : list) border.add(face, model->_faces->view(face));
-  return border.writeTo(elements);
+  return crease(mesh, *model, {groupIndex, false});
 }
 
 std::int32_t Mesh3D_CreaseSmoothingGroupFromOBJ(AMash3DDXF* mesh, OBJModel* model,
                                                 std::uint32_t smoothIndex) {
   if (model == nullptr || smoothIndex >= model->_smoothingGroupCount) return -1;
-  unsigned char* elements = creaseTarget(mesh, *model);
-  if (elements == nullptr) return -1;
-  const std::uint32_t number = model->_smoothingGroups[smoothIndex];
-  FaceSet members(model->_faces->count);
-  model->_faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
-    if (face.smoothingGroup == number) members.add(index);
-  });
-  BorderCrease border(*model, members);
-  model->_faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
-    if (face.smoothingGroup == number) border.add(index, face);
-  });
-  return border.writeTo(elements);
+  return crease(mesh, *model, {smoothIndex, true});
 }

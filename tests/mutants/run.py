@@ -19,7 +19,7 @@ BUILD = TOP / "build/mutants/build"
 LEAST_PERCENT = 90
 SECONDS = 180  # for a test program; a fault may well make one run for ever
 
-# The programs with the tests of each room. The tool's tests are CTest's.
+# The programs with the tests of each room. Those of the tool and of Python are CTest's.
 ROOMS = {
     "geometry": ["test_geometry"],
     "system": ["test_system", "test_geometry"],
@@ -31,8 +31,11 @@ ROOMS = {
     "document": ["test_document"],
     "parts": ["test_document", "smthgrp"],
     "fix": ["test_document"],
+    "meshes": ["test_document"],
     "tool": ["smthgrp"],
+    "python": ["ksmthgrp"],
 }
+CTEST = {"smthgrp": r"^tool\.", "ksmthgrp": r"^python\."}
 
 
 class Unusable(Exception):
@@ -79,8 +82,8 @@ def failing_test(room):
     """The first test program that fails on the copy as it is; empty where all pass."""
     for program in ROOMS[room]:
         command = [BUILD / program, "--gtest_fail_fast", "--gtest_brief=1"]
-        if program == "smthgrp":
-            command = ["ctest", "--test-dir", BUILD, "-R", r"^tool\.", "--stop-on-failure", "--no-tests=error"]
+        if program in CTEST:
+            command = ["ctest", "--test-dir", BUILD, "-R", CTEST[program], "--stop-on-failure", "--no-tests=error"]
         try:
             if run(*command, timeout=SECONDS, cwd=BUILD).returncode:
                 return program
@@ -143,7 +146,7 @@ def main():
     copy_tree()
     # Quick to build, and a fault may leave a parameter unused.
     must("configuring", "cmake", "-S", COPY, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
-         "-DCMAKE_CXX_FLAGS=-O1 -w", "-DKSMTH_BUILD_TESTS=ON")
+         "-DCMAKE_CXX_FLAGS=-O1 -w", "-DKSMTH_BUILD_TESTS=ON", "-DKSMTH_BUILD_PYTHON=ON")
     faults, survivors, unusable = map(sum, zip(*map(test_room, rooms)))
     percent = 100 * (faults - survivors - unusable) // max(faults, 1)
     print(f"{faults - survivors - unusable} of {faults} caught, {percent} % (at least {LEAST_PERCENT} %)")

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "obj/OBJModel.h"
+#include "plugin/ModelMarks.h"
 #include "plugin/PluginCall.h"
 
 using Indices = std::vector<std::uint32_t>;
@@ -77,6 +78,8 @@ void compareMarks(MeshReference reference, std::uint32_t mostGroups, Check check
         std::fill(reference.creases.begin(), reference.creases.end(), 0);
       }
       call(SetMesh3DInfo, mesh, "maskValue", i + 1);
+      std::vector<std::uint8_t> masks = reference.masks;
+      std::vector<std::uint8_t> creases = reference.creases;
       const auto [writes, pairs] = reference.mark(facesOf(i), i + 1);
       check(call(function, mesh, "mask", i + 1) == writes, "counts mask writes");
       check(call(function, mesh, "crease", i + 1) == pairs, "counts creased pairs");
@@ -86,6 +89,14 @@ void compareMarks(MeshReference reference, std::uint32_t mostGroups, Check check
       for (std::uint32_t f = 0; f < mesh.faceCount(); ++f)
         same = same && mesh.creases(f) == reference.creases[f];
       check(same, "marks as the reference does");
+      const MarkedGroup group{i, function == &SetMesh3DFromOBJSmoothGroup};
+      const auto mask = static_cast<std::uint8_t>(i + 1);
+      same =
+          static_cast<float>(maskGroup({masks.data(), 1, mesh.vertexCount()}, model, group, mask)) == writes;
+      const auto plainPairs = creaseGroup({creases.data(), 1, mesh.faceCount()}, *gOBJModel, group);
+      same = same && static_cast<float>(plainPairs.value_or(-1)) == pairs;
+      same = same && masks == reference.masks && creases == reference.creases;
+      check(same, "marks plain bytes in the same way");
     }
     for (const double number : {0.0, 0.5, -1.0, static_cast<double>(groups) + 1, 1e300, std::nan("")}) {
       for (const char* key : {"mask", "crease"}) {

@@ -131,14 +131,7 @@ std::vector<std::string> takeLibraries(const OBJDocument& document, const PartOp
   for (const std::string& warning : companions.warnings) {
     std::fprintf(stderr, "smthgrp: warning: %s\n", printable(warning).c_str());
   }
-  for (const WavefrontOBJ::CompanionCopy& copy : companions.copies) {
-    makeFolder(WavefrontOBJ::folderPrefix(copy.to));
-    auto output = std::make_unique<WavefrontOBJ::Output>(copy.to);
-    openOutput(*output, copy.from);
-    require(copyFile(copy.from, *output));
-    require(output->finish());
-    outputs.push_back(std::move(output));
-  }
+  require(makeCopies(companions, outputs));
   return companions.libraries;
 }
 

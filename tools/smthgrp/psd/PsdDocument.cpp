@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "image/psd/Cursor.h"
 #include "image/psd/Sections.h"
@@ -160,8 +161,12 @@ void readLayers(const std::string& path, PsdDocument& document, std::size_t posi
 }  // namespace
 
 PsdDocument readPsd(const std::string& path) {
+  return parsePsd(path, readBytes(path));
+}
+
+PsdDocument parsePsd(const std::string& path, std::vector<unsigned char> bytes) {
   PsdDocument document;
-  document.bytes = readBytes(path);
+  document.bytes = std::move(bytes);
   Reader file(document.bytes.data(), document.bytes.size());
   psd::readHeader(file, document.header);
   if (!file.ok() || std::memcmp(document.header.signature, "8BPS", 4) != 0) {

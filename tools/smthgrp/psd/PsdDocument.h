@@ -50,6 +50,8 @@ struct PsdDocument {
 /// Reads the file at `path`. Throws a Failure where it is no PSD file of version 1 or a part of it is cut
 /// off.
 PsdDocument readPsd(const std::string& path);
+/// The same for a file's bytes, 2^31 - 1 at most; `path` stands for it in what is thrown.
+PsdDocument parsePsd(const std::string& path, std::vector<unsigned char> bytes);
 
 /// "RGB", "grayscale", or "mode" and a number.
 std::string modeName(PSDFileMode mode);
