@@ -39,7 +39,7 @@ def colour_groups(obj):
     count = len(obj.face_maps)
     for index, face_map in enumerate(obj.face_maps):
         hue = (index * 0.381966) % 1
-        obj.data.materials.append(material(face_map.name, colorsys.hsv_to_rgb(hue, 0.75, 0.8)))
+        obj.data.materials.append(material(face_map.name, colorsys.hsv_to_rgb(hue, 0.85, 0.7)))
     for polygon, face_map in zip(obj.data.polygons, obj.data.face_maps[0].data):
         polygon.material_index = face_map.value % count
 
@@ -61,25 +61,25 @@ def light(kind, energy, location, size=3.0):
     obj.rotation_euler = aim.to_track_quat("-Z", "Y").to_euler()
 
 
-def picture(name, width, height, span):
+def picture(name, width, height, span, side):
     scene = bpy.context.scene
     bpy.ops.mesh.primitive_plane_add(size=60)
     bpy.context.active_object.data.materials.append(material("floor", (0.8, 0.8, 0.8)))
-    light("key", 220, (-3, -4, 5))
-    light("fill", 70, (4, -3, 2.5), 4.0)
+    light("key", 150, (-3, -4, 5))
+    light("fill", 35, (4, -3, 2.5), 4.0)
     camera = bpy.data.objects.new("camera", bpy.data.cameras.new("camera"))
     scene.collection.objects.link(camera)
     camera.data.type, camera.data.ortho_scale = "ORTHO", span
-    camera.location = (2.2, -6, 2.6)
+    camera.location = (side, -6, 2.6)
     aim = mathutils.Vector((0, 0, 0.98)) - camera.location
     camera.rotation_euler = aim.to_track_quat("-Z", "Y").to_euler()
     scene.camera = camera
     scene.world = bpy.data.worlds.new("world")
     scene.world.use_nodes = True
     scene.world.node_tree.nodes["Background"].inputs[0].default_value = (1, 1, 1, 1)
-    scene.world.node_tree.nodes["Background"].inputs[1].default_value = 0.5
+    scene.world.node_tree.nodes["Background"].inputs[1].default_value = 0.35
     scene.render.engine = "CYCLES"
-    scene.cycles.device, scene.cycles.samples, scene.cycles.use_denoising = "CPU", 48, False
+    scene.cycles.device, scene.cycles.samples, scene.cycles.use_denoising = "CPU", 96, False
     scene.view_settings.view_transform = "Standard"
     scene.render.resolution_x, scene.render.resolution_y = width, height
     scene.render.image_settings.file_format, scene.render.image_settings.quality = "JPEG", 85
@@ -93,8 +93,8 @@ def start():
 
 start()
 colour_groups(load(0))
-picture("groups.jpg", 480, 480, 2.35)
+picture("groups.jpg", 480, 480, 2.35, 2.2)
 start()
 subdivide(load(-0.75), (0.55, 0.55, 0.58))
 subdivide(load(0.75, use_crease=True), (0.85, 0.45, 0.15))
-picture("creases.jpg", 640, 480, 3.1)
+picture("creases.jpg", 640, 480, 3.0, 0.5)
