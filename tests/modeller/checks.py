@@ -210,6 +210,21 @@ def check_positions_and_modes(robot):
     assert np.allclose(moved, np.array(obj.matrix_world)[:3, :3] @ ksmthgrp.read(pose).positions[411], atol=1e-5)
 
 
+def check_normals_and_files(robot):
+    """Custom normals are those of the file; several files at once become an object each, bad ones are passed over."""
+    mesh, document = load(robot, use_normals=True).data, ksmthgrp.read(robot)
+    has = document.face_normals >= 0
+    wanted = document.normals[document.face_normals[has]]
+    wanted /= np.linalg.norm(wanted, axis=1, keepdims=True)
+    assert np.allclose(versions.corner_normals(mesh)[has], wanted, atol=2e-3)
+    assert set(edges_of(document.creases())) <= set(pairs(mesh, mesh_arrays.sharp(mesh)))
+    clean()
+    files = [{"name": name} for name in ("two.obj", "gone.obj", "names.obj")]
+    bpy.ops.import_scene.obj_groups(directory=work, files=files)
+    assert {o.name for o in bpy.context.selected_objects} == {"names", "two"}, list(bpy.data.objects)
+    assert bpy.context.active_object.name == "names"
+
+
 def check_undo(robot):
     name = load(robot).name  # the object itself does not outlive an undo
     with bpy.context.temp_override(window=bpy.context.window_manager.windows[0]):
@@ -267,6 +282,7 @@ for model in models:
 check_odd_files()
 check_split_and_axes()
 check_positions_and_modes(models[0])
+check_normals_and_files(models[0])
 check_undo(models[0])
 check_large()
 print(f"{'':28}{'Blender':>16}   {'this add-on':>16}\n{'':28} grp sharp crease  grp sharp crease")
