@@ -140,12 +140,13 @@ class _Scene:
         normals = versions.corner_normals(mesh) if options.normals else None
         uvs = mesh_arrays.texture_coordinates(mesh) if options.texture_coordinates else None
         matrix = np.array(options.matrix @ obj.matrix_world)
-        # Turning there and back leaves the last digits as they were.
-        if not np.allclose(matrix, np.eye(4), atol=1e-6):
-            positions = positions @ matrix[:3, :3].T + matrix[:3, 3]
-            if normals is not None:
-                normals = normals @ np.linalg.pinv(matrix[:3, :3])
-                normals /= np.maximum(np.linalg.norm(normals, axis=1, keepdims=True), 1e-30)
+        # Turning there and back must leave the last digits as they were.
+        whole = np.round(matrix)
+        matrix = np.where(np.abs(matrix - whole) <= 1e-6 * np.abs(matrix[:3, :3]).max(), whole, matrix)
+        positions = positions @ matrix[:3, :3].T + matrix[:3, 3]
+        if normals is not None:
+            normals = normals @ np.linalg.pinv(matrix[:3, :3])
+            normals /= np.maximum(np.linalg.norm(normals, axis=1, keepdims=True), 1e-30)
         order = np.arange(len(vertices))
         if np.linalg.det(matrix[:3, :3]) < 0:
             # A mirrored object shows its faces the other way round.
