@@ -20,11 +20,12 @@ module_folder, tool, *models = sys.argv[sys.argv.index("--") + 1 :]
 addon_utils.enable("ksmthgrp_obj", default_set=True)
 bpy.context.preferences.addons["ksmthgrp_obj"].preferences.module_folder = module_folder
 
-from ksmthgrp_obj import arrays, mesh_arrays, module, versions
+from ksmthgrp_obj import mesh_arrays, module, versions
 
 ksmthgrp = module.find()
 assert ksmthgrp.__file__.startswith(os.path.realpath(module_folder)), ksmthgrp.__file__
-work = tempfile.mkdtemp()
+folder = tempfile.TemporaryDirectory()
+work = folder.name
 marks = bpy.ops.object
 
 

@@ -2,7 +2,6 @@
 the robot, the folder for the pictures."""
 
 import colorsys
-import math
 import os
 import sys
 
