@@ -27,8 +27,8 @@
  * Null       A null pointer is KSMTH_BAD_ARGUMENT unless the function says what it stands for; a null handle
  *            has nothing: counts are 0 and lists NULL.
  * Options    Structs that begin with `size`, which is to be sizeof the struct; all else may be 0, which is the
- *            advice: `KSmthWriteOptions options = {.size = sizeof options};`. Later versions add fields at the end. A
- *            null pointer stands for all 0. A flag that is not known is KSMTH_BAD_ARGUMENT.
+ *            advice: `KSmthWriteOptions options = {.size = sizeof options};`. Later versions add fields at the
+ *            end. A null pointer stands for all 0. A flag that is not known is KSMTH_BAD_ARGUMENT.
  * Threads    Any number of threads may use one handle at the same time, but for closing it. What is made when
  *            it is first asked for may be made by several at once; all get the same.
  * Callbacks  Are called on the thread that called the function, before it answers. They may use the handles,
@@ -467,7 +467,7 @@ typedef struct KSmthModelFaces {
   uint32_t count;
   uint32_t corner_count;
   const uint32_t* starts; /**< count + 1: face i has the corners starts[i] up to starts[i + 1] */
-  /** Of each corner. A relative index of the file is one past the count, as the host takes it. */
+  /** Of each corner. May be past the count: the host adds a relative index to it. Nothing is there then. */
   const int32_t* vertices;
   const int32_t* textures;   /**< likewise, -1 for none; NULL where no face has any */
   const int32_t* normals;    /**< likewise */
