@@ -63,10 +63,6 @@ void require(WavefrontOBJ::Result result) {
   if (!result) throw Failure{statusOf(result.status), std::move(result.text)};
 }
 
-void requireArgument(bool holds, const char* reason) {
-  if (!holds) throw Failure{KSMTH_BAD_ARGUMENT, reason};
-}
-
 }  // namespace ksmth
 
 size_t ksmth_error_text(char* text, size_t size) {

@@ -24,7 +24,9 @@ KSmthStatus failed(const WavefrontOBJ::OBJFailedAssertion& assertion) noexcept;
 
 /// Throws a `Failure` unless all went well.
 void require(WavefrontOBJ::Result result);
-void requireArgument(bool holds, const char* reason);
+inline void requireArgument(bool holds, const char* reason) {
+  if (!holds) throw Failure{KSMTH_BAD_ARGUMENT, reason};
+}
 
 /// The work of a call, from which no exception leaves. Assertions that fail meanwhile are answered.
 template <class Work>

@@ -36,6 +36,9 @@
  */
 // clang-format on
 
+// As C has it.
+// NOLINTBEGIN(modernize-deprecated-headers,modernize-use-using)
+
 #include <stddef.h>
 #include <stdint.h>
 
@@ -554,5 +557,7 @@ KSMTH_API KSmthStatus ksmth_model_write_smoothing(const KSmthModel* model, uint3
 #ifdef __cplusplus
 }
 #endif
+
+// NOLINTEND(modernize-deprecated-headers,modernize-use-using)
 
 #endif /* KSMTH_GRP_H */
