@@ -174,7 +174,7 @@ inline constexpr FindingRow kFindingKinds[] = {
     {FindingKind::lineOrPoint, "line-or-point", Severity::warning, true,
      "line or point element; the host passes it over"},
     {FindingKind::oldFace, "old-face", Severity::warning, true,
-     "\"fo\", an old name of \"f\"; the host leaves the face out"},
+     R"("fo", an old name of "f"; the host leaves the face out)"},
     {FindingKind::freeForm, "free-form", Severity::warning, true,
      "statement that the host passes over or takes for another"},
     {FindingKind::severalLibraries, "several-libraries", Severity::warning, true,

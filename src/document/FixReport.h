@@ -109,7 +109,7 @@ inline constexpr FixRow kFixKinds[] = {
     {FixKind::forwardReference, "forward-reference", FixEffect::rewritten,
      "vertex lines put in front of the element that names them"},
     {FixKind::emptyPart, "empty-part", FixEffect::rewritten, "slash without an index behind it left away"},
-    {FixKind::oldFace, "old-face", FixEffect::rewritten, "\"fo\", an old name of \"f\", made \"f\""},
+    {FixKind::oldFace, "old-face", FixEffect::rewritten, R"("fo", an old name of "f", made "f")"},
     {FixKind::severalLibraries, "several-libraries", FixEffect::rewritten,
      "libraries put on lines of their own"},
     {FixKind::nameMissing, "name-missing", FixEffect::rewritten,
