@@ -36,4 +36,7 @@ install(FILES ${PROJECT_BINARY_DIR}/KSmthGrpImpt.pc DESTINATION ${CMAKE_INSTALL_
 
 if(TARGET smthgrp)
   install(TARGETS smthgrp DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+  install(FILES tools/smthgrp.bash DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions RENAME smthgrp
+    COMPONENT runtime)
 endif()

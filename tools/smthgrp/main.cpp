@@ -1,5 +1,7 @@
 #include "smthgrp/Commands.h"
+#include "smthgrp/common/Manual.h"
 #include "smthgrp/common/ReadingNote.h"
+#include "smthgrp/model/Completion.h"
 
 namespace {
 
@@ -36,5 +38,9 @@ int main(int argc, char** argv) {
   smthgrp::addMesh(line, plugin);
   smthgrp::addCall(line, plugin);
   smthgrp::addPsd(line);
+  line.addHidden("--complete", [&line](const auto& words) { smthgrp::complete(line.app(), words); });
+  line.addHidden("--manual", [&line](const auto& words) {
+    for (const std::string& folder : words) smthgrp::writeManual(line.app(), folder);
+  });
   return line.run(argc, argv);
 }

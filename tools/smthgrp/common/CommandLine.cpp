@@ -148,8 +148,13 @@ std::string CommandLine::complaint(const CLI::ParseError& error) const {
 }
 
 int CommandLine::parseAndRun(int argc, char** argv) {
+  const auto hidden = argc > 1 ? hidden_.find(argv[1]) : hidden_.end();
   try {
-    app_.parse(parserWords(argc, argv));
+    if (hidden != hidden_.end()) {
+      setWork([&] { hidden->second({argv + 2, argv + argc}); });
+    } else {
+      app_.parse(parserWords(argc, argv));
+    }
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app_.exit(error);
     return reportFailure(complaint(error), kUsageError);

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -31,6 +32,12 @@ class CommandLine {
   /// What to do instead of whatever work there is: for callbacks of the parser's that look at the options.
   void setWork(std::function<void()> work) { work_ = std::move(work); }
 
+  /// What to do where the first word is `name`: for what other programs ask for, in no help. `work` gets the
+  /// words behind it.
+  void addHidden(const char* name, std::function<void(const std::vector<std::string>& words)> work) {
+    hidden_[name] = std::move(work);
+  }
+
   /// Takes in the words of main() and does what they ask for. Answers the exit status.
   int run(int argc, char** argv);
 
@@ -41,6 +48,7 @@ class CommandLine {
 
   CLI::App app_;
   std::set<std::string> takesNumbers_;
+  std::map<std::string, std::function<void(const std::vector<std::string>& words)>> hidden_;
   std::function<void()> work_;
 };
 

@@ -209,9 +209,9 @@ void addLint(CommandLine& line) {
   command.add_option("--max", request->max, "List at most so many for each file; 0 for all")
       ->type_name("N")
       ->capture_default_str();
-  command.add_option("--severity", request->severity, "The least that is listed: error, warning or note")
-      ->type_name("S")
-      ->check(CLI::IsMember(std::vector<std::string>(kSeverities.begin(), kSeverities.end())))
+  command.add_option("--severity", request->severity, "The least that is listed")
+      ->type_name(CLI::detail::join(kSeverities, "|"))
+      ->check(CLI::IsMember(std::vector<std::string>(kSeverities.begin(), kSeverities.end())).description(""))
       ->capture_default_str();
   command.add_flag("--host", request->host, "List what the host would read otherwise, too");
   command.add_flag("--strict", request->strict, "Exit status 3 where there are only warnings");

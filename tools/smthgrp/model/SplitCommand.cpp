@@ -113,9 +113,10 @@ void addSplit(CommandLine& line, const PluginOptions& plugin) {
   CLI::App& command = line.add("split", "Write every group into a file of its own", kFooter);
   addInput(command, "MODEL", request->model, "OBJ file to read; - for standard input");
   addOutput(command, request->folder, "Folder to write to, made if missing", "DIR");
-  command.add_option("--by", request->by, "What becomes a file: group, smoothing, object or material")
+  command.add_option("--by", request->by, "What becomes a file")
       ->transform(CLI::CheckedTransformer(kDivisions).description(""))
-      ->type_name("KIND");
+      ->type_name(CLI::detail::join(
+          kDivisions, [](const auto& division) { return std::string(division.first); }, "|"));
   addSelection(command, request->options);
   addMaterials(command, request->options);
   addAsHost(command, request->options);
