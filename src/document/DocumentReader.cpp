@@ -174,6 +174,7 @@ Result DocumentReader::read() {
     lineNumber_ += countLineEnds(begin_, next);
     begin_ = next;
   }
+  if (groupIsEmpty_) document_.emptyGroups_.push_back(groupOffset_);
   for (const ElementKind element : {ElementKind::face, ElementKind::line, ElementKind::point}) {
     checkForwardReferences(element);
   }
@@ -259,14 +260,14 @@ bool DocumentReader::takeState(std::string_view keyword, LineWords& words) {
   } else if (material) {
     materialText_ = takeName(words);
     materialOffset_ = offsetOf(line_);
-    stateIsNew_ = true;
+    anyMaterial_ = stateIsNew_ = true;
   } else if (keyword == "s") {
     takeSmoothing(words);
   } else if (keyword == "o") {
     objectText_ = takeName(words);
     if (!objectText_.empty()) find(FindingKind::objectName, words.rest());
     objectOffset_ = offsetOf(line_);
-    stateIsNew_ = true;
+    anyObject_ = stateIsNew_ = true;
   } else if (library) {
     takeLibraries(words);
   } else {
@@ -302,9 +303,14 @@ void DocumentReader::takeGroups(LineWords& words) {
     if (behind != words.end()) find(FindingKind::trailingBlank, behind);
   }
   groupText_ = joinedText(rest);
+  beginGroups();
+}
+
+/// The groups of the line in work are in force.
+void DocumentReader::beginGroups() {
+  if (groupIsEmpty_) document_.emptyGroups_.push_back(groupOffset_);
   groupOffset_ = offsetOf(line_);
-  anyGroup_ = true;
-  stateIsNew_ = true;
+  anyGroup_ = groupIsEmpty_ = stateIsNew_ = true;
 }
 
 void DocumentReader::takeSmoothing(LineWords& words) {

@@ -70,6 +70,7 @@ class DocumentReader {
   bool takeVector(std::string_view keyword);
   bool takeState(std::string_view keyword, LineWords& words);
   void takeGroups(LineWords& words);
+  void beginGroups();
   void takeSmoothing(LineWords& words);
   void takeLibraries(LineWords& words);
   void takeStatement(std::string_view keyword);
@@ -132,6 +133,9 @@ class DocumentReader {
   std::uint64_t objectOffset_ = 0;
   OBJSmoothing smoothing_;
   bool anyGroup_ = false;
+  bool groupIsEmpty_ = false;  ///< no element has the last "g" line's groups yet
+  bool anyMaterial_ = false;
+  bool anyObject_ = false;
   bool anySmoothing_ = false;
   bool stateIsNew_ = true;
   std::uint32_t state_ = 0;

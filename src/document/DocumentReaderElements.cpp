@@ -91,7 +91,7 @@ bool DocumentReader::takeElement(std::string_view keyword, LineWords& words) {
   }
   if (kind != ElementKind::face) find(FindingKind::lineOrPoint, keyword);
   // An old name of "f", which the format's description still has readers take.
-  if (keyword == "fo") find(FindingKind::freeForm, keyword);
+  if (keyword == "fo") find(FindingKind::oldFace, keyword);
   corners_.clear();
   forward_ = dropTextures_ = dropNormals_ = false;
   bool relative = false;
@@ -231,17 +231,17 @@ std::uint32_t DocumentReader::currentState() {
   ElementState state;
   state.groupSet = currentGroupSet();
   state.smoothing = currentSmoothing();
-  if (!materialText_.empty()) {
+  if (anyMaterial_) {
     state.material = indexOfName(document_.materials_, knownMaterials_, materialText_, materialOffset_);
   }
-  if (!objectText_.empty()) {
+  if (anyObject_) {
     state.object = indexOfName(document_.objects_, knownObjects_, objectText_, objectOffset_);
   }
   const auto next = static_cast<std::uint32_t>(document_.states_.size());
   const auto [position, isNew] = knownStates_.emplace(state, next);
   if (isNew) document_.states_.push_back(state);
   state_ = position->second;
-  stateIsNew_ = false;
+  stateIsNew_ = groupIsEmpty_ = false;
   return state_;
 }
 

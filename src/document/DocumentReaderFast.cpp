@@ -155,9 +155,8 @@ bool DocumentReader::takeFastGroup(const char* line, const char* end) {
       }))
     return false;
   groupText_.assign(name, end);
-  groupOffset_ = offsetOf(line);
-  anyGroup_ = true;
-  stateIsNew_ = true;
+  line_ = line;
+  beginGroups();
   return true;
 }
 

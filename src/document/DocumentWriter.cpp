@@ -72,12 +72,31 @@ void SinkBuffer::endLine(std::string_view line) {
 }
 
 DocumentWriter::DocumentWriter(const OBJDocument& document)
-    : document_(document), lines_(document.source()) {}
+    : document_(document),
+      lines_(document.source()),
+      asides_(asidesOf(document, document.headCommentCount())) {
+  for (std::size_t kind = 0; kind < kLineKinds; ++kind) {
+    const std::uint32_t count = lineCount(document, kind);
+    if (count == 0) continue;
+    const std::uint64_t last = lineOffset(document, kind, count - 1);
+    lastOffset_ = lastOffset_ == kNoOffset ? last : std::max(lastOffset_, last);
+  }
+}
 
 Result DocumentWriter::write(const ElementLists& lists, const WriteOptions& options, Sink& sink,
                              WriteCounts* counts) {
+  return write(lists, nullptr, options, sink, counts);
+}
+
+Result DocumentWriter::writeRest(const VectorLists& vectors, const WriteOptions& options, Sink& sink,
+                                 WriteCounts* counts) {
+  return write({}, &vectors, options, sink, counts);
+}
+
+Result DocumentWriter::write(const ElementLists& lists, const VectorLists* rest, const WriteOptions& options,
+                             Sink& sink, WriteCounts* counts) {
   try {
-    Run run(*this, lists, options, sink);
+    Run run(*this, lists, rest, options, sink);
     Result result = run.write();
     if (counts != nullptr) *counts = run.counts();
     return result;
@@ -86,14 +105,15 @@ Result DocumentWriter::write(const ElementLists& lists, const WriteOptions& opti
   }
 }
 
-DocumentWriter::Run::Run(DocumentWriter& writer, const ElementLists& lists, const WriteOptions& options,
-                         Sink& sink)
+DocumentWriter::Run::Run(DocumentWriter& writer, const ElementLists& lists, const VectorLists* rest,
+                         const WriteOptions& options, Sink& sink)
     : writer_(writer),
       document_(writer.document_),
       lists_(lists),
+      rest_(rest),
       options_(options),
       out_(sink),
-      allVectors_(lists.whole || options.keepOrder) {}
+      allVectors_(rest == nullptr && (lists.whole || options.keepOrder)) {}
 
 DocumentWriter::Run::~Run() {
   for (std::size_t k = 0; k < writer_.used_.size(); ++k) {
@@ -104,14 +124,33 @@ DocumentWriter::Run::~Run() {
 
 Result DocumentWriter::Run::write() {
   useVectors();
-  const bool done = writeHead() && writeVectors(VectorKind::position) && writeVectors(VectorKind::texture) &&
-                    writeVectors(VectorKind::normal) &&
-                    (!lists_.whole || !options_.statements || writeVectors(VectorKind::parameter)) &&
-                    writeElements();
-  if (!done) return failure_;
+  layOut();
+  if (!writeHead() || !writeLines()) return failure_;
   out_.flush();
   counts_.bytes = out_.bytes();
   return out_.result();
+}
+
+/// Sets up the streams of the lines that are written.
+void DocumentWriter::Run::layOut() {
+  const bool statements = rest_ != nullptr || (lists_.whole && options_.statements);
+  for (std::size_t kind = 0; kind < kFirstElementLine; ++kind) {
+    const bool parameter = kind == static_cast<std::size_t>(VectorKind::parameter);
+    if (rest_ != nullptr) {
+      streams_[kind] = LineStream(document_, kind, &(*rest_)[kind]);
+    } else if (parameter ? statements : allVectors_) {
+      streams_[kind] = LineStream(document_, kind);
+    } else if (!parameter) {
+      streams_[kind] = LineStream(document_, kind, &writer_.used_[kind]);
+    }
+  }
+  const std::vector<std::uint32_t>* const lists[kElementKinds] = {&lists_.faces, &lists_.lines,
+                                                                  &lists_.points};
+  for (std::size_t k = 0; k < kElementKinds; ++k)
+    streams_[kFirstElementLine + k] =
+        LineStream(document_, kFirstElementLine + k, lists_.whole ? nullptr : lists[k]);
+  if (statements) streams_[kStatementLine] = LineStream(document_, kStatementLine);
+  for (const LineStream& stream : streams_) total_ += stream.left();
 }
 
 /// Counts one more line. False when the work has to stop.
@@ -137,10 +176,7 @@ bool DocumentWriter::Run::writeHead() {
     if (!fetch(offset, line)) return false;
     // They would tell of what is left out.
     if (!lists_.whole && isPartNote(line)) continue;
-    scratch_ = joinedText(line);
-    if (options_.rewriter != nullptr) options_.rewriter->commentText(scratch_);
-    out_.text(scratch_);
-    out_.character('\n');
+    writeComment(line);
   }
   const auto writeNotes = [this](const std::vector<std::string>& notes) {
     for (const std::string& note : notes) {
@@ -154,20 +190,29 @@ bool DocumentWriter::Run::writeHead() {
   return writeLibraries();
 }
 
+void DocumentWriter::Run::writeComment(std::string_view line) {
+  scratch_ = joinedText(line);
+  if (options_.rewriter != nullptr) options_.rewriter->commentText(scratch_);
+  // A backslash at its end continues no comment.
+  out_.text(scratch_);
+  out_.character('\n');
+}
+
 bool DocumentWriter::Run::writeLibraries() {
   if (!options_.materials) return true;
   const std::vector<OBJLibrary>& libraries = document_.libraries();
-  bool open = false;
+  scratch_.clear();
   for (std::size_t i = 0; i < libraries.size(); ++i) {
     const std::string& name = options_.libraries != nullptr ? (*options_.libraries)[i] : libraries[i].text;
     if (name.empty()) continue;
-    const bool joins = open && libraries[i].sameLine && !options_.librariesApart;
-    if (open && !joins) out_.character('\n');
-    out_.text(joins ? " " : "mtllib ");
-    out_.text(name);
-    open = true;
+    const bool joins = !scratch_.empty() && libraries[i].sameLine && !options_.librariesApart;
+    if (!joins && !scratch_.empty()) {
+      out_.endLine(scratch_);
+      scratch_.clear();
+    }
+    scratch_.append(joins ? " " : "mtllib ").append(name);
   }
-  if (open) out_.endLine({});
+  if (!scratch_.empty()) out_.endLine(scratch_);
   return true;
 }
 
@@ -182,13 +227,6 @@ void DocumentWriter::Run::useVectors() {
     list(document_.lines(), lists_.lines);
     list(document_.points(), lists_.points);
   };
-  for (const VectorKind kind : kKinds) total_ += allVectors_ ? document_.vectorCount(kind) : 0;
-  if (lists_.whole) {
-    for (std::size_t k = 0; k < kElementKinds; ++k)
-      total_ += document_.elements(static_cast<ElementKind>(k)).size();
-  } else {
-    total_ += lists_.faces.size() + lists_.lines.size() + lists_.points.size();
-  }
   if (allVectors_) return;
   for (const VectorKind kind : kKinds) {
     const auto k = static_cast<std::size_t>(kind);
@@ -216,33 +254,75 @@ void DocumentWriter::Run::useVectors() {
       std::sort(used.begin(), used.end());
     }
     for (std::size_t i = 0; i < used.size(); ++i) newIndex[used[i]] = static_cast<std::uint32_t>(i + 1);
-    total_ += used.size();
   }
 }
 
-bool DocumentWriter::Run::writeVectors(VectorKind kind) {
-  const auto k = static_cast<std::size_t>(kind);
-  const bool all = allVectors_ || kind == VectorKind::parameter;
-  const std::uint32_t count =
-      all ? document_.vectorCount(kind) : static_cast<std::uint32_t>(writer_.used_[k].size());
-  // Lines of a part may lie far from one another, each a wait for memory.
-  constexpr std::uint32_t kAhead = 8;
-  const auto offsets = document_.vectorOffsets(kind);
-  const std::vector<std::uint32_t>* const used = all ? nullptr : &writer_.used_[k];
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if (used != nullptr && i + 2 * kAhead < count) {
-      __builtin_prefetch(&offsets[(*used)[i + 2 * kAhead]]);
-      writer_.lines_.prefetch(offsets[(*used)[i + kAhead]]);
+/// Writes the lines of all streams in their order.
+bool DocumentWriter::Run::writeLines() {
+  const std::span<LineStream> streams(streams_);
+  nextAnchor_ = writer_.asides_.empty() ? kNoOffset : 0;
+  const std::size_t parts = options_.vectorsFirst ? kFirstElementLine : kLineKinds;
+  for (const auto some : {streams.first(parts), streams.subspan(parts)}) {
+    std::uint64_t limit = 0;
+    while (LineStream* const stream = nextStream(some, limit)) {
+      for (std::uint64_t at = stream->offset(); at < limit; at = stream->offset()) {
+        if (at >= nextAnchor_ && !writeAsides(at)) return false;
+        if (!advance() || !writeLine(*stream)) return false;
+        stream->advance();
+        lastWritten_ = at;
+      }
     }
-    if (!advance() || !writeVector(kind, used == nullptr ? i : (*used)[i])) return false;
   }
-  counts_.vectors[k] = count;
+  return (!lists_.whole && lastWritten_ != writer_.lastOffset_) || writeAsides(kNoOffset);
+}
+
+/// Writes what belongs to the line at `anchor`, in a whole document also what belongs to lines before it that
+/// are left out.
+bool DocumentWriter::Run::writeAsides(std::uint64_t anchor) {
+  const std::vector<Aside>& asides = writer_.asides_;
+  auto next = asides.begin() + static_cast<std::ptrdiff_t>(aside_);
+  if (!lists_.whole) {
+    next = std::lower_bound(next, asides.end(), anchor,
+                            [](const Aside& aside, std::uint64_t at) { return aside.anchor < at; });
+  }
+  for (; next != asides.end() && next->anchor <= anchor; ++next) {
+    if (next->group ? !options_.emptyGroups || !options_.groups.empty() : !options_.comments) continue;
+    std::string_view line;
+    if (!fetch(next->offset, line)) return false;
+    if (!next->group) {
+      writeComment(line);
+      continue;
+    }
+    out_.endLine(joinedText(line));
+    // What it has put in force is to be said otherwise for the next element, even if it is the same.
+    groupText_ = '\n';
+    restate_ = true;
+  }
+  aside_ = static_cast<std::size_t>(next - asides.begin());
+  nextAnchor_ = next == asides.end() ? kNoOffset : next->anchor;
+  return true;
+}
+
+bool DocumentWriter::Run::writeLine(const LineStream& stream) {
+  if (stream.kind() < kFirstElementLine) {
+    // Lines of a part may lie far from one another, each a wait for memory.
+    constexpr std::uint32_t kAhead = 8;
+    if (stream.hasList() && stream.left() > 2 * kAhead) {
+      const auto offsets = document_.vectorOffsets(static_cast<VectorKind>(stream.kind()));
+      __builtin_prefetch(&offsets[stream.indexAhead(2 * kAhead)]);
+      writer_.lines_.prefetch(offsets[stream.indexAhead(kAhead)]);
+    }
+    return writeVector(static_cast<VectorKind>(stream.kind()), stream.index());
+  }
+  if (stream.kind() == kStatementLine) return writeStatement(document_.statements()[stream.index()]);
+  writeElement(static_cast<ElementKind>(stream.kind() - kFirstElementLine), stream.index());
   return true;
 }
 
 bool DocumentWriter::Run::writeVector(VectorKind kind, std::uint32_t index) {
   std::string_view line;
   if (!fetch(document_.vectorOffsets(kind)[index], line)) return false;
+  ++counts_.vectors[static_cast<std::size_t>(kind)];
   if (options_.rewriter == nullptr) {
     writeVectorLine(out_, kind, line);
     return true;

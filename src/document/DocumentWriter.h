@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "KSmthExport.h"
+#include "document/FileOrder.h"
 #include "document/LineText.h"
 #include "document/OBJDocument.h"
 #include "document/Selection.h"
@@ -26,19 +27,18 @@ class KSMTH_API Rewriter {
   Rewriter& operator=(const Rewriter&) = delete;
   virtual ~Rewriter();
 
-  /// A comment of the head, from its "#" on; may be made several lines. True when it was changed.
+  /// A comment, from its "#" on; may be made several lines. True when it was changed.
   virtual bool commentText(std::string& text);
   /// The numbers of a vertex line: `text` holds what stands behind the keyword. True when it was changed.
   virtual bool vectorText(VectorKind kind, std::uint32_t index, std::string& text);
   /// The names behind "g" for a face; `text` holds them, parted by blanks. True when it was changed.
   virtual bool groupText(std::int32_t groupSet, std::int32_t object, std::string& text);
-  /// The name behind "usemtl" or "o"; `kNoIndex` with an empty `text` ends a material or object. True when it
-  /// was changed.
+  /// The name behind "usemtl" or "o", which may be empty. True when it was changed.
   virtual bool nameText(Division division, std::int32_t index, std::string& text);
   /// The smoothing group of an element ("off" or a number), asked for each element. True when changed.
   virtual bool smoothingText(ElementKind kind, std::uint32_t index, std::string& text);
   /// A face is written as several: fills `pieces` with positions (0 is the first corner) of their corners,
-  /// each piece ended by `kPieceEnd`. False to write it as it is.
+  /// each piece ended by `kPieceEnd`; without any it is left out. False to write it as it is.
   virtual bool cutFace(std::uint32_t index, std::vector<std::uint32_t>& pieces);
   /// The same for elements of any kind: asks `cutFace` for faces, leaves others as they are.
   virtual bool cutElement(ElementKind kind, std::uint32_t index, std::vector<std::uint32_t>& pieces);
@@ -56,6 +56,9 @@ struct WriteOptions {
   bool objects = true;          ///< write "o" lines
   bool statements = true;       ///< of a whole document: write free-form and other statements, and "vp" lines
   bool headComments = true;     ///< write the comments at the document's head
+  bool comments = true;         ///< write those behind it, each in front of the line that follows it
+  bool emptyGroups = true;      ///< write "g" lines that no element follows
+  bool vectorsFirst = false;    ///< write vertex lines in front of all elements
   bool librariesApart = false;  ///< one "mtllib" line for each library
   std::vector<std::string> notes;    ///< lines of comment, without "#" and line feed, behind the head's
   std::vector<std::int32_t> groups;  ///< the only groups that "g" lines name; empty for all
@@ -75,10 +78,11 @@ struct WriteCounts {
   std::uint64_t bytes = 0;
 };
 
-/// Writes documents, whole or in part, with the digits of the file. The order of vertex lines and of elements
-/// never changes. A part has the vertex lines that its elements use and indices to match; relative indices
-/// become absolute ones. "o", "g", "s" and "usemtl" lines stand where what is in force changes. Lines end in
-/// a line feed.
+/// Writes documents, whole or in part, with the digits of the file and its lines in their order, behind the
+/// libraries. A part has the vertex lines that its elements use and indices to match; relative indices become
+/// absolute ones. "o", "g", "s" and "usemtl" lines stand where what is in force for elements changes. A
+/// comment, or a "g" line without elements, belongs to the vertex line, element or other statement that
+/// follows it, those at the end to the last one: a part has those of its lines. Lines end in a line feed.
 ///
 /// One writer for many parts keeps its tables: a part costs what it holds, not what the document holds.
 class KSMTH_API DocumentWriter {
@@ -90,12 +94,21 @@ class KSMTH_API DocumentWriter {
   /// `Status::cancelled`; what the sink has got by then is incomplete.
   Result write(const ElementLists& lists, const WriteOptions& options, Sink& sink,
                WriteCounts* counts = nullptr);
+  /// Writes vertex lines by index, ascending, and all statements that are no elements.
+  Result writeRest(const std::array<std::vector<std::uint32_t>, kVectorKinds>& vectors,
+                   const WriteOptions& options, Sink& sink, WriteCounts* counts = nullptr);
 
  private:
   class Run;
+  using VectorLists = std::array<std::vector<std::uint32_t>, kVectorKinds>;
+
+  Result write(const ElementLists& lists, const VectorLists* rest, const WriteOptions& options, Sink& sink,
+               WriteCounts* counts);
 
   const OBJDocument& document_;
   LineText lines_;
+  std::vector<Aside> asides_;
+  std::uint64_t lastOffset_ = kNoOffset;  ///< of the last line
   /// New index + 1 of each vertex line of the part being written, 0 for those not in it; all 0 between parts.
   std::array<std::vector<std::uint32_t>, 3> newIndex_;
   std::array<std::vector<std::uint32_t>, 3> used_;

@@ -13,7 +13,6 @@
 namespace WavefrontOBJ {
 namespace {
 
-constexpr std::uint64_t kNoOffset = std::numeric_limits<std::uint64_t>::max();
 constexpr char kElementWords[kElementKinds] = {'f', 'l', 'p'};
 
 /// Statements of which some words are indices of vertex lines: those from word `first` on, 1 being the first
@@ -77,68 +76,26 @@ std::string absoluteStatement(const OBJDocument& document, std::uint64_t offset,
   return changed ? absolute : text;
 }
 
-std::uint64_t DocumentWriter::Run::Cursor::offset() const {
-  return position < size() ? table->offset(element()) : kNoOffset;
-}
-
-/// The state of the element at the cursor, which only moves on.
-std::uint32_t DocumentWriter::Run::Cursor::state() {
-  const auto runs = table->runs();
-  const std::uint32_t i = element();
-  if (run + 1 < runs.size() && runs[run + 1].first <= i) {
+/// The state of an element of those that are written, in order.
+std::uint32_t DocumentWriter::Run::stateOf(ElementKind kind, std::uint32_t element) {
+  const auto runs = document_.elements(kind).runs();
+  std::size_t& run = run_[static_cast<std::size_t>(kind)];
+  if (run + 1 < runs.size() && runs[run + 1].first <= element) {
     // Each run has an element at least, and often no more.
-    const std::size_t last = std::min<std::size_t>(runs.size() - 1, run + (i - runs[run].first));
-    if (runs[last].first <= i) {
+    const std::size_t last = std::min<std::size_t>(runs.size() - 1, run + (element - runs[run].first));
+    if (runs[last].first <= element) {
       run = last;
     } else {
       const auto at = [&runs](std::size_t index) {
         return runs.begin() + static_cast<std::ptrdiff_t>(index);
       };
-      const auto behind = std::upper_bound(
-          at(run), at(last), i, [](std::uint32_t index, const StateRun& row) { return index < row.first; });
+      const auto behind =
+          std::upper_bound(at(run), at(last), element,
+                           [](std::uint32_t index, const StateRun& row) { return index < row.first; });
       run = static_cast<std::size_t>(behind - runs.begin()) - 1;
     }
   }
   return runs[run].state;
-}
-
-bool DocumentWriter::Run::writeElements() {
-  Cursor cursors[kElementKinds];
-  const std::vector<std::uint32_t>* const lists[kElementKinds] = {&lists_.faces, &lists_.lines,
-                                                                  &lists_.points};
-  for (std::size_t k = 0; k < kElementKinds; ++k) {
-    cursors[k].kind = static_cast<ElementKind>(k);
-    cursors[k].table = &document_.elements(cursors[k].kind);
-    cursors[k].list = lists_.whole ? nullptr : lists[k];
-  }
-  std::span<const OBJStatement> statements;
-  if (lists_.whole && options_.statements) statements = document_.statements();
-  for (;;) {
-    // What comes next in the file.
-    Cursor* next = nullptr;
-    std::uint64_t offset = kNoOffset;
-    std::uint64_t limit = statements.empty() ? kNoOffset : statements[0].offset;
-    for (Cursor& cursor : cursors) {
-      const std::uint64_t at = cursor.offset();
-      if (at < offset) {
-        limit = std::min(limit, offset);
-        offset = at;
-        next = &cursor;
-      } else {
-        limit = std::min(limit, at);
-      }
-    }
-    if (next == nullptr || (!statements.empty() && statements[0].offset < offset)) {
-      if (statements.empty()) return true;
-      if (!writeStatement(statements[0])) return false;
-      statements = statements.subspan(1);
-      continue;
-    }
-    for (; next->offset() < limit; ++next->position) {
-      if (!advance()) return false;
-      writeElement(*next);
-    }
-  }
 }
 
 bool DocumentWriter::Run::writeStatement(const OBJStatement& statement) {
@@ -151,26 +108,26 @@ bool DocumentWriter::Run::writeStatement(const OBJStatement& statement) {
   return true;
 }
 
-void DocumentWriter::Run::writeElement(Cursor& cursor) {
-  const std::uint32_t element = cursor.element();
-  writeState(cursor, element);
+void DocumentWriter::Run::writeElement(ElementKind kind, std::uint32_t element) {
   pieces_.clear();
   bool cut = false;
   if (options_.rewriter != nullptr) {
     dropTextures_ = dropNormals_ = false;
-    options_.rewriter->dropColumns(cursor.kind, element, dropTextures_, dropNormals_);
-    cut = options_.rewriter->cutElement(cursor.kind, element, pieces_);
+    cut = options_.rewriter->cutElement(kind, element, pieces_);
+    if (cut && pieces_.empty()) return;
+    options_.rewriter->dropColumns(kind, element, dropTextures_, dropNormals_);
   }
-  writeCorners(cursor.kind, element, cut ? &pieces_ : nullptr);
+  writeState(kind, element);
+  writeCorners(kind, element, cut ? &pieces_ : nullptr);
 }
 
 void DocumentWriter::Run::writeName(Division division, std::int32_t index) {
   const bool material = division == Division::material;
-  out_.text(material ? "usemtl" : "o");
+  // The blank stays without a name: some readers know the line by it.
+  out_.text(material ? "usemtl " : "o ");
   const std::vector<OBJName>& names = material ? document_.materials() : document_.objects();
   scratch_ = index != kNoIndex ? names[static_cast<std::size_t>(index)].text : std::string();
   if (options_.rewriter != nullptr) options_.rewriter->nameText(division, index, scratch_);
-  if (!scratch_.empty()) out_.character(' ');
   out_.endLine(scratch_);
 }
 
@@ -200,9 +157,9 @@ std::string DocumentWriter::Run::smoothingText(std::int32_t index) const {
   return smoothing.off ? "off" : std::to_string(smoothing.number);
 }
 
-void DocumentWriter::Run::writeState(Cursor& cursor, std::uint32_t element) {
-  const std::uint32_t index = cursor.state();
-  const bool isNew = first_ || index != lastState_;
+void DocumentWriter::Run::writeState(ElementKind kind, std::uint32_t element) {
+  const std::uint32_t index = stateOf(kind, element);
+  const bool isNew = restate_ || index != lastState_;
   if (!isNew && options_.rewriter == nullptr) return;
   const ElementState& state = document_.states()[index];
   if (isNew) {
@@ -211,7 +168,7 @@ void DocumentWriter::Run::writeState(Cursor& cursor, std::uint32_t element) {
   }
   if (options_.smoothing && (options_.rewriter != nullptr || state.smoothing != written_.smoothing)) {
     std::string text = smoothingText(state.smoothing);
-    if (options_.rewriter != nullptr) options_.rewriter->smoothingText(cursor.kind, element, text);
+    if (options_.rewriter != nullptr) options_.rewriter->smoothingText(kind, element, text);
     if (text != smoothingText_) {
       smoothingText_ = std::move(text);
       out_.text("s ");
@@ -223,7 +180,7 @@ void DocumentWriter::Run::writeState(Cursor& cursor, std::uint32_t element) {
   }
   written_ = state;
   lastState_ = index;
-  first_ = false;
+  restate_ = false;
 }
 
 inline char* DocumentWriter::Run::writeCorner(char* out, const ElementTable& table,

@@ -55,7 +55,9 @@ void writeVectorLine(SinkBuffer& out, VectorKind kind, std::string_view line);
 /// One write of a part.
 class DocumentWriter::Run {
  public:
-  Run(DocumentWriter& writer, const ElementLists& lists, const WriteOptions& options, Sink& sink);
+  /// Writes the elements of `lists` and what they need, or, where there is a `rest`, these vertex lines.
+  Run(DocumentWriter& writer, const ElementLists& lists, const VectorLists* rest, const WriteOptions& options,
+      Sink& sink);
   Run(const Run&) = delete;
   Run& operator=(const Run&) = delete;
   /// Cleans the writer's tables for the next part.
@@ -65,30 +67,18 @@ class DocumentWriter::Run {
   const WriteCounts& counts() const { return counts_; }
 
  private:
-  /// The elements of one kind that are to be written, and how far that has come.
-  struct Cursor {
-    ElementKind kind = ElementKind::face;
-    const ElementTable* table = nullptr;
-    const std::vector<std::uint32_t>* list = nullptr;  ///< null for all
-    std::uint32_t position = 0;
-    std::size_t run = 0;  ///< that of the last element
-
-    std::uint32_t size() const {
-      return list != nullptr ? static_cast<std::uint32_t>(list->size()) : table->size();
-    }
-    std::uint32_t element() const { return list != nullptr ? (*list)[position] : position; }
-    std::uint64_t offset() const;
-    std::uint32_t state();
-  };
-
   bool writeHead();
   bool writeLibraries();
   void useVectors();
-  bool writeVectors(VectorKind kind);
+  void layOut();
+  bool writeLines();
+  bool writeAsides(std::uint64_t anchor);
+  void writeComment(std::string_view line);
+  bool writeLine(const LineStream& stream);
   bool writeVector(VectorKind kind, std::uint32_t index);
-  bool writeElements();
-  void writeElement(Cursor& cursor);
-  void writeState(Cursor& cursor, std::uint32_t element);
+  void writeElement(ElementKind kind, std::uint32_t element);
+  std::uint32_t stateOf(ElementKind kind, std::uint32_t element);
+  void writeState(ElementKind kind, std::uint32_t element);
   void writeName(Division division, std::int32_t index);
   void writeGroups(const ElementState& state);
   std::string smoothingText(std::int32_t index) const;
@@ -101,6 +91,7 @@ class DocumentWriter::Run {
   DocumentWriter& writer_;
   const OBJDocument& document_;
   const ElementLists& lists_;
+  const VectorLists* rest_;
   const WriteOptions& options_;
   SinkBuffer out_;
   Result failure_;
@@ -109,11 +100,17 @@ class DocumentWriter::Run {
   std::uint64_t done_ = 0;
   std::uint64_t total_ = 0;
 
+  std::array<LineStream, kLineKinds> streams_;
+  std::size_t run_[kElementKinds] = {};  ///< that of the last element of each kind
+  std::size_t aside_ = 0;                ///< the next one
+  std::uint64_t nextAnchor_ = kNoOffset;
+  std::uint64_t lastWritten_ = kNoOffset;
+
   ElementState written_;       ///< what the lines so far put in force
   std::string groupText_;      ///< of the last "g" line
   std::string smoothingText_;  ///< of the last "s" line
   std::string scratch_;
-  bool first_ = true;  ///< no element is written yet
+  bool restate_ = true;  ///< the next element's state is looked at, even if it is that of the last one
   std::uint32_t lastState_ = 0;
   std::vector<std::uint32_t> pieces_;
   bool dropTextures_ = false;  ///< of the element in work

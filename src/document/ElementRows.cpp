@@ -22,6 +22,10 @@ std::uint64_t smoothingOf(const OBJDocument& document, const ElementState& state
              : document.smoothings()[static_cast<std::size_t>(state.smoothing)].number;
 }
 
+std::int32_t named(const std::vector<OBJName>& names, std::int32_t row) {
+  return row == kNoIndex || names[static_cast<std::size_t>(row)].text.empty() ? kNoIndex : row;
+}
+
 template <class Value, class ValueOf>
 std::vector<Value> valueOfElements(const OBJDocument& document, ElementKind kind, ValueOf valueOf) {
   std::vector<Value> values(document.elements(kind).size());
@@ -41,11 +45,11 @@ std::vector<std::int32_t> rowOfElements(const OBJDocument& document, Division di
       case Division::smoothing:
         return state.smoothing;
       case Division::material:
-        return state.material;
+        return named(document.materials(), state.material);
       case Division::object:
         break;
     }
-    return state.object;
+    return named(document.objects(), state.object);
   });
 }
 

@@ -9,7 +9,8 @@
 namespace WavefrontOBJ {
 
 /// For each element of `kind` the index of its material or object in the document's list, `kNoIndex` for
-/// none. Of groups, of which an element may be in several, that of the first. May throw std::bad_alloc.
+/// none and for one without a name. Of groups, of which an element may be in several, that of the first. May
+/// throw std::bad_alloc.
 KSMTH_API std::vector<std::int32_t> rowOfElements(const OBJDocument& document, Division division,
                                                   ElementKind kind);
 

@@ -30,6 +30,7 @@ enum class FixKind : std::uint8_t {
   relativeIndex,
   forwardReference,
   emptyPart,
+  oldFace,
   severalLibraries,
   nameMissing,
   numberMissing,
@@ -71,13 +72,15 @@ enum class FixKind : std::uint8_t {
   display,
   inclusion,
   unknownStatement,
-  comment,
+  emptyGroup,
   lineOrPoint,
   objectName,
   materialNameBlank,
   libraryNameBlank,
   libraryMissing,
+  libraryRefused,
   materialMissing,
+  materialsPastTable,
   kindCount  // not a kind
 };
 
@@ -106,6 +109,7 @@ inline constexpr FixRow kFixKinds[] = {
     {FixKind::forwardReference, "forward-reference", FixEffect::rewritten,
      "vertex lines put in front of the element that names them"},
     {FixKind::emptyPart, "empty-part", FixEffect::rewritten, "slash without an index behind it left away"},
+    {FixKind::oldFace, "old-face", FixEffect::rewritten, R"("fo", an old name of "f", made "f")"},
     {FixKind::severalLibraries, "several-libraries", FixEffect::rewritten,
      "libraries put on lines of their own"},
     {FixKind::nameMissing, "name-missing", FixEffect::rewritten,
@@ -178,7 +182,7 @@ inline constexpr FixRow kFixKinds[] = {
     {FixKind::display, "display", FixEffect::leftOut, "statement about display or rendering"},
     {FixKind::inclusion, "included-file", FixEffect::leftOut, "call or csh statement"},
     {FixKind::unknownStatement, "unknown-statement", FixEffect::leftOut, "unknown statement"},
-    {FixKind::comment, "comment", FixEffect::leftOut, "comment behind the head of the file"},
+    {FixKind::emptyGroup, "empty-group", FixEffect::leftOut, "\"g\" line that no element follows"},
     // Cannot be said to the host.
     {FixKind::lineOrPoint, "line-or-point", FixEffect::unsaid,
      "line or point element, which the host passes over"},
@@ -189,8 +193,12 @@ inline constexpr FixRow kFixKinds[] = {
      "library name with a blank, of which the host takes the first word"},
     {FixKind::libraryMissing, "library-missing", FixEffect::unsaid,
      "material library missing or unreadable; faces have no material in the host"},
+    {FixKind::libraryRefused, "library-refused", FixEffect::unsaid,
+     "material library that the host refuses: \"newmtl\" is not its first statement"},
     {FixKind::materialMissing, "material-missing", FixEffect::unsaid,
      "material that is in no library; its faces have none in the host"},
+    {FixKind::materialsPastTable, "materials-past-table", FixEffect::unsaid,
+     "libraries of more than 1,048,576 materials, which the host has no room for: it reads nothing"},
 };
 static_assert(std::size(kFixKinds) == kFixKindCount);
 static_assert([] {

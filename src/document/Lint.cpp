@@ -212,7 +212,9 @@ void Linter::materials() {
     for (MaterialLibrary::Name& name : library.materials) names.insert(std::move(name.text));
   }
   for (const OBJName& material : document_.materials()) {
-    if (!names.contains(material.text)) add(FindingKind::materialMissing, material.offset, 0, material.text);
+    // One without a name has a finding of its own.
+    if (!material.text.empty() && !names.contains(material.text))
+      add(FindingKind::materialMissing, material.offset, 0, material.text);
   }
 }
 

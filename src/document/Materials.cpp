@@ -96,6 +96,20 @@ void takeLine(LineWords words, std::uint64_t number, MaterialLibrary& library) {
   if (!value.numbers.empty()) library.values.push_back(std::move(value));
 }
 
+/// See `MaterialLibrary::refusedLine`.
+std::uint64_t refusedLine(const std::string& text) {
+  std::uint64_t number = 0;
+  for (std::size_t begin = 0; begin < text.size();) {
+    ++number;
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    OBJTokenStream line(std::string_view(text).substr(begin, end - begin));
+    begin = end + 1;
+    std::string keyword;
+    if (line.extract(keyword) && keyword[0] != '#') return lowerText(keyword) == "newmtl" ? 0 : number;
+  }
+  return 0;
+}
+
 }  // namespace
 
 bool MaterialLibrary::has(std::string_view material) const {
@@ -123,6 +137,7 @@ Result readMaterialLibrary(const std::string& path, MaterialLibrary& library) {
     result = source.read(0, text.data(), text.size());
     if (!result) return result;
     library.path = path;
+    library.refusedLine = refusedLine(text);
     const char* line = text.data();
     const char* const end = line + text.size();
     if (text.starts_with("\xEF\xBB\xBF")) line += 3;

@@ -36,6 +36,9 @@ struct MaterialLibrary {
   std::vector<Name> materials;    ///< of "newmtl" lines, in order
   std::vector<Texture> textures;  ///< in order, repeats included
   std::vector<Value> values;      ///< likewise
+  /// The first line that is neither a comment nor blank, where that is no "newmtl": the host, for which a
+  /// line ends at a line feed and has no other byte in front, refuses the library there. 0 for none.
+  std::uint64_t refusedLine = 0;
 
   bool has(std::string_view material) const;
 };

@@ -1,6 +1,7 @@
 #include "document/Merge.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <map>
 #include <new>
@@ -8,6 +9,7 @@
 #include <unordered_map>
 
 #include "document/DocumentWriterRun.h"
+#include "document/FileOrder.h"
 #include "document/LineText.h"
 #include "document/LogicalLine.h"
 #include "document/PartNotes.h"
@@ -18,7 +20,6 @@ namespace WavefrontOBJ {
 namespace {
 
 constexpr std::uint32_t kNowhere = std::numeric_limits<std::uint32_t>::max();
-constexpr std::size_t kStatement = DocumentItem::kStatement;
 /// Read ahead in each of what may be thousands of files.
 constexpr std::size_t kMostBytes = std::size_t{64} * 1024;
 constexpr char kElementWords[kElementKinds] = {'f', 'l', 'p'};
@@ -50,18 +51,23 @@ std::string vectorText(std::string_view line) {
 struct Input {
   const OBJDocument* document = nullptr;
   PartNotes notes;  ///< of a document by itself: all of it
-  LineText lines;
-  /// Of each vertex line: first its place in the unit, then the index it gets.
+  LineText text;
+  std::vector<DocumentLine> lines;
+  std::vector<Aside> asides;
+  std::size_t aside = 0;  ///< the next one
+  /// The index that each vertex line gets.
   std::array<std::vector<std::uint32_t>, kVectorKinds> newIndex;
-  std::vector<DocumentItem> items;
 
-  explicit Input(const OBJDocument& d) : document(&d), lines(d.source(), kMostBytes) {}
+  explicit Input(const OBJDocument& d) : document(&d), text(d.source(), kMostBytes) {}
+  std::uint64_t offset(std::uint32_t line) const {
+    return lineOffset(*document, lines[line].kind, lines[line].index);
+  }
 };
 
-/// Where something of a unit is found first.
+/// Where a line of a unit is found first.
 struct Place {
   std::uint32_t input = kNowhere;
-  std::uint32_t index = 0;
+  std::uint32_t line = 0;
 };
 
 /// The inputs that are parts of one document, or one input by itself.
@@ -78,12 +84,12 @@ class Merger {
   Result run(MergeReport& report) {
     Result result = findUnits();
     if (result) result = writeHead();
-    for (std::size_t k = 0; result && k < kVectorKinds; ++k) {
-      for (std::size_t u = 0; result && u < units_.size(); ++u)
-        result = writeVectors(units_[u], static_cast<VectorKind>(k));
-      known_.clear();
+    for (std::size_t u = 0; result && u < units_.size(); ++u) {
+      std::vector<Place> places;
+      result = findPlaces(units_[u], places);
+      if (result) result = numberVectors(units_[u], places);
+      if (result) result = writeLines(units_[u], places);
     }
-    for (std::size_t u = 0; result && u < units_.size(); ++u) result = writeItems(units_[u]);
     out_.flush();
     report_.counts.bytes = out_.bytes();
     report = report_;
@@ -95,10 +101,13 @@ class Merger {
   Result writeHead();
   Result writeComments(Unit& unit);
   void writeLibraries();
-  Result writeVectors(const Unit& unit, VectorKind kind);
-  Result compare(const Unit& unit, VectorKind kind, const std::vector<Place>& places);
+  Result findPlaces(const Unit& unit, std::vector<Place>& places);
+  Result compare(std::uint32_t input, std::uint32_t line, const Place& first, bool& differs);
+  Result numberVectors(const Unit& unit, const std::vector<Place>& places);
   std::uint32_t weldOrAdd(std::size_t kind, const std::string& text);
-  Result writeItems(const Unit& unit);
+  Result writeLines(const Unit& unit, const std::vector<Place>& places);
+  Result writeAsides(Input& input, std::uint64_t anchor);
+  Result writeLine(std::uint32_t input, std::uint32_t line);
   void writeState(std::uint32_t input, const ElementState& state);
   void writeElement(const Input& input, ElementKind kind, std::uint32_t index);
   Result writeStatement(Input& input, std::uint32_t index);
@@ -115,12 +124,15 @@ class Merger {
 
   /// For welding: the index of each text, and of the text with how often it came before in one unit.
   std::unordered_map<std::string, std::uint32_t> known_;
+  std::array<std::uint32_t, kVectorKinds> written_{};
 
   // What the lines so far put in force.
   std::string groups_;
   std::string smoothing_;
-  std::string material_;
-  std::string object_;
+  std::optional<std::string> material_;
+  std::optional<std::string> object_;
+  std::uint32_t lastInput_ = kNowhere;
+  std::uint32_t lastState_ = 0;
 };
 
 bool Merger::advance() {
@@ -142,24 +154,21 @@ Result Merger::findUnits() {
       return {Status::changed, document.source().name() +
                                    ": does not hold what its note of the part it is says; it was changed"};
     }
-    input.items = itemsInOrder(document);
-    total_ += input.items.size();
-    for (std::size_t k = 0; k < kVectorKinds; ++k) total_ += document.vectorCount(static_cast<VectorKind>(k));
-    if (found == PartNotesFound::good) {
+    input.lines = linesInOrder(document);
+    total_ += input.lines.size();
+    const bool part = found == PartNotesFound::good;
+    input.asides = asidesOf(document, part ? input.notes.comments : document.headCommentCount());
+    if (part) {
       const auto [unit, isNew] = known.emplace(input.notes.document, units_.size());
-      if (!isNew && inputs_[units_[unit->second][0]].notes.totals == input.notes.totals) {
+      if (!isNew && inputs_[units_[unit->second][0]].notes.total == input.notes.total) {
         units_[unit->second].push_back(i);
         continue;
       }
       ++report_.documents;
     } else {
       input.notes = {};
-      for (std::size_t k = 0; k < kVectorKinds; ++k)
-        input.notes.totals[k] = document.vectorCount(static_cast<VectorKind>(k));
-      input.notes.totals[kItemRow] = static_cast<std::uint32_t>(input.items.size());
-      for (std::size_t row = 0; row <= kItemRow; ++row) {
-        if (input.notes.totals[row] > 0) input.notes.ranges[row] = {{0, input.notes.totals[row] - 1}};
-      }
+      input.notes.total = static_cast<std::uint32_t>(input.lines.size());
+      if (input.notes.total > 0) input.notes.lines = {{0, input.notes.total - 1}};
     }
     units_.push_back({i});
   }
@@ -174,20 +183,17 @@ Result Merger::writeHead() {
   return {};
 }
 
-/// The comments of the first file of the unit that has any of its own.
+/// The comments at the head of the first file of the unit: its own, which stand in front of the notes.
 Result Merger::writeComments(Unit& unit) {
-  for (const std::uint32_t i : unit) {
-    Input& input = inputs_[i];
-    bool any = false;
-    for (const std::uint64_t offset : input.document->comments().first(input.document->headCommentCount())) {
-      std::string_view line;
-      if (Result result = input.lines.fetch(offset, line); !result) return result;
-      if (isPartNote(line)) continue;
-      any = true;
-      out_.text(joinedText(line));
-      out_.character('\n');
-    }
-    if (any) break;
+  Input& input = inputs_[unit[0]];
+  const std::size_t count =
+      input.notes.comments > 0 ? input.notes.comments : input.document->headCommentCount();
+  for (const std::uint64_t offset : input.document->comments().first(count)) {
+    std::string_view line;
+    if (Result result = input.text.fetch(offset, line); !result) return result;
+    if (isPartNote(line)) continue;
+    out_.text(joinedText(line));
+    out_.character('\n');
   }
   return {};
 }
@@ -226,18 +232,53 @@ std::uint32_t Merger::weldOrAdd(std::size_t kind, const std::string& text) {
   return known->second;
 }
 
-Result Merger::writeVectors(const Unit& unit, VectorKind kind) {
-  const auto k = static_cast<std::size_t>(kind);
-  std::vector<Place> places(inputs_[unit[0]].notes.totals[k]);
+/// Fills `places` with where each line of the unit is found first.
+Result Merger::findPlaces(const Unit& unit, std::vector<Place>& places) {
+  places.resize(inputs_[unit[0]].notes.total);
+  std::vector<bool> differs(places.size());
   for (const std::uint32_t i : unit) {
-    Input& input = inputs_[i];
-    input.newIndex[k].resize(input.document->vectorCount(kind));
-    forEachIndex(input.notes.ranges[k], [&](std::uint32_t at, std::uint32_t place) {
-      input.newIndex[k][at] = place;
-      if (places[place].input == kNowhere) places[place] = {i, at};
+    Result result;
+    forEachIndex(inputs_[i].notes.lines, [&](std::uint32_t line, std::uint32_t place) {
+      Place& first = places[place];
+      if (first.input == kNowhere) {
+        first = {i, line};
+      } else if (result) {
+        bool differ = differs[place];
+        result = compare(i, line, first, differ);
+        differs[place] = differ;
+      }
     });
+    if (!result) return result;
   }
-  if (Result result = compare(unit, kind, places); !result) return result;
+  return {};
+}
+
+/// Compares a line of an input with what another one has in its place. Counts vertex lines that are not
+/// alike, each once.
+Result Merger::compare(std::uint32_t i, std::uint32_t line, const Place& first, bool& differs) {
+  Input& input = inputs_[i];
+  Input& other = inputs_[first.input];
+  const std::size_t kind = input.lines[line].kind;
+  if (kind != other.lines[first.line].kind) {
+    return {Status::changed, input.document->source().name() + " and " + other.document->source().name() +
+                                 ": have lines of different kinds in one place; one of them was changed"};
+  }
+  if (kind >= kFirstElementLine || differs) return {};
+  std::string_view ours;
+  std::string_view theirs;
+  if (Result result = input.text.fetch(input.offset(line), ours); !result) return result;
+  if (Result result = other.text.fetch(other.offset(first.line), theirs); !result) return result;
+  if (ours == theirs || vectorText(ours) == vectorText(theirs)) return {};
+  differs = true;
+  if (report_.differing++ > 0) return {};
+  std::uint64_t number = 0;
+  if (Result result = input.document->lineNumber(input.offset(line), number); !result) return result;
+  report_.firstDiffering = input.document->source().name() + ":" + std::to_string(number);
+  return {};
+}
+
+/// Gives every vertex line of the unit its index in what is written.
+Result Merger::numberVectors(const Unit& unit, const std::vector<Place>& places) {
   // Of lines with the same words in one unit, the n-th is welded to the n-th of another.
   std::unordered_map<std::string, std::uint32_t> repeats;
   std::vector<std::uint32_t> newIndex(places.size(), kNowhere);
@@ -247,106 +288,109 @@ Result Merger::writeVectors(const Unit& unit, VectorKind kind) {
       continue;
     }
     Input& input = inputs_[places[p].input];
-    std::string_view line;
-    Result result = input.lines.fetch(input.document->vectorOffsets(kind)[places[p].index], line);
-    if (!result) return result;
-    if (!advance()) return out_.result() ? Result{Status::cancelled, "cancelled"} : out_.result();
-    std::uint32_t& count = report_.counts.vectors[k];
-    if (options_.weld) {
-      std::string text = vectorText(line);
-      const std::uint32_t repeat = repeats[text]++;
-      if (repeat > 0) text += "\n" + std::to_string(repeat);
-      const std::uint32_t before = count;
-      newIndex[p] = weldOrAdd(k, text);
-      if (count == before) {
-        ++report_.welded;
-        continue;
-      }
-    } else {
-      newIndex[p] = count++;
+    const std::size_t kind = input.lines[places[p].line].kind;
+    if (kind >= kFirstElementLine) continue;
+    if (!options_.weld) {
+      newIndex[p] = report_.counts.vectors[kind]++;
+      continue;
     }
-    writeVectorLine(out_, kind, line);
+    std::string_view line;
+    if (Result result = input.text.fetch(input.offset(places[p].line), line); !result) return result;
+    std::string text = std::to_string(kind) + " " + vectorText(line);
+    const std::uint32_t repeat = repeats[text]++;
+    if (repeat > 0) text += "\n" + std::to_string(repeat);
+    newIndex[p] = weldOrAdd(kind, text);
   }
-  for (const std::uint32_t i : unit) {
-    for (std::uint32_t& index : inputs_[i].newIndex[k]) index = newIndex[index];
-  }
-  return {};
-}
-
-/// Counts the lines that parts have in common but not alike.
-Result Merger::compare(const Unit& unit, VectorKind kind, const std::vector<Place>& places) {
-  const auto k = static_cast<std::size_t>(kind);
-  std::vector<bool> differs(places.size());
   for (const std::uint32_t i : unit) {
     Input& input = inputs_[i];
-    for (std::uint32_t at = 0; at < input.newIndex[k].size(); ++at) {
-      const Place& first = places[input.newIndex[k][at]];
-      if (first.input == i) continue;
-      Input& other = inputs_[first.input];
-      std::string_view ours;
-      std::string_view theirs;
-      const std::uint64_t offset = input.document->vectorOffsets(kind)[at];
-      if (Result result = input.lines.fetch(offset, ours); !result) return result;
-      if (Result result = other.lines.fetch(other.document->vectorOffsets(kind)[first.index], theirs);
-          !result)
-        return result;
-      if (ours == theirs || vectorText(ours) == vectorText(theirs) || differs[input.newIndex[k][at]])
-        continue;
-      differs[input.newIndex[k][at]] = true;
-      if (report_.differing++ > 0) continue;
-      std::uint64_t number = 0;
-      if (Result result = input.document->lineNumber(offset, number); !result) return result;
-      report_.firstDiffering = input.document->source().name() + ":" + std::to_string(number);
+    for (std::size_t k = 0; k < kVectorKinds; ++k)
+      input.newIndex[k].resize(input.document->vectorCount(static_cast<VectorKind>(k)));
+    forEachIndex(input.notes.lines, [&](std::uint32_t line, std::uint32_t place) {
+      const DocumentLine& row = input.lines[line];
+      if (row.kind < kFirstElementLine) input.newIndex[row.kind][row.index] = newIndex[place];
+    });
+  }
+  return {};
+}
+
+Result Merger::writeLines(const Unit& unit, const std::vector<Place>& places) {
+  for (const Place& place : places) {
+    if (place.input == kNowhere) continue;
+    if (!advance()) return out_.result() ? Result{Status::cancelled, "cancelled"} : out_.result();
+    Input& input = inputs_[place.input];
+    if (Result result = writeAsides(input, input.offset(place.line)); !result) return result;
+    if (Result result = writeLine(place.input, place.line); !result) return result;
+  }
+  // What stands behind the last line is in the parts that have this line.
+  const std::uint32_t last = places.empty() ? unit[0] : places.back().input;
+  return last == kNowhere ? Result() : writeAsides(inputs_[last], kNoOffset);
+}
+
+/// Writes the comments and empty groups of an input that belong to the line at `anchor`, and passes over
+/// those of lines before it.
+Result Merger::writeAsides(Input& input, std::uint64_t anchor) {
+  for (; input.aside < input.asides.size() && input.asides[input.aside].anchor <= anchor; ++input.aside) {
+    const Aside& aside = input.asides[input.aside];
+    if (aside.anchor < anchor) continue;
+    std::string_view line;
+    if (Result result = input.text.fetch(aside.offset, line); !result) return result;
+    if (aside.group) {
+      out_.endLine(joinedText(line));
+      groups_ = '\n';  // is said otherwise for the next element
+      lastInput_ = kNowhere;
+    } else {
+      out_.text(joinedText(line));
+      out_.character('\n');
     }
   }
   return {};
 }
 
-Result Merger::writeItems(const Unit& unit) {
-  std::vector<Place> places(inputs_[unit[0]].notes.totals[kItemRow]);
-  for (const std::uint32_t i : unit) {
-    forEachIndex(inputs_[i].notes.ranges[kItemRow], [&](std::uint32_t at, std::uint32_t place) {
-      if (places[place].input == kNowhere) places[place] = {i, at};
-    });
-  }
-  std::uint32_t lastInput = kNowhere;
-  std::uint32_t lastState = 0;
-  for (const Place& place : places) {
-    if (place.input == kNowhere) {
-      ++report_.missing;
-      continue;
+Result Merger::writeLine(std::uint32_t i, std::uint32_t line) {
+  Input& input = inputs_[i];
+  const DocumentLine row = input.lines[line];
+  if (row.kind == kStatementLine) return writeStatement(input, row.index);
+  if (row.kind < kFirstElementLine) {
+    // One that is welded to an earlier one is there already.
+    if (input.newIndex[row.kind][row.index] < written_[row.kind]) {
+      ++report_.welded;
+      return {};
     }
-    if (!advance()) return out_.result() ? Result{Status::cancelled, "cancelled"} : out_.result();
-    Input& input = inputs_[place.input];
-    const DocumentItem item = input.items[place.index];
-    if (item.kind == kStatement) {
-      if (Result result = writeStatement(input, item.index); !result) return result;
-      continue;
-    }
-    const auto kind = static_cast<ElementKind>(item.kind);
-    const std::uint32_t state = input.document->elements(kind).stateOf(item.index);
-    if (place.input != lastInput || state != lastState)
-      writeState(place.input, input.document->states()[state]);
-    lastInput = place.input;
-    lastState = state;
-    writeElement(input, kind, item.index);
+    ++written_[row.kind];
+    std::string_view text;
+    if (Result result = input.text.fetch(input.offset(line), text); !result) return result;
+    writeVectorLine(out_, static_cast<VectorKind>(row.kind), text);
+    return {};
   }
+  const auto kind = static_cast<ElementKind>(row.kind - kFirstElementLine);
+  const std::uint32_t state = input.document->elements(kind).stateOf(row.index);
+  if (i != lastInput_ || state != lastState_) writeState(i, input.document->states()[state]);
+  lastInput_ = i;
+  lastState_ = state;
+  writeElement(input, kind, row.index);
   return {};
 }
 
 void Merger::writeState(std::uint32_t i, const ElementState& state) {
   const OBJDocument& document = *inputs_[i].document;
-  const auto change = [this](std::string& current, std::string_view keyword, std::string_view name) {
-    if (name == current) return;
-    current = name;
+  const auto write = [this](std::string_view keyword, std::string_view name) {
     out_.text(keyword);
-    if (!name.empty()) out_.character(' ');
+    out_.character(' ');
     out_.endLine(name);
   };
-  const auto nameOf = [](const std::vector<OBJName>& names, std::int32_t index) {
-    return index == kNoIndex ? std::string_view() : names[static_cast<std::size_t>(index)].text;
+  const auto change = [&write](std::string& current, std::string_view keyword, const std::string& name) {
+    if (name != current) write(keyword, name);
+    current = name;
   };
-  change(object_, "o", nameOf(document.objects(), state.object));
+  // Before the first line of its kind there is none, which is another state than one without a name.
+  const auto rename = [&write](std::optional<std::string>& current, std::string_view keyword,
+                               const std::vector<OBJName>& names, std::int32_t index) {
+    if (index == kNoIndex && !current) return;
+    const std::string name = index == kNoIndex ? "" : names[static_cast<std::size_t>(index)].text;
+    if (name != current) write(keyword, name);
+    current = name;
+  };
+  rename(object_, "o", document.objects(), state.object);
   // Before the first "g" and "s" lines nothing needs to be said; behind them it does.
   std::string text;
   if (state.groupSet != kNoIndex || !groups_.empty()) {
@@ -364,7 +408,7 @@ void Merger::writeState(std::uint32_t i, const ElementState& state) {
     text = "off";
   }
   change(smoothing_, "s", text);
-  change(material_, "usemtl", nameOf(document.materials(), state.material));
+  rename(material_, "usemtl", document.materials(), state.material);
 }
 
 void Merger::writeElement(const Input& input, ElementKind kind, std::uint32_t index) {
@@ -399,7 +443,7 @@ void Merger::writeElement(const Input& input, ElementKind kind, std::uint32_t in
 Result Merger::writeStatement(Input& input, std::uint32_t index) {
   const std::uint64_t offset = input.document->statements()[index].offset;
   std::string_view line;
-  if (Result result = input.lines.fetch(offset, line); !result) return result;
+  if (Result result = input.text.fetch(offset, line); !result) return result;
   const auto map = [&input](VectorKind kind, std::int64_t i) {
     const std::vector<std::uint32_t>& newIndex = input.newIndex[static_cast<std::size_t>(kind)];
     return i < 0 || i >= static_cast<std::int64_t>(newIndex.size())

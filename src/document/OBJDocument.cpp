@@ -46,6 +46,7 @@ Result OBJDocument::readSource(const DocumentReadOptions& options) {
   for (ElementTable& table : elements_) table.shrink();
   statements_.shrink();
   comments_.shrink();
+  emptyGroups_.shrink();
   findings_.sortByPlace();
   return result;
 }
@@ -143,7 +144,8 @@ Result OBJDocument::lineNumber(std::uint64_t offset, std::uint64_t& number) cons
 
 std::size_t OBJDocument::memoryBytes() const {
   std::size_t bytes = states_.memoryBytes() + groupSetBegins_.memoryBytes() + groupSetNames_.memoryBytes() +
-                      statements_.memoryBytes() + comments_.memoryBytes() + lineMarks_.memoryBytes();
+                      statements_.memoryBytes() + comments_.memoryBytes() + emptyGroups_.memoryBytes() +
+                      lineMarks_.memoryBytes();
   for (const auto& offsets : vectors_) bytes += offsets.memoryBytes();
   for (const ElementTable& table : elements_) bytes += table.memoryBytes();
   return bytes;

@@ -36,7 +36,8 @@ struct OBJStatement {
   Kind kind;
 };
 
-/// A group, material or object, in the order in which elements first had it.
+/// A group, material or object, in the order in which elements first had it. Empty for elements behind a
+/// "usemtl" or "o" line without a name: such a material is white by the format's rules, another than none.
 struct OBJName {
   std::string text;
   std::uint64_t offset = 0;  ///< where the line begins that named it
@@ -89,8 +90,8 @@ struct DocumentReadOptions {
 /// file. Corners may have empty parts ("1//", "1/"). An element with a corner that cannot be resolved is left
 /// out; with texture coordinates or normals that cannot, it loses those of all its corners. A "g" line names
 /// any number of groups; without a name it is "default", which is also the group of faces before the first
-/// "g". "usemtl" and "o" take the rest of their line as one name. Limits: 2^31 - 1 lines of each kind, 2^32 -
-/// 1 corners, 1 GiB a line (`Status::tooLarge`).
+/// "g". "usemtl" and "o" take the rest of their line as one name, which may be empty. Limits: 2^31 - 1 lines
+/// of each kind, 2^32 - 1 corners, 1 GiB a line (`Status::tooLarge`).
 ///
 /// No function throws unless it says so. Const functions may run on several threads at a time.
 class KSMTH_API OBJDocument {
@@ -144,6 +145,8 @@ class KSMTH_API OBJDocument {
   std::span<const ElementState> states() const { return states_.span(); }
   /// Names in the order in which elements first had them; "default" where a face had no "g" line or name.
   const std::vector<OBJName>& groups() const { return groups_; }
+  /// Where "g" lines begin that no element follows before the next "g" line, in order.
+  std::span<const std::uint64_t> emptyGroups() const { return emptyGroups_.span(); }
   const std::vector<OBJName>& materials() const { return materials_; }
   const std::vector<OBJName>& objects() const { return objects_; }
   const std::vector<OBJSmoothing>& smoothings() const { return smoothings_; }
@@ -199,6 +202,7 @@ class KSMTH_API OBJDocument {
   std::vector<OBJLibrary> libraries_;
   PlainArray<OBJStatement> statements_;
   PlainArray<std::uint64_t> comments_;
+  PlainArray<std::uint64_t> emptyGroups_;
   std::size_t headComments_ = 0;
   PlainArray<LineMark> lineMarks_;
 };

@@ -158,12 +158,11 @@ Result Output::openTemporary() {
     const std::string path = (folder == "/" ? "" : folder) + "/" + temporaryName(nameOf(target_));
     // First the entry, then the file: a signal between them finds nothing to remove.
     registered_ = OutputRegistry::add(path);
+    temporary_ = path;
     descriptor_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor_ >= 0) {
-      temporary_ = path;
-      return {};
-    }
+    if (descriptor_ >= 0) return {};
     const int error = errno;
+    temporary_.clear();
     OutputRegistry::remove(registered_);
     registered_ = nullptr;
     if (error != EEXIST) return systemFailure(error);

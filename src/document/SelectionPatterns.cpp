@@ -46,17 +46,16 @@ const std::vector<OBJName>& namesOf(const OBJDocument& document, Division divisi
 /// Adds what `word` means to `chosen`. False when that is nothing.
 bool addNames(const OBJDocument& document, Division division, const std::string& word,
               std::vector<std::int32_t>& chosen) {
-  if (const std::int32_t exact = document.find(division, word); exact != kNoIndex) {
-    chosen.push_back(exact);
-    return true;
-  }
+  const std::int32_t exact = document.find(division, word);
+  if (exact != kNoIndex) chosen.push_back(exact);
+  if (exact != kNoIndex && !word.empty()) return true;
   if (word.empty() && division != Division::group) {
     const auto states = document.states();
     const bool any = std::any_of(states.begin(), states.end(), [division](const ElementState& state) {
       return (division == Division::material ? state.material : state.object) == kNoIndex;
     });
     if (any) chosen.push_back(kNoIndex);
-    return any;
+    return any || exact != kNoIndex;
   }
   const std::vector<OBJName>& names = namesOf(document, division);
   const std::size_t before = chosen.size();

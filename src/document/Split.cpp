@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <map>
 #include <new>
+#include <numeric>
 
-#include "document/DocumentWriterRun.h"
-#include "document/LineText.h"
-#include "document/LogicalLine.h"
 #include "document/PartNotes.h"
 
 namespace WavefrontOBJ {
@@ -21,32 +19,13 @@ std::vector<bool> marks(const std::vector<std::uint32_t>& indices, std::uint32_t
   return marked;
 }
 
-/// What all parts say alike, and the items of one.
-PartNotes notesOf(const OBJDocument& document, std::uint64_t checksum) {
-  PartNotes notes;
-  notes.document = checksum;
-  for (const VectorKind kind : kVectors)
-    notes.totals[static_cast<std::size_t>(kind)] = document.vectorCount(kind);
-  notes.totals[kItemRow] = itemCount(document);
-  return notes;
-}
-
-void addAll(std::vector<IndexRange>& ranges, std::uint32_t count) {
-  if (count > 0) ranges = {{0, count - 1}};
-}
-
-std::vector<IndexRange> itemRanges(const OBJDocument& document, const ElementLists& lists) {
-  std::vector<std::uint32_t> items;
-  const auto add = [&](ElementKind kind, const std::vector<std::uint32_t>& list) {
-    for (const std::uint32_t i : list) items.push_back(itemNumber(document, kind, i));
-  };
-  add(ElementKind::face, lists.faces);
-  add(ElementKind::line, lists.lines);
-  add(ElementKind::point, lists.points);
-  if (!lists.lines.empty() || !lists.points.empty()) std::sort(items.begin(), items.end());
-  std::vector<IndexRange> ranges;
-  for (const std::uint32_t item : items) addIndex(ranges, item);
-  return ranges;
+template <class Predicate>
+std::vector<std::uint32_t> indicesWhere(const std::vector<bool>& marked, Predicate wanted) {
+  std::vector<std::uint32_t> indices;
+  for (std::uint32_t i = 0; i < marked.size(); ++i) {
+    if (wanted(marked[i])) indices.push_back(i);
+  }
+  return indices;
 }
 
 }  // namespace
@@ -96,6 +75,9 @@ DocumentSplit::DocumentSplit(const OBJDocument& document, Division by, const Sel
   parts_ = std::move(kept);
   for (const VectorKind kind : kVectors)
     used_[static_cast<std::size_t>(kind)].resize(document.vectorCount(kind));
+  for (std::size_t kind = 0; kind < kLineKinds; ++kind) numbers_[kind].reserve(lineCount(document, kind));
+  std::uint32_t number = 0;
+  for (const DocumentLine& line : linesInOrder(document)) numbers_[line.kind].push_back(number++);
 }
 
 ElementLists DocumentSplit::elements(std::size_t part) const {
@@ -112,41 +94,50 @@ ElementLists DocumentSplit::elements(std::size_t part) const {
   return lists;
 }
 
-Result DocumentSplit::takeChecksum() {
-  if (checksum_) return {};
-  std::uint64_t sum = 0;
-  Result result = checksum(document_, sum);
-  if (result) checksum_ = sum;
-  return result;
+/// The notes of a part with these lines: their indices by kind.
+Result DocumentSplit::notesOf(const LineSpans& lines, std::vector<std::string>& text) {
+  if (!checksum_) {
+    std::uint64_t sum = 0;
+    if (Result result = checksum(document_, sum); !result) return result;
+    checksum_ = sum;
+  }
+  std::vector<std::uint32_t> numbers;
+  for (std::size_t kind = 0; kind < kLineKinds; ++kind) {
+    for (const std::uint32_t i : lines[kind]) numbers.push_back(numbers_[kind][i]);
+  }
+  if (!std::is_sorted(numbers.begin(), numbers.end())) std::sort(numbers.begin(), numbers.end());
+  PartNotes notes;
+  notes.document = *checksum_;
+  notes.total = lineCount(document_);
+  for (const std::uint32_t number : numbers) addIndex(notes.lines, number);
+  text = noteLines(notes);
+  return {};
 }
 
 Result DocumentSplit::writePart(std::size_t part, WriteOptions options, Sink& sink, WriteCounts* counts) {
   try {
-    if (Result result = takeChecksum(); !result) return result;
     const ElementLists lists = elements(part);
+    Result noted;
     options.partNotes = [&](const std::array<std::span<const std::uint32_t>, 3>& used) {
-      PartNotes notes = notesOf(document_, *checksum_);
+      LineSpans lines;
+      std::array<std::vector<std::uint32_t>, 3> all;
       for (std::size_t k = 0; k < used.size(); ++k) {
-        if (options.keepOrder) {
-          addAll(notes.ranges[k], notes.totals[k]);
-          used_[k].assign(used_[k].size(), true);
-        }
-        for (const std::uint32_t i : used[k]) {
-          addIndex(notes.ranges[k], i);
-          used_[k][i] = true;
-        }
+        if (options.keepOrder) all[k] = indicesWhere(used_[k], [](bool) { return true; });
+        lines[k] = options.keepOrder ? all[k] : used[k];
+        for (const std::uint32_t i : lines[k]) used_[k][i] = true;
       }
-      notes.ranges[kItemRow] = itemRanges(document_, lists);
-      return noteLines(notes);
+      const std::vector<std::uint32_t>* const kinds[kElementKinds] = {&lists.faces, &lists.lines,
+                                                                      &lists.points};
+      for (std::size_t k = 0; k < kElementKinds; ++k) lines[kFirstElementLine + k] = *kinds[k];
+      std::vector<std::string> text;
+      noted = notesOf(lines, text);
+      return text;
     };
-    return writer_.write(lists, options, sink, counts);
+    Result result = writer_.write(lists, options, sink, counts);
+    return noted ? result : noted;
   } catch (const std::bad_alloc&) {
     return {Status::outOfMemory, document_.source().name() + ": out of memory"};
   }
-}
-
-bool DocumentSplit::inRest(VectorKind kind, std::uint32_t index) const {
-  return !document_.statements().empty() || !used_[static_cast<std::size_t>(kind)][index];
 }
 
 bool DocumentSplit::hasRest() const {
@@ -157,43 +148,19 @@ bool DocumentSplit::hasRest() const {
 
 Result DocumentSplit::writeRest(WriteOptions options, Sink& sink, WriteCounts* counts) {
   try {
-    if (Result result = takeChecksum(); !result) return result;
-    PartNotes notes = notesOf(document_, *checksum_);
-    for (const VectorKind kind : kVectors) {
-      for (std::uint32_t i = 0; i < document_.vectorCount(kind); ++i) {
-        if (inRest(kind, i)) addIndex(notes.ranges[static_cast<std::size_t>(kind)], i);
-      }
+    // Statements may refer to any.
+    const bool all = !document_.statements().empty();
+    std::array<std::vector<std::uint32_t>, kVectorKinds> vectors;
+    LineSpans lines;
+    for (std::size_t k = 0; k < kVectorKinds; ++k) {
+      vectors[k] = indicesWhere(used_[k], [all](bool used) { return all || !used; });
+      lines[k] = vectors[k];
     }
-    std::uint32_t number = 0;
-    for (const DocumentItem& item : itemsInOrder(document_)) {
-      if (item.kind == DocumentItem::kStatement) addIndex(notes.ranges[kItemRow], number);
-      ++number;
-    }
-    // A part of nothing has the comments and the libraries.
-    options.notes = noteLines(notes);
-    options.keepOrder = false;
-    WriteCounts written;
-    if (Result result = writer_.write({}, options, sink, &written); !result) return result;
-    SinkBuffer out(sink);
-    LineText lines(document_.source());
-    std::string_view line;
-    for (const VectorKind kind : kVectors) {
-      const auto offsets = document_.vectorOffsets(kind);
-      for (std::uint32_t i = 0; i < offsets.size(); ++i) {
-        if (!inRest(kind, i)) continue;
-        if (Result result = lines.fetch(offsets[i], line); !result) return result;
-        writeVectorLine(out, kind, line);
-        ++written.vectors[static_cast<std::size_t>(kind)];
-      }
-    }
-    for (const OBJStatement& statement : document_.statements()) {
-      if (Result result = lines.fetch(statement.offset, line); !result) return result;
-      out.endLine(absoluteStatement(document_, statement.offset, joinedText(line)));
-    }
-    out.flush();
-    written.bytes += out.bytes();
-    if (counts != nullptr) *counts = written;
-    return out.result();
+    std::vector<std::uint32_t> statements(document_.statements().size());
+    std::iota(statements.begin(), statements.end(), 0U);
+    lines[kStatementLine] = statements;
+    if (Result result = notesOf(lines, options.notes); !result) return result;
+    return writer_.writeRest(vectors, options, sink, counts);
   } catch (const std::bad_alloc&) {
     return {Status::outOfMemory, document_.source().name() + ": out of memory"};
   }

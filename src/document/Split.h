@@ -3,11 +3,13 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "KSmthExport.h"
 #include "document/DocumentWriter.h"
+#include "document/FileOrder.h"
 #include "document/OBJDocument.h"
 #include "document/Selection.h"
 
@@ -43,15 +45,17 @@ class KSMTH_API DocumentSplit {
     std::vector<std::size_t> rows;  ///< of the members: "off" and "0" are one part
   };
 
-  Result takeChecksum();
-  bool inRest(VectorKind kind, std::uint32_t index) const;
+  using LineSpans = std::array<std::span<const std::uint32_t>, kLineKinds>;
+
+  Result notesOf(const LineSpans& lines, std::vector<std::string>& text);
 
   const OBJDocument& document_;
   DocumentWriter writer_;
   std::array<OBJMembers, kElementKinds> members_;
   std::vector<Part> parts_;
-  std::array<std::vector<bool>, kElementKinds> chosen_;  ///< all empty where all elements are
-  std::array<std::vector<bool>, kVectorKinds> used_;     ///< vertex lines that are in a part
+  std::array<std::vector<bool>, kElementKinds> chosen_;         ///< all empty where all elements are
+  std::array<std::vector<bool>, kVectorKinds> used_;            ///< vertex lines that are in a part
+  std::array<std::vector<std::uint32_t>, kLineKinds> numbers_;  ///< of each line among all
   std::optional<std::uint64_t> checksum_;
 };
 

@@ -1,5 +1,6 @@
 #include "obj/OBJAssert.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +18,7 @@ extern "C" [[noreturn]] void __assert_rtn(const char* function, const char* file
 namespace {
 
 std::atomic<OBJAssertionHandler> sAssertionHandler = nullptr;
+thread_local unsigned sAnswering = 0;  ///< `OBJAnsweredAssertions` of the thread
 
 [[noreturn]] void platformAssertionFailed(const char* function, const char* file, int line,
                                           const char* expression) {
@@ -36,10 +38,33 @@ OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler) {
   return sAssertionHandler.exchange(handler);
 }
 
-void WavefrontOBJ::OBJAssertionFailed(const char* function, const char* file, int line,
-                                      const char* expression) {
+namespace WavefrontOBJ {
+
+std::string_view OBJFailedAssertion::text(std::array<char, 256>& buffer) const noexcept {
+  const int length =
+      std::snprintf(buffer.data(), buffer.size(), "Assertion failed: %s, function %s, file %s, line %d.",
+                    expression, function, file, line);
+  return {buffer.data(), std::min(static_cast<std::size_t>(std::max(length, 0)), buffer.size() - 1)};
+}
+
+OBJAnsweredAssertions::OBJAnsweredAssertions() noexcept {
+  ++sAnswering;
+}
+
+OBJAnsweredAssertions::~OBJAnsweredAssertions() {
+  --sAnswering;
+}
+
+bool OBJAnsweredAssertions::areAnswered() noexcept {
+  return sAnswering != 0;
+}
+
+void OBJAssertionFailed(const char* function, const char* file, int line, const char* expression) {
+  if (sAnswering != 0) throw OBJFailedAssertion{function, file, line, expression};
   const OBJAssertionHandler handler = sAssertionHandler;
   if (handler == nullptr) platformAssertionFailed(function, file, line, expression);
   handler(function, file, line, expression);
   std::abort();
 }
+
+}  // namespace WavefrontOBJ

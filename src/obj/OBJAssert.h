@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <string_view>
+
 #include "KSmthExport.h"
 
 extern "C" {
@@ -15,6 +18,30 @@ KSMTH_API OBJAssertionHandler OBJSetAssertionHandler(OBJAssertionHandler handler
 }
 
 namespace WavefrontOBJ {
+
+/// What a failed assertion throws where it is answered. The texts stay valid.
+struct KSMTH_API OBJFailedAssertion {
+  const char* function;
+  const char* file;
+  int line;
+  const char* expression;
+
+  /// The whole in one line for people.
+  std::string_view text(std::array<char, 256>& buffer) const noexcept;
+};
+
+/// While one lives, assertions that fail on its thread throw an `OBJFailedAssertion` and call no handler; of
+/// a smoothing table that is full nothing is logged. The model that was being read is to be given up.
+class KSMTH_API OBJAnsweredAssertions {
+ public:
+  OBJAnsweredAssertions() noexcept;
+  OBJAnsweredAssertions(const OBJAnsweredAssertions&) = delete;
+  OBJAnsweredAssertions& operator=(const OBJAnsweredAssertions&) = delete;
+  ~OBJAnsweredAssertions();
+
+  /// One lives on this thread.
+  static bool areAnswered() noexcept;
+};
 
 /// Ends the process because an invariant of the OBJ model is broken: an index past the allocated blocks, an
 /// 89th corner, a 257th smoothing group, an output file that cannot be opened.

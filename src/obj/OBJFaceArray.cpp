@@ -70,6 +70,8 @@ std::uint32_t* OBJFaceArray::ExtractFaceIndices(std::uint32_t n, std::uint32_t& 
     for (std::uint32_t i = 0; i < n; ++i) words[written++] = face.vertexIndex[i];
   });
   if (written != wordCount) {
+    // For a target that leaves by an exception.
+    std::free(words);
     OBJAssertionFailed("ExtractFaceIndices", "OBJFaceArray", 148, "vertexI == vertexICount");
   }
   return words;

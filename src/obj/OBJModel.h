@@ -15,6 +15,7 @@
 #include "obj/OBJLinkArray.h"
 #include "obj/OBJMaterial.h"
 #include "obj/OBJReadNotes.h"
+#include "obj/OBJStreams.h"
 #include "obj/OBJVectorArray.h"
 
 namespace WavefrontOBJ {
@@ -98,6 +99,11 @@ class KSMTH_API OBJModel {
   /// A folder cannot be opened. When memory runs out, and past `kMaxMaterials`, `_errorMessage` is "Out of
   /// memory." and the result false in both modes.
   bool read(std::string path, bool strict);
+  /// The same for a text that is no file. `name` takes the place of its path: it stands for the text in
+  /// messages, and libraries are looked for in its folder, see `getPath`.
+  bool read(const OBJByteSource& source, std::string name, bool strict);
+  /// The same for a text in memory, of which nothing is kept.
+  bool readBytes(std::string_view bytes, std::string name, bool strict);
 
   /// Reads a material library and appends a new material to `materials` at each "newmtl" line; the caller
   /// owns them (`delete`), also on false. False with the reason appended to `_errorMessage` when it cannot be
@@ -156,6 +162,11 @@ class KSMTH_API OBJModel {
   /// Writes the vertex range and faces of a smoothing group, as a named group: the host sees its number as a
   /// name. False, without a file, when no face carries the number.
   bool WriteSmoothingGroup(std::string path, std::uint32_t number, const char* mtlName) const;
+
+  // The same bytes for a sink. False also when the sink ended the write.
+  bool write(const OBJByteSink& sink, bool byFaceOrder, const char* mtlName);
+  bool WriteGroup(const OBJByteSink& sink, std::uint32_t group, const char* mtlName) const;
+  bool WriteSmoothingGroup(const OBJByteSink& sink, std::uint32_t number, const char* mtlName) const;
 
   // ---- geometry -----------------------------------------------------------------------------------------
 

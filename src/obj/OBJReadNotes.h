@@ -31,6 +31,41 @@ struct OBJReadNote {
   std::string text;        ///< the line, or the name that is missing
 };
 
+struct OBJReadNoteText {
+  const char* key;     ///< stable
+  const char* reason;  ///< in words
+};
+
+/// What a script and a person call a kind of note.
+constexpr OBJReadNoteText noteText(OBJReadNote::Kind kind) {
+  using Kind = OBJReadNote::Kind;
+  switch (kind) {
+    case Kind::unknownLine:
+      return {"unknownLine", "unknown line"};
+    case Kind::malformedCorner:
+      return {"malformedCorner", "face dropped, malformed corner"};
+    case Kind::unknownMaterial:
+      return {"unknownMaterial", "unknown material"};
+    case Kind::failedLibrary:
+      return {"failedLibrary", "material library cannot be read"};
+    case Kind::unknownMtlKeyword:
+      return {"unknownMtlKeyword", "unknown line of a material library"};
+    case Kind::vertexZero:
+      return {"vertexZero", "a face names vertex 0"};
+    case Kind::vertexMissing:
+      return {"vertexMissing", "a face names a vertex that the file has not given"};
+    case Kind::textureZero:
+      return {"textureZero", "a face names texture coordinate 0"};
+    case Kind::textureMissing:
+      return {"textureMissing", "a face names a texture coordinate that the file has not given"};
+    case Kind::normalZero:
+      return {"normalZero", "a face names normal 0"};
+    case Kind::normalMissing:
+      return {"normalMissing", "a face names a normal that the file has not given"};
+  }
+  return {"other", "passed over"};
+}
+
 /// The first notes of a read and the number of all: a file of noise must not fill the memory with them.
 struct OBJReadNotes {
   static constexpr std::size_t kMaxKept = 200;

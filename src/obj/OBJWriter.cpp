@@ -14,18 +14,33 @@ namespace {
 
 constexpr std::string_view kMakerLine = "# https://talvex.example/ksmthgrpimpt";
 
-/// Writes the lines of one file. Numbers and line forms are fixed to the byte by the host's contract,
+/// Where a text goes: a file, with the assertion that fails where it cannot be opened, or a sink.
+struct Target {
+  Target(const std::string& path_, const char* function_, int assertionLine_)
+      : path(&path_), function(function_), assertionLine(assertionLine_) {}
+  explicit Target(const OBJByteSink& sink_) : sink(&sink_) {}
+
+  const std::string* path = nullptr;
+  const char* function = nullptr;
+  int assertionLine = 0;
+  const OBJByteSink* sink = nullptr;
+};
+
+/// Writes the lines of one text. Numbers and line forms are fixed to the byte by the host's contract,
 /// trailing spaces included.
 class OBJLineWriter {
  public:
-  OBJLineWriter(const OBJModel& model, const std::string& path, const char* function, int assertionLine)
-      : model_(model), out_(path) {
-    if (!out_.isOpen()) {
-      OBJAssertionFailed(function, "OBJModel", assertionLine, "!\"Couldn't write to .OBJ file '\"");
+  OBJLineWriter(const OBJModel& model, const Target& target)
+      : model_(model), out_(target.sink != nullptr ? OBJTextSink(*target.sink) : OBJTextSink(*target.path)) {
+    if (target.sink == nullptr && !out_.isOpen()) {
+      OBJAssertionFailed(target.function, "OBJModel", target.assertionLine,
+                         "!\"Couldn't write to .OBJ file '\"");
     }
   }
 
   void header(const std::string& text) { out_.text(text); }
+  /// Hands over what is left.
+  void finish() { out_.flush(); }
 
   /// `index`, for an element of `array`. Where its block is missing and the array will fail its assertion,
   /// which ends the process, the lines before are in the file by then.
@@ -199,6 +214,71 @@ void writeFaceOrder(OBJModel& model, OBJLineWriter& out) {
   });
 }
 
+// What writes one kind of text. False where the sink ends it as well.
+
+bool writeModel(OBJModel& model, const Target& target, bool byFaceOrder, const char* mtlName) try {
+  OBJLineWriter out(model, target);
+  out.header(headerText(model, mtlName, 0, 0));
+  out.positions(0, model._vertices->count);
+  const OBJVectorArray& textures = *model._textureCoords;
+  for (std::uint32_t i = 0; i < textures.count; ++i) out.vector("vt ", textures[i]);
+  // Texture coordinates under the normals' keyword: fixed by the host's contract. Past the last texture
+  // coordinate this meets the array's own assertion.
+  for (std::uint32_t i = 0; i < model._normals->count; ++i) {
+    out.vector("vn ", textures[out.checked(textures, i)]);
+  }
+  if (byFaceOrder) {
+    writeFaceOrder(model, out);
+  } else {
+    for (const std::string& name : model._groupNames) {
+      out.group(name);
+      out.resetMaterial();
+      out.faces(model._groups.at(name), OBJLineWriter::Corners::complete);
+    }
+  }
+  out.finish();
+  return true;
+} catch (const OBJTextSink::Stopped&) {
+  return false;
+}
+
+bool writeGroup(const OBJModel& model, const Target& target, std::uint32_t group, const char* mtlName) try {
+  std::uint32_t start = 0;
+  const std::uint32_t count = model.GetGroupVertexRange(group, start);
+  if (count == 0) return false;
+  OBJLineWriter out(model, target);
+  const std::string& name = model._groupNames[group];
+  const OBJElementList& faces = model._groups.at(name);
+  out.header(headerText(model, mtlName, count, static_cast<std::uint32_t>(faces.size())));
+  out.positions(start, count);
+  out.group(name);
+  out.faces(faces, OBJLineWriter::Corners::positionsOnly, start);
+  out.finish();
+  return true;
+} catch (const OBJTextSink::Stopped&) {
+  return false;
+}
+
+bool writeSmoothingGroup(const OBJModel& model, const Target& target, std::uint32_t number,
+                         const char* mtlName) try {
+  std::uint32_t start = 0;
+  const std::uint32_t count = model.GetSmoothingGroupVertexRange(number, start);
+  const std::uint32_t faceCount = model.GetSmoothingGroupFaceCount(number);
+  if (count == 0 || faceCount == 0) return false;
+  OBJLineWriter out(model, target);
+  out.header(headerText(model, mtlName, count, faceCount));
+  out.positions(start, count);
+  // A "g" line, not an "s" line: the host is to see the smoothing group as a named group.
+  out.group(number);
+  model._faces->forEachFace([&](std::uint32_t, const OBJFaceView& face) {
+    if (face.smoothingGroup == number) out.face(face, OBJLineWriter::Corners::positionsOnly, start);
+  });
+  out.finish();
+  return true;
+} catch (const OBJTextSink::Stopped&) {
+  return false;
+}
+
 }  // namespace
 
 void OBJModel::WriteHeader(std::ostream& stream, const char* mtlName, std::uint32_t vertexCount,
@@ -207,54 +287,27 @@ void OBJModel::WriteHeader(std::ostream& stream, const char* mtlName, std::uint3
 }
 
 bool OBJModel::write(std::string path, bool byFaceOrder, const char* mtlName) {
-  OBJLineWriter out(*this, path, "write", 244);
-  out.header(headerText(*this, mtlName, 0, 0));
-  out.positions(0, _vertices->count);
-  const OBJVectorArray& textures = *_textureCoords;
-  for (std::uint32_t i = 0; i < textures.count; ++i) out.vector("vt ", textures[i]);
-  // Texture coordinates under the normals' keyword: fixed by the host's contract. Past the last texture
-  // coordinate this meets the array's own assertion.
-  for (std::uint32_t i = 0; i < _normals->count; ++i) out.vector("vn ", textures[out.checked(textures, i)]);
-  if (byFaceOrder) {
-    writeFaceOrder(*this, out);
-  } else {
-    for (const std::string& name : _groupNames) {
-      out.group(name);
-      out.resetMaterial();
-      out.faces(_groups.at(name), OBJLineWriter::Corners::complete);
-    }
-  }
-  return true;
+  return writeModel(*this, Target(path, "write", 244), byFaceOrder, mtlName);
+}
+
+bool OBJModel::write(const OBJByteSink& sink, bool byFaceOrder, const char* mtlName) {
+  return writeModel(*this, Target(sink), byFaceOrder, mtlName);
 }
 
 bool OBJModel::WriteGroup(std::string path, std::uint32_t group, const char* mtlName) const {
-  std::uint32_t start = 0;
-  const std::uint32_t count = GetGroupVertexRange(group, start);
-  if (count == 0) return false;
-  OBJLineWriter out(*this, path, "WriteGroup", 420);
-  const std::string& name = _groupNames[group];
-  const OBJElementList& faces = _groups.at(name);
-  out.header(headerText(*this, mtlName, count, static_cast<std::uint32_t>(faces.size())));
-  out.positions(start, count);
-  out.group(name);
-  out.faces(faces, OBJLineWriter::Corners::positionsOnly, start);
-  return true;
+  return writeGroup(*this, Target(path, "WriteGroup", 420), group, mtlName);
+}
+
+bool OBJModel::WriteGroup(const OBJByteSink& sink, std::uint32_t group, const char* mtlName) const {
+  return writeGroup(*this, Target(sink), group, mtlName);
 }
 
 bool OBJModel::WriteSmoothingGroup(std::string path, std::uint32_t number, const char* mtlName) const {
-  std::uint32_t start = 0;
-  const std::uint32_t count = GetSmoothingGroupVertexRange(number, start);
-  const std::uint32_t faceCount = GetSmoothingGroupFaceCount(number);
-  if (count == 0 || faceCount == 0) return false;
-  OBJLineWriter out(*this, path, "WriteSmoothingGroup", 541);
-  out.header(headerText(*this, mtlName, count, faceCount));
-  out.positions(start, count);
-  // A "g" line, not an "s" line: the host is to see the smoothing group as a named group.
-  out.group(number);
-  _faces->forEachFace([&](std::uint32_t, const OBJFaceView& face) {
-    if (face.smoothingGroup == number) out.face(face, OBJLineWriter::Corners::positionsOnly, start);
-  });
-  return true;
+  return writeSmoothingGroup(*this, Target(path, "WriteSmoothingGroup", 541), number, mtlName);
+}
+
+bool OBJModel::WriteSmoothingGroup(const OBJByteSink& sink, std::uint32_t number, const char* mtlName) const {
+  return writeSmoothingGroup(*this, Target(sink), number, mtlName);
 }
 
 }  // namespace WavefrontOBJ

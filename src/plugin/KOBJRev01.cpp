@@ -67,7 +67,7 @@ KSMTH_CALL(Version) {
 KSMTH_CALL(LoadOBJFile) {
   freeModel();
   if (text == nullptr) return 0.0F;
-  const float groups = guarded([&] {
+  const float groups = guarded(block1, [&] {
     gOBJModel = newModel();
     if (gOBJModel == nullptr) return 0.0F;
     if (readModel(*gOBJModel, text)) return static_cast<float>(groupCount());
@@ -85,7 +85,7 @@ KSMTH_CALL(FreeOBJModel) {
 
 KSMTH_CALL(ReplaceOBJVertices) {
   if (gOBJModel == nullptr || text == nullptr || *text == '\0') return -1.0F;
-  return guarded([&] {
+  return guarded(block1, [&] {
     OBJModel other(true);
     if (!readModel(other, text)) return -2.0F;
     return gOBJModel->SwapVertices(other) ? 0.0F : -3.0F;
@@ -107,7 +107,7 @@ KSMTH_CALL(GetOBJGroupInfo) {
   const std::uint32_t n = indexFromNumber(number);
   if (gOBJModel == nullptr || text == nullptr || !(number > 0.0) || n > groupCount()) return -1.0F;
   const std::string_view key = text;
-  return guarded([&] {
+  return guarded(block1, [&] {
     if (key == "name") {
       if (block1 == nullptr) return -2.0F;
       // A number in (0, 1) passes the range test and addresses no group.
@@ -139,7 +139,7 @@ KSMTH_CALL(GetOBJSmoothGroupInfo) {
 KSMTH_CALL(ExportOBJGroup) {
   const std::uint32_t n = indexFromNumber(number);
   if (gOBJModel == nullptr || text == nullptr || n > groupCount()) return -1.0F;
-  return guarded([&] {
+  return guarded(block1, [&] {
     if (n == 0) return status(gOBJModel->write(text, true, nullptr));
     if (!(number > 0.0)) return -1.0F;
     return status(gOBJModel->WriteGroup(text, n - 1, nullptr));
@@ -153,5 +153,5 @@ KSMTH_CALL(ExportOBJSmoothGroup) {
   if (n > count) return -1.0F;
   // A number in (0, 1) stands for the faces outside every smoothing group: fixed by the host's contract.
   const std::uint32_t group = n - 1 < count ? gOBJModel->_smoothingGroups[n - 1] : 0;
-  return guarded([&] { return status(gOBJModel->WriteSmoothingGroup(text, group, nullptr)); });
+  return guarded(block1, [&] { return status(gOBJModel->WriteSmoothingGroup(text, group, nullptr)); });
 }

@@ -29,8 +29,8 @@ class KSMTH_API KOBJRev01Priv {
 //   text        a path or a key word, NUL-terminated, may be null; key words are compared whole and as they
 //               are written
 //   number      an index from 1, a value or nothing; HostNumber.h tells what becomes of odd ones
-//   block1      receives text answers, NUL-terminated, without a limit: a path, a group name or an error
-//               text must fit; may be null
+//   block1      receives text answers, NUL-terminated, without a limit unless one is set (CallLimits.h): a
+//               path, a group name or an error text must fit; may be null
 //   unused1..3  what the host puts there is not read
 //   hostData    the host's table of object pointers, read by the mesh calls alone
 //

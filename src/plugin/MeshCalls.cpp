@@ -42,8 +42,8 @@ const char* groupName(const AMash3DDXF& mesh, std::int32_t index) {
 /// What the two calls on groups have in common: `mask` and `crease` get the mesh and the index from 0 of a
 /// group that `number`, from 1, addresses among `groupCount`.
 template <class Mask, class Crease>
-float applyGroup(const char* text, double number, std::size_t groupCount, void* hostData, Mask mask,
-                 Crease crease) {
+float applyGroup(const char* text, double number, char* block1, std::size_t groupCount, void* hostData,
+                 Mask mask, Crease crease) {
   const std::uint32_t n = indexFromNumber(number);
   if (text == nullptr || !(number > 0.0) || n > groupCount) return -1.0F;
   const std::string_view key = text;
@@ -53,7 +53,8 @@ float applyGroup(const char* text, double number, std::size_t groupCount, void* 
   const std::int64_t vertices = gOBJModel->_vertices->count;
   if (vertices != Mesh3D_GetVertexAttribCount(mesh)) return -3.0F;
   // A number in (0, 1) wraps round to an index that no table has, and fails in there.
-  return guarded([&] { return static_cast<float>(key == "mask" ? mask(mesh, n - 1) : crease(mesh, n - 1)); });
+  return guarded(block1,
+                 [&] { return static_cast<float>(key == "mask" ? mask(mesh, n - 1) : crease(mesh, n - 1)); });
 }
 
 }  // namespace
@@ -97,7 +98,7 @@ KSMTH_CALL(SetMesh3DFromOBJGroup) {
   OBJModel* model = gOBJModel;
   if (model == nullptr) return -1.0F;
   return applyGroup(
-      text, number, model->_groupNames.size(), hostData,
+      text, number, block1, model->_groupNames.size(), hostData,
       [model](AMash3DDXF* mesh, std::uint32_t group) {
         return Mesh3D_MaskGroupFromOBJ(mesh, model, group, sDefaultMaskValue);
       },
@@ -110,7 +111,7 @@ KSMTH_CALL(SetMesh3DFromOBJSmoothGroup) {
   OBJModel* model = gOBJModel;
   if (model == nullptr) return -1.0F;
   return applyGroup(
-      text, number, model->_smoothingGroupCount, hostData,
+      text, number, block1, model->_smoothingGroupCount, hostData,
       [model](AMash3DDXF* mesh, std::uint32_t group) {
         return Mesh3D_MaskSmoothingGroupFromOBJ(mesh, model, group, sDefaultMaskValue);
       },

@@ -103,6 +103,7 @@ const FindingCase kCases[] = {
     {kFace + "usemtl\tRed\ng\tb\n", "tab-after-keyword 5:7 \n"},
     {kFace + "o b\n", "object-name 5:3 b\n"},
     {kFace + "p 1\n", "line-or-point 5:1 p\n"},
+    {kTriangle + "fo 1 2 3\n", "old-face 4:1 fo\n"},
     {kFace + "deg 3\nvp 1\n", "free-form 5:1 deg\nfree-form 6:1 vp\n"},
     {"mtllib a.mtl a.mtl\n" + kFace, "several-libraries 1:14 a.mtl\n"},
     {"mtllib a b.mtl\n" + kFace, "several-libraries 1:10 b.mtl\n"},

@@ -317,7 +317,10 @@ TEST(Fix, SaysWhatItDoes) {
        "several-libraries library-name library-missing*2"},
       {"mtllib " + x + "\n" + v, v, "long-line library-past-line library-missing"},
       // Comments and statements.
-      {"# a\\\n#\n" + v + "# b\n", "# a\n#\n" + v, "long-comment comment"},
+      {"# a\\\n#\n" + v + "# b\\\n" + f + "#c", "# a\n#\n" + v + "# b\n" + f + "#c\n", "long-comment*2"},
+      {v + "g a\n# b\nvp 1\nlod 1\ng c\nfo 1 2 3\n", v + "# b\ng c\n" + f,
+       "old-face parameter-vertex display empty-group"},
+      {v + "usemtl \n" + f, v + "usemtl (null)\n" + f, "name-missing no-material"},
       {"#" + x + "\n" + v, "#" + x.substr(0, 1020) + "\n# " + x.substr(1020) + "\n" + v,
        "long-line long-comment"},
       {v + "vp 1 2\ncstype bezier\nlod 1\ncall a\nV 1 1 1\ns x\n" + f, v + f,
@@ -332,6 +335,30 @@ TEST(Fix, SaysWhatItDoes) {
     const Fixed result = fixed(documentOf(row.text), row.options);
     EXPECT_EQ(result.text, row.fixed);
     EXPECT_EQ(codesOf(result.report), row.codes);
+  }
+}
+
+TEST(Fix, SaysWhichLibrariesTheHostRefuses) {
+  const TempFolder folder;
+  folder.write("bom.mtl", "\xEF\xBB\xBFnewmtl red\n");
+  folder.write("late.mtl", "\n # x\nKd 1 1 1\nnewmtl red\n");
+  folder.write("good.mtl", "# x\n\tNEWMTL red\r\n");
+  std::string many;
+  for (std::uint32_t i = 1; i < 1U << 20; ++i) many += "newmtl\n";
+  folder.write("many.mtl", many);
+  const std::pair<std::string, std::string> rows[] = {
+      {"mtllib good.mtl\nmtllib many.mtl\n", ""},
+      {"mtllib bom.mtl\nmtllib late.mtl\n", "library-refused*2"},
+      {"mtllib good.mtl\nmtllib many.mtl\nmtllib good.mtl\n", "materials-past-table"}};
+  for (const auto& [text, codes] : rows) {
+    const Fixed result = fixed(documentOf(text, folder.path("model.obj")));
+    EXPECT_EQ(codesOf(result.report), codes) << text;
+    if (text.find("many") != std::string::npos) continue;
+    OBJModel model(true);
+    EXPECT_TRUE(model.read(folder.write("model.obj", result.text), false));
+    const auto refused =
+        std::ranges::count(model._readNotes.kept, OBJReadNote::Kind::failedLibrary, &OBJReadNote::kind);
+    EXPECT_EQ(refused, 2);
   }
 }
 

@@ -120,6 +120,24 @@ TEST(Parts, OfRealFilesAreTheFileAgain) {
   EXPECT_EQ(again.materials().size(), 4U);
 }
 
+/// Comments, groups without elements and lines without a name stay where they are, whole and in parts.
+TEST(Parts, KeepWhatStandsBetweenTheLines) {
+  const std::string text =
+      "# head\nmtllib a.mtl\\ \n# first\ng a\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl\n# of one\ng a\nf 1 2 3\n"
+      "g\n# of two\\\nv 1 1 0\nlod 1\no\ng b\ns 1\nusemtl red\\ \nf 2 4 3\n# end\ng\n";
+  const OBJDocument document = documentOf(text);
+  EXPECT_EQ(
+      whole(document),
+      "# head\nmtllib a.mtl\\ \n# first\ng a\nv 0 0 0\nv 1 0 0\nv 0 1 0\n# of one\ng a\nusemtl \nf 1 2 3\n"
+      "g\n# of two\\\nv 1 1 0\nlod 1\no \ng b\ns 1\nusemtl red\\ \nf 2 4 3\n# end\ng\n");
+  EXPECT_EQ(plain(documentOf(whole(document))), plain(document));
+  const Strings parts = partsOf(document, Division::material);
+  ASSERT_EQ(parts.size(), 3U);
+  EXPECT_TRUE(parts[0].ends_with("v 0 1 0\n# of one\ng a\nusemtl \nf 1 2 3\n")) << parts[0];
+  EXPECT_TRUE(parts[1].ends_with("f 1 3 2\n# end\ng\n")) << parts[1];
+  EXPECT_EQ(merged(parts), whole(document));
+}
+
 const char kTwoGroups[] =
     "# head\nmtllib a.mtl b.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nv 9 9 9\nvt 0 0\ng a b\ns 1\nusemtl "
     "red\n"
@@ -137,9 +155,9 @@ TEST(Parts, SayWhatTheyHave) {
   EXPECT_EQ(sum, 0x2AC46FD86C3CADADU) << std::hex << sum;  // on every machine
   ASSERT_TRUE(checksum(documentOf("#" + std::string(1U << 18, 'x') + "\nv\n"), sum));
   EXPECT_EQ(sum, 0x6E0AA253E8BAB468U);
-  const std::string head = "smthgrp part 1 of 2ac46fd86c3cadad v 5 vt 1 vn 0 vp 0 items 3\n# smthgrp part v ";
+  const std::string head = "smthgrp part 1 of 2ac46fd86c3cadad lines 9\n# smthgrp part lines ";
   EXPECT_EQ(parts[2], "# head\n# " + head +
-                          "2-4\n# smthgrp part items 3\nmtllib a.mtl b.mtl\n"
+                          "2-4 9\nmtllib a.mtl b.mtl\n"
                           "v 1 0 0\nv 0 1 0\nv 1 1 0\ng c\ns 1\nusemtl red\nf 1 3 2\n");
   EXPECT_EQ(parts[3], "# head\n# " + head + "5\nmtllib a.mtl b.mtl\nv 9 9 9\n");
   // A part of a part, and what is chosen of one, do not say what is not so any more.
@@ -160,16 +178,15 @@ TEST(Parts, SayWhatTheyHave) {
   EXPECT_EQ(merged(many), whole(documentOf(scattered)));
   const std::string note = parts[2].substr(parts[2].find("# smthgrp"), parts[2].find("mtllib") - 7);
   for (const auto& [from, to] :
-       std::vector<std::pair<std::string, std::string>>{{"v 2-4", "v 2-5"},
-                                                        {"v 2-4", "v 2-3"},
-                                                        {"v 2-4", "v 4-2"},
-                                                        {"v 2-4", "v 0-2"},
-                                                        {"v 2-4", "v 4-6"},
-                                                        {"v 2-4", "v 2-2 2-3"},
-                                                        {"items 3\n#", "items 2\n#"},
+       std::vector<std::pair<std::string, std::string>>{{"2-4 9", "2-5 9"},
+                                                        {"2-4 9", "2-3 9"},
+                                                        {"2-4 9", "4-2 6-9"},
+                                                        {"2-4 9", "0-2 9"},
+                                                        {"2-4 9", "7-10"},
+                                                        {"2-4 9", "2-2 2-3 9"},
                                                         {"part 1", "part 2"},
-                                                        {"items 3\nm", "items 3x\nm"},
-                                                        {"part v ", "part w "},
+                                                        {"4 9\nm", "4 9x\nm"},
+                                                        {"part lines ", "part line "},
                                                         {"f 1 3 2", "f 1 3 2\nf 1 2 3"}}) {
     std::string text = parts[2];
     text.replace(text.find(from), from.size(), to);
@@ -208,9 +225,11 @@ TEST(Merge, PutsFilesBehindOneAnother) {
       "# b\nmtllib x.mtl b.mtl\nv 1 0 0\nv 0 1 0\nv 1 1 0 \nvn 0 0 1\nf -3//1 -1//1 -2//1\ncurv 0 1 -1 2 "
       "1\ng "
       "a\np 3\n";
-  const std::string head = "# a\n# b\nmtllib a.mtl x.mtl\nmtllib b.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\n";
-  const std::string shared =
-      "vt 0 0\nvn 0 0 1\no A\ng a\ns 1\nusemtl m\nf 1/1 2/1 3/1\no\ng default\ns off\nusemtl\n";
+  const std::string head =
+      "# a\n# b\nmtllib a.mtl x.mtl\nmtllib b.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0 0\no A\ng a\ns 1\nusemtl "
+      "m\n"
+      "f 1/1 2/1 3/1\n";
+  const std::string shared = "vn 0 0 1\no \ng default\ns off\nusemtl \n";
   MergeReport report;
   EXPECT_EQ(merged({a, b}),
             head + "v 1 0 0\nv 0 1 0\nv 1 1 0\n" + shared + "f 4//1 6//1 5//1\ncurv 0 1 6 5 4\ng a\np 6\n");
@@ -231,7 +250,7 @@ TEST(Merge, PutsFilesBehindOneAnother) {
   EXPECT_EQ(report.documents, 2U);
   EXPECT_EQ(report.missing, 1U);
   EXPECT_EQ(report.differing, 1U);
-  EXPECT_EQ(report.firstDiffering, "test.obj:8");
+  EXPECT_EQ(report.firstDiffering, "test.obj:6");
   const OBJDocument both = documentOf(text);
   EXPECT_EQ(both.vectorCount(VectorKind::position), 4U + 3);
   EXPECT_EQ(both.faces().size(), 3U);

@@ -21,6 +21,7 @@ SECONDS = 180  # for a test program; a fault may well make one run for ever
 
 # The programs with the tests of each room. Those of the tool and of Python are CTest's.
 ROOMS = {
+    "c": ["test_c", "test_threads"],
     "geometry": ["test_geometry"],
     "system": ["test_system", "test_geometry"],
     "image": ["test_image"],
@@ -35,7 +36,7 @@ ROOMS = {
     "tool": ["smthgrp"],
     "python": ["ksmthgrp"],
 }
-CTEST = {"smthgrp": r"^tool\.", "ksmthgrp": r"^python\."}
+CTEST = {"test_c": r"^c\.", "smthgrp": r"^tool\.", "ksmthgrp": r"^python\."}
 
 
 class Unusable(Exception):

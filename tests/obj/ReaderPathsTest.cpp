@@ -172,6 +172,8 @@ TEST(ReaderPaths, AgreeOnGeneratedAndMutatedFiles) {
     for (const std::uint32_t block : {1U, 1 + below(random, 40), 262144U}) {
       ASSERT_EQ(outcome(with(true, block), messages), exact) << "blocks of " << block << "\n" << text;
     }
+    const auto fromMemory = [&](OBJModel& m) { return m.readBytes(text, path, strict); };
+    ASSERT_EQ(outcome(fromMemory, messages), exact) << text;
     read += expected.starts_with("\nread") ? 1 : 0;
   }
   EXPECT_GT(read, 100) << "files that read to their end are among them";

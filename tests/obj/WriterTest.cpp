@@ -102,8 +102,12 @@ TEST(Writer, SameBytesAsTheReference) {
     Random again = random;
     const auto other = randomModel(again);
     const auto model = randomModel(random);
+    std::string sunk;
+    const auto sink = [&sunk](std::string_view piece) { return sunk += piece, true; };
     for (const bool byFaceOrder : {true, false}) {
       ASSERT_TRUE(model->write(path, byFaceOrder, nullptr));
+      ASSERT_TRUE((sunk.clear(), model->write(sink, byFaceOrder, nullptr)));
+      ASSERT_EQ(sunk, folder.read("ours.obj"));
       ASSERT_EQ(folder.read("ours.obj"), ReferenceWriter{*other}.whole(byFaceOrder)) << "round " << round;
       ASSERT_EQ(describe(*model), describe(*other)) << "what the questions leave in the map is the same";
     }
@@ -111,10 +115,13 @@ TEST(Writer, SameBytesAsTheReference) {
     const auto check = [&](bool written, std::uint32_t count, const std::string& name, const auto& faces) {
       const auto expected = count > 0 ? ReferenceWriter{*model}.part(name, start, count, faces) : "";
       ASSERT_EQ(written ? folder.read("ours.obj") : "", expected) << name;
+      ASSERT_EQ(std::exchange(sunk, {}), expected) << name;
     };
+    sunk.clear();
     for (std::uint32_t g = 0; g < model->_groupNames.size(); ++g) {
       const std::uint32_t count = model->GetGroupVertexRange(g, start);
       const std::string& name = model->_groupNames[g];
+      ASSERT_EQ(model->WriteGroup(sink, g, nullptr), count > 0);
       check(model->WriteGroup(path, g, nullptr), count, name, model->getGroupElements(name));
     }
     for (std::uint32_t s = 0; s < 4; ++s) {
@@ -124,9 +131,20 @@ TEST(Writer, SameBytesAsTheReference) {
         if (model->_faces->view(i).smoothingGroup == s) faces.push_back(i);
       }
       ASSERT_EQ(faces.size(), model->GetSmoothingGroupFaceCount(s));
+      ASSERT_EQ(model->WriteSmoothingGroup(sink, s, nullptr), count > 0);
       check(model->WriteSmoothingGroup(path, s, nullptr), count, std::to_string(s), faces);
     }
   }
+}
+
+TEST(Writer, EndsWhereTheSinkDoes) {
+  OBJModel model(true);
+  for (int i = 0; i < 20000; ++i) model._vertices->push_back({1, 2, 3});
+  int pieces = 0;
+  EXPECT_FALSE(model.write([&](std::string_view) { return ++pieces < 2; }, true, nullptr));
+  EXPECT_EQ(pieces, 2);
+  const auto throwing = [](std::string_view) -> bool { throw 7; };
+  EXPECT_THROW(model.write(throwing, true, nullptr), int);
 }
 
 TEST(WriterDeathTest, KeepsTheLinesBeforeAFailedAssertion) {

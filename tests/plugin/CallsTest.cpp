@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <cmath>
 
 #include "TestSupport.h"
+#include "plugin/CallLimits.h"
 #include "plugin/PluginCall.h"
 
 namespace {
@@ -143,4 +145,84 @@ TEST_F(CallsTest, NoExceptionLeavesACall) {
   for (const auto function : {ExportOBJGroup, ExportOBJSmoothGroup}) {
     EXPECT_EQ(call(function, folder.path("no/out.obj").c_str(), 1), -1.0F);
   }
+}
+
+TEST_F(CallsTest, AnswersAreCutToTheTextLimit) {
+  // Characters of one to four bytes, and bytes that are none.
+  const std::string name = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x90\x8D\x80\x80\x80\x80\x80z\xF0";
+  const std::size_t ends[] = {0, 1, 3, 6, 10, 11, 12, 13, 14, 15, 16, 17};
+  ASSERT_EQ(load("v 0 0 0\nv 1 1 1\nv 2 2 2\ng " + name + "\nf 1 2 3\n"), 1.0F);
+  for (std::size_t limit = 1; limit <= name.size() + 2; ++limit) {
+    KSmthGrpImpt_SetTextLimit(limit);
+    std::string block(name.size() + 2, '#');
+    EXPECT_EQ(call(GetOBJGroupInfo, "name", 1, block.data()), 0.0F);
+    const std::size_t length = *(std::upper_bound(std::begin(ends), std::end(ends), limit - 1) - 1);
+    EXPECT_EQ(block, name.substr(0, length) + '\0' + std::string(name.size() + 1 - length, '#')) << limit;
+  }
+  EXPECT_EQ(KSmthGrpImpt_SetTextLimit(8), name.size() + 2);
+  EXPECT_EQ(call(LoadOBJFile, "none", 0, sBlock), -1.0F);
+  EXPECT_STREQ(sBlock, "OBJ fil");
+  host::HostMesh mesh(3, 1, {"a_long_name"});
+  EXPECT_EQ(call(GetMesh3DInfo, mesh, "groupName", 0, sBlock), 0.0F);
+  EXPECT_STREQ(sBlock, "a_long_");
+  folder.write("another_long_name", "");
+  EXPECT_EQ(call(OpenFolder, folder.path("").c_str()), 0.0F);
+  bool cut = false;
+  while (call(GetFile, nullptr, 0, sBlock) == 0.0F) cut |= std::string(sBlock) == "another";
+  EXPECT_TRUE(cut);
+  call(CloseFolder, nullptr);
+  KSmthGrpImpt_SetTextLimit(0);
+  EXPECT_EQ(call(LoadOBJFile, "none", 0, sBlock), -1.0F);
+  EXPECT_STREQ(sBlock, "OBJ file not found: none");
+}
+
+TEST_F(CallsTest, AssertionsAreAnsweredWhereThatIsAskedFor) {
+  std::string corners, smoothing, normals = "v 0 0 0\nvt 1 2\n";
+  for (int i = 1; i <= 89; ++i) corners += "v 0 0 0\n";
+  corners += "f";
+  for (int i = 1; i <= 89; ++i) corners += " " + std::to_string(i);
+  for (int i = 0; i <= 256; ++i) smoothing += "s " + std::to_string(i) + "\n";
+  for (int i = 0; i < 8001; ++i) normals += "vn 0 0 1\n";
+  const std::string cornersFile = folder.write("c.obj", corners),
+                    smoothingFile = folder.write("s.obj", smoothing);
+  const std::string nowhere = folder.path("no/out.obj"), out = folder.path("out.obj");
+  const struct {
+    decltype(&Version) function;
+    const std::string& path;
+    double number;
+    const char* reason;
+  } cases[] = {{LoadOBJFile, cornersFile, 0, "0, function addVertex, file OBJBasic, line 324."},
+               {LoadOBJFile, smoothingFile, 0, "0, function read, file OBJModel, line 976."},
+               {ReplaceOBJVertices, cornersFile, 0, "0, function addVertex, file OBJBasic, line 324."},
+               {ExportOBJGroup, nowhere, 0, "function write, file OBJModel, line 244."},
+               {ExportOBJGroup, nowhere, 1, "function WriteGroup, file OBJModel, line 420."},
+               {ExportOBJSmoothGroup, nowhere, 1, "function WriteSmoothingGroup, file OBJModel, line 541."},
+               {ExportOBJGroup, out, 0, "function operator[], file OBJVectorArray, line 61."}};
+  const auto old = std::filesystem::current_path();
+  std::filesystem::current_path(folder.path(""));
+  {
+    // Comes second to the answers.
+    const ThrowingAssertions throwing;
+    EXPECT_EQ(KSmthGrpImpt_SetAssertionAnswers(2), 0);
+    for (const auto& c : cases) {
+      ASSERT_EQ(load(kModel + normals), 3.0F);
+      *sBlock = '\0';
+      EXPECT_EQ(call(c.function, c.path.c_str(), c.number, sBlock), -1.0F) << c.reason;
+      EXPECT_NE(std::string(sBlock).find(c.reason), std::string::npos) << sBlock;
+      EXPECT_EQ(gOBJModel, nullptr) << "given up";
+    }
+    ASSERT_EQ(load(kModel), 3.0F);
+    gOBJModel->_groups["arm"].addFace(4000);
+    host::HostMesh mesh(4, 4);
+    EXPECT_EQ(call(SetMesh3DFromOBJGroup, mesh, "mask", 1, sBlock), -1.0F);
+    EXPECT_STREQ(sBlock, "Assertion failed: 0, function operator[], file OBJFaceArray, line 64.");
+    EXPECT_EQ(gOBJModel, nullptr);
+    EXPECT_EQ(call(LoadOBJFile, cornersFile.c_str()), -1.0F) << "without a buffer";
+    EXPECT_EQ(KSmthGrpImpt_SetAssertionAnswers(0), 1);
+    *sBlock = '\0';
+    EXPECT_EQ(call(LoadOBJFile, cornersFile.c_str(), 0, sBlock), -1.0F);
+    EXPECT_STREQ(sBlock, "") << "the program's own handler again";
+  }
+  EXPECT_FALSE(folder.has("error_objmodel_read.txt"));
+  std::filesystem::current_path(old);
 }

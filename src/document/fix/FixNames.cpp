@@ -17,6 +17,8 @@ constexpr std::string_view kMaterialWord = "usemtl ";
 constexpr std::string_view kLibraryWord = "mtllib ";
 /// Of the group of faces that are in none, and of the object of elements that are of none.
 constexpr std::string_view kDefaultName = "default";
+/// Materials that the host has room for.
+constexpr std::size_t kMostMaterials = std::size_t{1} << 20;
 /// A material of no library. Exporters of other programs write it so.
 constexpr std::string_view kNoMaterial = "(null)";
 
@@ -92,9 +94,10 @@ std::string Fixer::fixedGroups(const ElementState& state) {
   }
   if (names.empty()) names.emplace_back(kDefaultName);
   std::string objectGroup;
-  if (options_.objects && state.object != kNoIndex &&
-      document_.objects()[static_cast<std::size_t>(state.object)].text != kDefaultName) {
-    const OBJName& row = document_.objects()[static_cast<std::size_t>(state.object)];
+  const OBJName none;
+  const OBJName& row =
+      state.object == kNoIndex ? none : document_.objects()[static_cast<std::size_t>(state.object)];
+  if (options_.objects && !row.text.empty() && row.text != kDefaultName) {
     objectGroup = inOneWord(row.text);
     repairName(objectGroup, kLongestFixedLine - kGroupWord.size(), state.object, row.offset);
     // Where an earlier fix has put it there, it is not one of the names to be joined.
@@ -152,7 +155,7 @@ bool Fixer::groupText(std::int32_t groupSet, std::int32_t object, std::string& t
 
 bool Fixer::nameText(Division division, std::int32_t index, std::string& text) {
   const bool material = division == Division::material;
-  if (index == kNoIndex) {
+  if (text.empty()) {
     report_.add(material ? FixKind::noMaterial : FixKind::noObject, 0, {});
     text = material ? kNoMaterial : kDefaultName;
     return true;
@@ -167,16 +170,17 @@ bool Fixer::nameText(Division division, std::int32_t index, std::string& text) {
 void Fixer::fixLibraries() {
   const std::vector<OBJLibrary>& libraries = document_.libraries();
   const std::vector<std::string> paths = libraryPaths(document_);
-  const std::vector<bool> readable = reportMaterials(paths);
+  const std::vector<std::optional<std::size_t>> materials = reportMaterials(paths);
+  std::size_t total = 0;
   const std::string folder = folderPrefix(document_.source().name());
   for (std::size_t i = 0; i < libraries.size(); ++i) {
     const OBJLibrary& library = libraries[i];
     // The path has what the name becomes when it is joined, or its backslashes are slashes.
-    std::string name = paths[i];
+    std::string& name = libraries_.emplace_back(paths[i]);
     const bool absolute =
         library.text.starts_with('/') || (library.text.starts_with('\\') && name != folder + library.text);
     if (!name.empty() && !absolute) name.erase(0, folder.size());
-    if (!readable[i] && name == library.text) std::replace(name.begin(), name.end(), '\\', '/');
+    if (!materials[i] && name == library.text) std::replace(name.begin(), name.end(), '\\', '/');
     if (options_.libraries != nullptr) name = (*options_.libraries)[i];
     if (!name.empty() && name.back() == '\\') name.back() = '/';
     if (!name.empty() && library.sameLine) report(FixKind::severalLibraries, library.offset, name);
@@ -189,29 +193,39 @@ void Fixer::fixLibraries() {
       report(FixKind::libraryPastLine, library.offset, name);
       name.clear();
     }
-    libraries_.push_back(name);
+    if (!materials[i] || name.empty() || hasBlank(name)) continue;
+    if (total <= kMostMaterials && total + *materials[i] > kMostMaterials) {
+      report(FixKind::materialsPastTable, library.offset, name);
+    }
+    total += *materials[i];
   }
 }
 
-/// Lists the libraries that are not there and the materials that are in none. Answers which are there.
-std::vector<bool> Fixer::reportMaterials(const std::vector<std::string>& paths) {
-  std::vector<bool> readable(paths.size());
+/// Lists the libraries that are not there, or that the host refuses, and the materials that are in none.
+/// Answers how many materials the host reads of each that is there.
+std::vector<std::optional<std::size_t>> Fixer::reportMaterials(const std::vector<std::string>& paths) {
+  std::vector<std::optional<std::size_t>> counts(paths.size());
   std::unordered_set<std::string> known;
   for (std::size_t i = 0; i < paths.size(); ++i) {
     if (paths[i].empty()) continue;
     MaterialLibrary library;
-    readable[i] = static_cast<bool>(readMaterialLibrary(paths[i], library));
-    if (!readable[i]) {
-      report(FixKind::libraryMissing, document_.libraries()[i].offset, document_.libraries()[i].text);
+    const OBJLibrary& named = document_.libraries()[i];
+    if (!readMaterialLibrary(paths[i], library)) {
+      report(FixKind::libraryMissing, named.offset, named.text);
+    } else if (library.refusedLine > 0) {
+      report(FixKind::libraryRefused, named.offset, named.text + ":" + std::to_string(library.refusedLine));
+      counts[i] = 0;
+    } else {
+      counts[i] = library.materials.size();
     }
     for (const MaterialLibrary::Name& material : library.materials) known.insert(material.text);
   }
   for (const OBJName& material : document_.materials()) {
-    if (known.count(material.text) == 0 && material.text != kNoMaterial) {
+    if (!material.text.empty() && known.count(material.text) == 0 && material.text != kNoMaterial) {
       report(FixKind::materialMissing, material.offset, material.text);
     }
   }
-  return readable;
+  return counts;
 }
 
 }  // namespace WavefrontOBJ

@@ -36,6 +36,7 @@ constexpr FoundRow kFound[] = {
     {FindingKind::tooFewCorners, FixKind::fewCorners},
     {FindingKind::smoothingMalformed, FixKind::smoothingMalformed},
     {FindingKind::nulByte, FixKind::nulByte},
+    {FindingKind::oldFace, FixKind::oldFace},
     {FindingKind::lineOrPoint, FixKind::lineOrPoint},
 };
 
@@ -76,19 +77,20 @@ Result Fixer::fix(Sink& sink, WriteCounts* counts) {
   fixNames();
   fixLibraries();
   planSmoothing();
-  listElements();
+  planCuts();
   if (cuts_) {
     Result result = document_.positions(positions_);
     if (!result) return result;
   }
   WriteOptions options;
-  options.keepOrder = true;
   options.statements = false;
+  options.emptyGroups = false;
+  options.vectorsFirst = document_.findings().count(FindingKind::forwardReference) > 0;
   options.librariesApart = true;
   options.libraries = &libraries_;
   options.rewriter = this;
   options.progress = options_.progress;
-  return DocumentWriter(document_).write(lists_, options, sink, counts);
+  return DocumentWriter(document_).write(ElementLists::all(), options, sink, counts);
 }
 
 void Fixer::report(FixKind kind, std::uint64_t offset, std::string_view text) {
@@ -124,44 +126,22 @@ void Fixer::reportStatements() {
   for (const std::uint64_t offset : document_.vectorOffsets(VectorKind::parameter)) {
     report(FixKind::parameterVertex, offset);
   }
-  for (const std::uint64_t offset : document_.comments().subspan(document_.headCommentCount())) {
-    report(FixKind::comment, offset);
-  }
+  for (const std::uint64_t offset : document_.emptyGroups()) report(FixKind::emptyGroup, offset);
 }
 
-/// Lists the elements that are written, and sees whether faces have to be cut.
-void Fixer::listElements() {
+/// Sees whether faces have to be cut, and lists those that have no area.
+void Fixer::planCuts() {
   const ElementTable& faces = document_.faces();
-  std::vector<std::uint32_t> flat;
   for (std::uint32_t i = 0; i < faces.size(); ++i) {
     if (hasRepeats(faces.vertices(i))) {
       cuts_ = true;
       if (cutter_.isFlat(faces.vertices(i))) {
         report(FixKind::flatFace, faces.offset(i));
-        flat.push_back(i);
+        flat_.push_back(i);
       }
     }
     cuts_ = cuts_ || faces.cornerCount(i) > mostCorners(ElementKind::face, i);
   }
-  if (flat.empty()) {
-    lists_.whole = true;
-    return;
-  }
-  const auto all = [](std::vector<std::uint32_t>& list, std::uint32_t count) {
-    list.reserve(count);
-    for (std::uint32_t i = 0; i < count; ++i) list.push_back(i);
-  };
-  lists_.faces.reserve(faces.size() - flat.size());
-  auto next = flat.begin();
-  for (std::uint32_t i = 0; i < faces.size(); ++i) {
-    if (next != flat.end() && *next == i) {
-      ++next;
-    } else {
-      lists_.faces.push_back(i);
-    }
-  }
-  all(lists_.lines, document_.lines().size());
-  all(lists_.points, document_.points().size());
 }
 
 void Fixer::planSmoothing() {
@@ -275,6 +255,7 @@ bool Fixer::cutElement(ElementKind kind, std::uint32_t index, std::vector<std::u
     }
     return true;
   }
+  if (std::binary_search(flat_.begin(), flat_.end(), index)) return true;
   const bool repeats = cuts_ && hasRepeats(vertices);
   if (vertices.size() <= most && !repeats) return false;
   points_.clear();

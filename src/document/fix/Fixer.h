@@ -41,11 +41,11 @@ class Fixer : private Rewriter {
   std::string fixedGroups(const ElementState& state);
   void repairName(std::string& name, std::size_t most, std::int32_t index, std::uint64_t offset);
   void fixLibraries();
-  std::vector<bool> reportMaterials(const std::vector<std::string>& paths);
+  std::vector<std::optional<std::size_t>> reportMaterials(const std::vector<std::string>& paths);
 
   void reportFindings();
   void reportStatements();
-  void listElements();
+  void planCuts();
   void planSmoothing();
 
   static bool isMixed(std::span<const std::int32_t> column);
@@ -64,7 +64,7 @@ class Fixer : private Rewriter {
   SmoothingNumbers smoothing_;
   std::string before_;                   ///< of a vertex line, as the file has it
   std::size_t run_[kElementKinds] = {};  ///< of the element last asked for
-  ElementLists lists_;
+  std::vector<std::uint32_t> flat_;      ///< faces without area, which are left out
   FaceCutter cutter_;
   std::vector<float> positions_;  ///< of all vertices, when some face has to be cut
   std::vector<FaceCutter::Point> points_;

@@ -35,8 +35,8 @@ class OBJReader {
  public:
   OBJReader(OBJModel& model, std::string path, bool strict, const OBJReadOptions& options = {});
 
-  /// See `OBJModel::read`.
-  bool read();
+  /// See `OBJModel::read`. A null `source` stands for the file of the path.
+  bool read(const OBJByteSource* source = nullptr);
 
  private:
   /// Hashes names so that they can be looked up without a copy.

@@ -9,14 +9,21 @@ OBJTextSink::OBJTextSink(const std::string& path)
   if (file_ != nullptr) std::setvbuf(file_.get(), nullptr, _IONBF, 0);
 }
 
+OBJTextSink::OBJTextSink(const OBJByteSink& sink)
+    : sink_(&sink), buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)), position_(buffer_.get()) {}
+
 OBJTextSink::~OBJTextSink() {
   if (file_ != nullptr) flush();
 }
 
 void OBJTextSink::flush() {
-  static_cast<void>(
-      std::fwrite(buffer_.get(), 1, static_cast<std::size_t>(position_ - buffer_.get()), file_.get()));
+  const std::string_view held(buffer_.get(), static_cast<std::size_t>(position_ - buffer_.get()));
   position_ = buffer_.get();
+  if (sink_ == nullptr) {
+    static_cast<void>(std::fwrite(held.data(), 1, held.size(), file_.get()));
+  } else if (!held.empty() && !(*sink_)(held)) {
+    throw Stopped();
+  }
 }
 
 void OBJTextSink::text(std::string_view text) {

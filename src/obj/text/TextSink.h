@@ -8,23 +8,31 @@
 #include <string>
 #include <string_view>
 
+#include "obj/OBJStreams.h"
 #include "obj/text/FormatNumber.h"
 
 namespace WavefrontOBJ {
 
-/// A text file being written through one buffer. Errors of writing are ignored: fixed by the host's contract.
+/// A text being written through one buffer, to a file or another sink. Errors of writing a file are ignored:
+/// fixed by the host's contract.
 class OBJTextSink {
  public:
+  /// What is thrown when the other sink wants no more.
+  struct Stopped {};
+
   /// Opens the file for writing and empties it; `isOpen` tells whether that went well.
   explicit OBJTextSink(const std::string& path);
+  /// Writes to `sink`, which must outlive this. What is left at the end is dropped without a `flush`.
+  explicit OBJTextSink(const OBJByteSink& sink);
   OBJTextSink(const OBJTextSink&) = delete;
   OBJTextSink& operator=(const OBJTextSink&) = delete;
-  /// Writes what is left and closes the file.
+  /// Writes what is left of a file and closes it.
   ~OBJTextSink();
 
+  /// The file was opened.
   bool isOpen() const { return file_ != nullptr; }
 
-  /// Hands what has been written so far to the file.
+  /// Hands what has been written so far to the file or sink.
   void flush();
 
   void text(std::string_view text);
@@ -51,7 +59,9 @@ class OBJTextSink {
   void reserve(std::size_t bytes) {
     if (static_cast<std::size_t>(buffer_.get() + kBufferBytes - position_) < bytes) flush();
   }
+
   std::unique_ptr<std::FILE, Close> file_;
+  const OBJByteSink* sink_ = nullptr;  ///< in place of the file
   std::unique_ptr<char[]> buffer_;
   char* position_;
 };

@@ -23,12 +23,21 @@ bool OBJTextSource::open(const std::string& path) {
   return begin_ != end_ || std::ferror(file_.get()) == 0;
 }
 
+void OBJTextSource::open(const OBJByteSource& source) {
+  source_ = &source;
+  fill();
+}
+
+std::size_t OBJTextSource::read(char* buffer, std::size_t bytes) {
+  return source_ != nullptr ? (*source_)(buffer, bytes) : std::fread(buffer, 1, bytes, file_.get());
+}
+
 void OBJTextSource::fill() {
   char* const base = buffer_.data() + OBJDigitMap::kUnderread;
   auto held = static_cast<std::size_t>(end_ - begin_);
   std::memmove(base, begin_, held);
   while (held < lookahead_ && !atFileEnd_) {
-    const std::size_t got = std::fread(base + held, 1, blockBytes_, file_.get());
+    const std::size_t got = read(base + held, blockBytes_);
     held += got;
     // A read error in the middle ends the text, as it ends a character-wise read.
     atFileEnd_ = got < blockBytes_;

@@ -6,10 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "obj/OBJStreams.h"
+
 namespace WavefrontOBJ {
 
-/// The bytes of a file, read in large blocks and seen through a window that always reaches far enough ahead
-/// for the longest line.
+/// The bytes of a file or of another source, read in large blocks and seen through a window that always
+/// reaches far enough ahead for the longest line.
 class OBJTextSource {
  public:
   /// `blockBytes`: bytes asked of the file at a time; `lookahead`: bytes that `fill` makes visible.
@@ -17,6 +19,8 @@ class OBJTextSource {
 
   /// Opens the file at `path` for reading. False when it cannot be opened or, like a folder, cannot be read.
   bool open(const std::string& path);
+  /// Takes the bytes from `source`, which must outlive this.
+  void open(const OBJByteSource& source);
 
   /// First byte not yet read.
   const char* begin() const { return begin_; }
@@ -41,6 +45,8 @@ class OBJTextSource {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
 
+  std::size_t read(char* buffer, std::size_t bytes);
+
   std::size_t blockBytes_;
   std::size_t lookahead_;
   std::vector<char> buffer_;
@@ -48,6 +54,7 @@ class OBJTextSource {
   const char* end_ = nullptr;
   bool atFileEnd_ = false;
   std::unique_ptr<std::FILE, Close> file_;
+  const OBJByteSource* source_ = nullptr;  ///< in place of the file
 };
 
 }  // namespace WavefrontOBJ

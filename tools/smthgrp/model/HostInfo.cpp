@@ -61,7 +61,7 @@ void printJson(const ModelSummary& summary, const WavefrontOBJ::OBJReadNotes& no
   }
   Json& skipped = document["skipped"] = {{"total", notes.total}, {"lines", Json::array()}};
   for (const Note& note : notes.kept) {
-    const NoteText text = noteText(note.kind);
+    const auto text = noteText(note.kind);
     skipped["lines"].push_back(
         {{"line", note.lineNumber}, {"kind", text.key}, {"reason", text.reason}, {"text", note.text}});
   }

@@ -51,7 +51,7 @@ const std::map<std::string, Division> kDivisions = {{"group", Division::group},
 /// What a part's file is called, without the ending.
 std::string partName(Division by, const std::optional<std::string>& name) {
   if (by == Division::smoothing) return "smoothing_" + name.value_or("off");
-  if (name) return *name;
+  if (name && !name->empty()) return *name;
   return by == Division::material ? "_no_material" : "_no_object";
 }
 
