@@ -212,9 +212,9 @@ void Merger::writeLibraries() {
       if (!text.empty()) out_.endLine(text);
       text.clear();
     };
+    const bool own = options_.libraries.empty() || options_.libraries[*input].empty();
     for (std::size_t l = 0; l < libraries.size(); ++l) {
-      const std::string& name =
-          options_.libraries.empty() ? libraries[l].text : options_.libraries[*input][l];
+      const std::string& name = own ? libraries[l].text : options_.libraries[*input][l];
       if (!libraries[l].sameLine) endLine();
       if (name.empty() || std::find(known.begin(), known.begin() + before, name) != known.begin() + before)
         continue;

@@ -6,7 +6,7 @@
  * themselves are in KOBJRev01.h. Like them it is for one thread at a time.
  */
 
-#include <stddef.h>
+#include <stddef.h>  // NOLINT(modernize-deprecated-headers): this is C
 
 #include "KSmthExport.h"
 
