@@ -47,11 +47,12 @@ endif()
 if(TARGET _ksmthgrp)
   package(python python3-ksmthgrp python
     "The Python module ksmthgrp: Wavefront OBJ documents as arrays of numpy, with\ntheir groups and smoothing groups, and Photoshop documents.")
-  math(EXPR next "${Python_VERSION_MINOR} + 1")
+  get_directory_property(minor DIRECTORY python DEFINITION Python_VERSION_MINOR)
+  math(EXPR next "${minor} + 1")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-    "${exact}, python3-numpy, python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next})")
+    "${exact}, python3-numpy, python3 (>= 3.${minor}), python3 (<< 3.${next})")
 endif()
 if(TARGET addon AND TARGET smthgrp)
   package(blender blender-ksmthgrp graphics
