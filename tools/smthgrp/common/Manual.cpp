@@ -117,7 +117,7 @@ void writeFooter(std::ostream& page, const std::string& footer) {
 std::string pageOf(const CLI::App& app) {
   std::ostringstream page;
   const std::string name = fullName(app, '-');
-  page << ".TH " << plain(CLI::detail::to_lower(name)) << " 1 \"\" \"KSmthGrpImpt " << kVersion
+  page << ".TH " << plain(CLI::detail::to_lower(name)) << R"( 1 "" "KSmthGrpImpt )" << kVersion
        << "\" \"User Commands\"\n.SH NAME\n"
        << plain(name) << " \\- " << plain(app.get_description()) << '\n';
   std::string usage = trimmed(CLI::Formatter().make_usage(&app, fullName(app, ' ')));

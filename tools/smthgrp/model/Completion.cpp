@@ -86,6 +86,7 @@ Line lineOf(const CLI::App& program, const std::vector<std::string>& words) {
 
 std::vector<std::string> namesOf(const std::vector<WavefrontOBJ::OBJName>& list) {
   std::vector<std::string> names;
+  names.reserve(list.size());
   for (const WavefrontOBJ::OBJName& name : list) names.push_back(name.text);
   return names;
 }
@@ -174,6 +175,7 @@ void complete(const CLI::App& program, const std::vector<std::string>& words) {
   const std::vector<const CLI::App*> commands = commandsOf(*line.command);
   if (commands.empty()) return printPlace(line, last);
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const CLI::App* command : commands) names.push_back(command->get_name());
   printWords(names, last);
 }
