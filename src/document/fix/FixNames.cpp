@@ -132,7 +132,7 @@ bool Fixer::commentText(std::string& text) {
   std::string fixed;
   std::string_view left = text;
   while (!left.empty()) {
-    std::string_view part = headOf(left, kLongestFixedLine - kPrefix.size());
+    std::string_view part = headOf(left, kLongestFixedLine - (fixed.empty() ? 0 : kPrefix.size()));
     left.remove_prefix(part.size());
     while (!part.empty() && (part.back() == '\\' || isSpace(part.back()))) part.remove_suffix(1);
     while (!left.empty() && isSpace(left.front())) left.remove_prefix(1);
