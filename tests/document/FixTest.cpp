@@ -321,7 +321,7 @@ TEST(Fix, SaysWhatItDoes) {
       {v + "g a\n# b\nvp 1\nlod 1\ng c\nfo 1 2 3\n", v + "# b\ng c\n" + f,
        "old-face parameter-vertex display empty-group"},
       {v + "usemtl \n" + f, v + "usemtl (null)\n" + f, "name-missing no-material"},
-      {"#" + x + "\n" + v, "#" + x.substr(0, 1020) + "\n# " + x.substr(1020) + "\n" + v,
+      {"#" + x + "\n" + v, "#" + x.substr(0, 1022) + "\n# " + x.substr(1022) + "\n" + v,
        "long-line long-comment"},
       {v + "vp 1 2\ncstype bezier\nlod 1\ncall a\nV 1 1 1\ns x\n" + f, v + f,
        "smoothing-not-a-number parameter-vertex free-form display included-file unknown-statement"},
