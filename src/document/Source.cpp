@@ -115,7 +115,7 @@ Result Source::holdAll(int descriptor) {
 
 Result Source::read(std::uint64_t offset, char* buffer, std::size_t bytes) const {
   if (isHeld()) {
-    std::memcpy(buffer, held_.data() + offset, bytes);
+    if (bytes > 0) std::memcpy(buffer, held_.data() + offset, bytes);
     return {};
   }
   const auto changed = [this] {
