@@ -7,8 +7,10 @@ ROOM.txt beside this script lists the faults of a room, one a line: path, text, 
 stands in the file exactly once. A fault is caught where a test of the room fails; the first that does is enough.
 Exits with 1 where less than 90 % of the faults are caught, or one of them cannot be seeded.
 """
+import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 
@@ -43,9 +45,16 @@ class Unusable(Exception):
     """A fault that cannot be seeded, and why."""
 
 
-def run(*command, **options):
-    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
-                          check=False, **options)
+def run(*command, timeout=None, **options):
+    """Runs to the end, or to `timeout` seconds; then nothing that it started is left."""
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
+                          start_new_session=True, **options) as process:
+        try:
+            output, _ = process.communicate(timeout=timeout)
+        except BaseException:
+            os.killpg(process.pid, signal.SIGKILL)
+            raise
+    return subprocess.CompletedProcess(command, process.returncode, output)
 
 
 def must(doing, *command, **options):
