@@ -54,9 +54,13 @@ TEST(Threads, ShareHandlesOfTheCInterface) {
     ksmth_document_write(document, nullptr, nullptr, &target, nullptr, nullptr);
     ksmth_model_write(model, 0, nullptr, &target, nullptr);
     // The reason is the thread's own.
+    const auto fail = [](const std::string& name) {
+      KSmthDocument* none = nullptr;
+      ksmth_document_open(name.c_str(), nullptr, nullptr, &none);
+    };
     const std::string name = "no/such/file/" + std::to_string(thread);
-    KSmthDocument* none = nullptr;
-    ksmth_document_open(name.c_str(), nullptr, nullptr, &none);
+    fail(name);
+    std::thread(fail, "no/other/file").join();
     mine.reason.resize(ksmth_error_text(nullptr, 0) + 1);
     ksmth_error_text(mine.reason.data(), mine.reason.size());
     EXPECT_NE(std::string::npos, mine.reason.find(name));

@@ -87,7 +87,9 @@ static void test_writing(const KSmthDocument* robot, const char* scratch) {
   const char* const head[] = {"head"};
   const char* const nobody[] = {"nobody"};
   const int32_t past[] = {11};
+  const uint64_t unused[] = {4000000000U};
   char path[1000];
+  char reason[200];
   int calls = 0;
   KSmthDocument* again = NULL;
   const KSmthDifference* difference = NULL;
@@ -133,6 +135,12 @@ static void test_writing(const KSmthDocument* robot, const char* scratch) {
   selection.group_count = 0;
   selection.group_indices = past;
   selection.group_index_count = 1;
+  CHECK(ksmth_document_write(robot, &selection, NULL, &file, NULL, NULL) == KSMTH_NO_MATCH);
+  ksmth_error_text(reason, sizeof reason);
+  CHECK(strcmp(reason, "nothing has the index 11") == 0);
+  selection.group_index_count = 0;
+  selection.smoothing_numbers = unused;
+  selection.smoothing_number_count = 1;
   CHECK(ksmth_document_write(robot, &selection, NULL, &file, NULL, NULL) == KSMTH_NO_MATCH);
   CHECK(load(path, text.bytes, sizeof text.bytes) == counts.bytes);
 
