@@ -119,7 +119,8 @@ std::string randomFile(Random& random) {
         "v 0x1p3 inf nan|v 1e40 1e-5 +2|f # # #|f # # #|f # # # #|f #|f # # |F #/# #/# #/#|f|f #//# #//# "
         "#//#|f #/#/# #/#/# #/#/#|f # #/# #|f #/# # #|f -1 -# #|f 01 +# #|f # 2147483648 #|f -2147483649|f # "
         "99999999999 #|s 4294967296|s -4294967296|f 0 1 #|f 1/0 "
-        "#/#|f # #x|g|g a|g a\ng|g a b|G arm |g a\t|group c|g # #|s #|s off|S OFF|s 2 3|s x|s -1|s 4294967296|"
+        "#/#|f # #x|g|g a|g b\nf # # #\ng b\ng\nf # # #|g a b|G arm |g a\t|group c|g # #|s #|s off|S OFF|s 2 "
+        "3|s x|s -1|s 4294967296|"
         "s\t7x|s||o x| v 1 2 3|\t|usemtl red|usemtl\tRed|usemtl|l 1 2|xyz|f #//# #/# #|f # # # # # # # # #|";
     const std::size_t form = forms.rfind('|', below(random, static_cast<std::uint32_t>(forms.size()))) + 1;
     std::string line;
