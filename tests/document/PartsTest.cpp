@@ -72,6 +72,11 @@ constexpr Division kDivisions[] = {Division::group, Division::smoothing, Divisio
 /// The parts, in whatever order, are the document again, to the byte.
 void checkRoundTrip(const OBJDocument& document, Random& random) {
   const std::string expected = whole(document);
+  DocumentDifference difference;
+  ASSERT_TRUE(diff(document, documentOf(expected), difference));
+  ASSERT_FALSE(difference.topology);
+  for (const MembershipDifference& row : difference.memberships)
+    ASSERT_EQ(row.facesOnly[0] + row.facesOnly[1], 0U) << row.name;
   for (const Division by : kDivisions) {
     WriteOptions options;
     options.keepOrder = below(random, 4) == 0;

@@ -19,7 +19,7 @@ inline std::string randomText(Random& random) {
   std::string text = below(random, 8) == 0 ? "\xEF\xBB\xBF" : "";
   const std::uint32_t lines = below(random, 40);
   for (std::uint32_t i = 0; i < lines; ++i) {
-    switch (below(random, 5)) {
+    switch (below(random, 6)) {
       case 0:
         text += "v " + std::to_string(i) + " 0 0";
         break;
@@ -38,6 +38,9 @@ inline std::string randomText(Random& random) {
         break;
       }
       case 3:
+        text += below(random, 2) != 0 ? "g a" : "g b";
+        break;
+      case 4:
         text += words[below(random, 14)];
         [[fallthrough]];
       default:
