@@ -109,8 +109,8 @@ typedef struct KSmthCallbacks {
 typedef struct KSmthTarget {
   size_t size; /**< sizeof(KSmthTarget) */
   /**
-   * A file. It is written beside its place and renamed when all is done: a failure leaves the old one. Pipes
-   * and devices are written directly. "-" is standard output.
+   * A file, also of the name "-". It is written beside its place and renamed when all is done: a failure
+   * leaves the old one. Pipes, devices and the file that standard output goes to are written directly.
    */
   const char* path;
   /** Gets the bytes piece by piece, in order. Other than 0 stops the work, which answers KSMTH_WRITE_FAILED.
@@ -238,6 +238,24 @@ typedef struct KSmthMembers {
 /** The members of a division. Made when first asked for, in time linear in the elements. */
 KSMTH_API KSmthStatus ksmth_document_members(const KSmthDocument* document, KSmthDivision division,
                                              KSmthElementKind kind, const KSmthMembers** members);
+
+/** A material library that a document names. */
+typedef struct KSmthLibrary {
+  const char* name; /**< as the "mtllib" line has it; a file's name with blanks is several names */
+  /**
+   * Where it lies, be it there or not: in the document's folder unless the name is an absolute path. Of a
+   * file's name with blanks the first name has it, and the others have "".
+   */
+  const char* path;
+  uint64_t line; /**< of the file */
+} KSmthLibrary;
+
+/**
+ * The libraries, in the order of the file, repeats included. Made when first asked for, with a look at what
+ * files there are. `*libraries` and `*count` become NULL and 0 on failure.
+ */
+KSMTH_API KSmthStatus ksmth_document_libraries(const KSmthDocument* document, const KSmthLibrary** libraries,
+                                               size_t* count);
 
 /** One place where something is doubted about a file. docs/findings.md lists all kinds. */
 typedef struct KSmthFinding {
