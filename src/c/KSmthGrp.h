@@ -2,7 +2,8 @@
 #define KSMTH_GRP_H
 
 // clang-format off
-/*
+/**
+ * @file
  * Wavefront OBJ files for programs of any language: documents as their authors wrote them, and models as the
  * host reads them. C11; also for C++. The plug-in calls are elsewhere (KOBJRev01.h).
  *
@@ -15,24 +16,24 @@
  *
  * What holds for all functions:
  *
- * Results    Functions that can fail answer a KSmthStatus; what they were to fill in is then as it was, or
- *            NULL or 0 where that is said. `ksmth_error_text` has the reason. No function throws, ends the
- *            process or writes to standard output or error, also when memory runs out.
- * Handles    Made by an open function, closed by the close function of their kind, once. Closing NULL is
- *            allowed.
- * Lists      Pointers that a handle gives stay valid, with what they point at, until the handle is closed;
- *            nothing of them is to be written or freed. A list of none may be NULL.
- * Texts      Paths and names are bytes that end with a NUL, in whatever encoding the system and the file have.
- * Indices    Count from 0; -1 stands for none. Lines and columns of files count from 1, 0 stands for none.
- * Null       A null pointer is KSMTH_BAD_ARGUMENT unless the function says what it stands for; a null handle
- *            has nothing: counts are 0 and lists NULL.
- * Options    Structs that begin with `size`, which is to be sizeof the struct; all else may be 0, which is the
- *            advice: `KSmthWriteOptions options = {.size = sizeof options};`. Later versions add fields at the
- *            end. A null pointer stands for all 0. A flag that is not known is KSMTH_BAD_ARGUMENT.
- * Threads    Any number of threads may use one handle at the same time, but for closing it. What is made when
- *            it is first asked for may be made by several at once; all get the same.
- * Callbacks  Are called on the thread that called the function, before it answers. They may use the handles,
- *            but not close them, and may not leave by longjmp or an exception.
+ * - Results: Functions that can fail answer a KSmthStatus; what they were to fill in is then as it was, or
+ *   NULL or 0 where that is said. `ksmth_error_text` has the reason. No function throws, ends the process or
+ *   writes to standard output or error, also when memory runs out.
+ * - Handles: Made by an open function, closed by the close function of their kind, once. Closing NULL is
+ *   allowed.
+ * - Lists: Pointers that a handle gives stay valid, with what they point at, until the handle is closed;
+ *   nothing of them is to be written or freed. A list of none may be NULL.
+ * - Texts: Paths and names are bytes that end with a NUL, in whatever encoding the system and the file have.
+ * - Indices: Count from 0; -1 stands for none. Lines and columns of files count from 1, 0 stands for none.
+ * - Null: A null pointer is KSMTH_BAD_ARGUMENT unless the function says what it stands for; a null handle has
+ *   nothing: counts are 0 and lists NULL.
+ * - Options: Structs that begin with `size`, which is to be sizeof the struct; all else may be 0, which is
+ *   the advice: `KSmthWriteOptions options = {.size = sizeof options};`. Later versions add fields at the
+ *   end. A null pointer stands for all 0. A flag that is not known is KSMTH_BAD_ARGUMENT.
+ * - Threads: Any number of threads may use one handle at the same time, but for closing it. What is made when
+ *   it is first asked for may be made by several at once; all get the same.
+ * - Callbacks: Are called on the thread that called the function, before it answers. They may use the
+ *   handles, but not close them, and may not leave by longjmp or an exception.
  */
 // clang-format on
 
