@@ -1,12 +1,13 @@
-/* The groups of an OBJ file by the plug-in calls, as a host makes them. Arguments: the file, and libKSmthGrpImpt.so.
- * Of the robot it prints first: 11 groups
+/* The groups of an OBJ file by the plug-in calls, as a host makes them. Arguments: the file, and
+ * libKSmthGrpImpt.so. Of the robot it prints first: 11 groups
  */
 #include <dlfcn.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>
 
-typedef float Call(const char* text, double number, char* block, uint32_t, uint32_t, uint32_t, void* host_data);
+typedef float Call(const char* text, double number, char* block, uint32_t, uint32_t, uint32_t,
+                   void* host_data);
 
 static Call* find(void* plugin, const char* name) {
   void* const found = dlsym(plugin, name);
