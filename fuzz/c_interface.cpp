@@ -59,6 +59,9 @@ void requireDocument(const KSmthDocument* document) {
                                        &count)),
           "bytes in memory can be looked through");
   for (std::size_t i = 0; i < count; ++i) require(findings[i].count > 0, "findings are counted");
+  const KSmthLibrary* libraries = nullptr;
+  require(went(ksmth_document_libraries(document, &libraries, &count)), "libraries are listed");
+  for (std::size_t i = 0; i < count; ++i) require(libraries[i].line > 0, "libraries have lines");
 }
 
 void fixAndMerge(const KSmthDocument* document) {

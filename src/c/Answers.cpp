@@ -17,30 +17,23 @@ struct Reason {
 };
 thread_local constinit Reason tReason{};
 
-KSmthStatus statusOf(WavefrontOBJ::Status status) {
-  using WavefrontOBJ::Status;
-  switch (status) {
-    case Status::ok:
-      return KSMTH_OK;
-    case Status::cannotOpen:
-      return KSMTH_CANNOT_OPEN;
-    case Status::readFailed:
-      return KSMTH_READ_FAILED;
-    case Status::changed:
-      return KSMTH_CHANGED;
-    case Status::notText:
-      return KSMTH_NOT_TEXT;
-    case Status::tooLarge:
-      return KSMTH_TOO_LARGE;
-    case Status::outOfMemory:
-      return KSMTH_OUT_OF_MEMORY;
-    case Status::cancelled:
-      return KSMTH_CANCELLED;
-    case Status::writeFailed:
-      return KSMTH_WRITE_FAILED;
-  }
-  return KSMTH_FAILED;
-}
+/// What a status says; those of the library come first, in its order.
+constexpr std::array<const char*, KSMTH_FAILED + 1> kStatusTexts = {"all went well",
+                                                                    "cannot be opened",
+                                                                    "cannot be read",
+                                                                    "the file has changed",
+                                                                    "not a text file",
+                                                                    "too large",
+                                                                    "out of memory",
+                                                                    "cancelled",
+                                                                    "cannot be written",
+                                                                    "wrong argument",
+                                                                    "nothing is chosen",
+                                                                    "do not fit each other",
+                                                                    "the host does not read it",
+                                                                    "past a limit of the host",
+                                                                    "failed"};
+static_assert(static_cast<int>(WavefrontOBJ::Status::writeFailed) == KSMTH_WRITE_FAILED);
 
 }  // namespace
 
@@ -60,7 +53,7 @@ KSmthStatus failed(const WavefrontOBJ::OBJFailedAssertion& assertion) noexcept {
 }
 
 void require(WavefrontOBJ::Result result) {
-  if (!result) throw Failure{statusOf(result.status), std::move(result.text)};
+  if (!result) throw Failure{static_cast<KSmthStatus>(result.status), std::move(result.text)};
 }
 
 }  // namespace ksmth
@@ -75,37 +68,6 @@ size_t ksmth_error_text(char* text, size_t size) {
 }
 
 const char* ksmth_status_text(KSmthStatus status) {
-  switch (status) {
-    case KSMTH_OK:
-      return "all went well";
-    case KSMTH_CANNOT_OPEN:
-      return "cannot be opened";
-    case KSMTH_READ_FAILED:
-      return "cannot be read";
-    case KSMTH_CHANGED:
-      return "the file has changed";
-    case KSMTH_NOT_TEXT:
-      return "not a text file";
-    case KSMTH_TOO_LARGE:
-      return "too large";
-    case KSMTH_OUT_OF_MEMORY:
-      return "out of memory";
-    case KSMTH_CANCELLED:
-      return "cancelled";
-    case KSMTH_WRITE_FAILED:
-      return "cannot be written";
-    case KSMTH_BAD_ARGUMENT:
-      return "wrong argument";
-    case KSMTH_NO_MATCH:
-      return "nothing is chosen";
-    case KSMTH_MISMATCH:
-      return "do not fit each other";
-    case KSMTH_BAD_MODEL:
-      return "the host does not read it";
-    case KSMTH_HOST_LIMIT:
-      return "past a limit of the host";
-    case KSMTH_FAILED:
-      break;
-  }
-  return "failed";
+  const auto index = static_cast<std::size_t>(status);
+  return index < ksmth::kStatusTexts.size() ? ksmth::kStatusTexts[index] : ksmth::kStatusTexts.back();
 }

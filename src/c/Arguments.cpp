@@ -2,6 +2,7 @@
 
 namespace ksmth {
 
+using WavefrontOBJ::Output;
 using WavefrontOBJ::Result;
 using WavefrontOBJ::Status;
 
@@ -19,7 +20,8 @@ Target::Target(const KSmthTarget* target) : target_(taken(target)) {
   requireArgument((target_.path != nullptr) != (target_.write != nullptr),
                   "a target has either a path or a function");
   if (target_.path == nullptr) return;
-  output_.emplace(target_.path);
+  // A library's caller means a file.
+  output_.emplace(target_.path == Output::kStandardOutput ? "./-" : target_.path);
   require(output_->open());
 }
 

@@ -30,6 +30,12 @@ T taken(const T* given) {
   return result;
 }
 
+/// A copy of the caller's bytes.
+inline std::string textOf(const void* bytes, std::size_t size) {
+  requireArgument(bytes != nullptr || size == 0, "no bytes");
+  return {static_cast<const char*>(bytes), size};
+}
+
 /// Fills in a caller's struct, as far as it goes; null for none.
 template <class T>
 void fill(T* given, T values) {

@@ -86,12 +86,9 @@ KSmthStatus ksmth_document_open_memory(const void* bytes, size_t size, const cha
                                        const KSmthReadOptions* options, const KSmthCallbacks* callbacks,
                                        KSmthDocument** document) {
   return answeringWith(document, [&] {
-    requireArgument(bytes != nullptr || size == 0, "no bytes");
     const KSmthReadOptions how = taken(options);
-    const std::string name = nameInFolder(folder, how.name);
-    std::string text(static_cast<const char*>(bytes), size);
     return open(how, callbacks, [&](OBJDocument& into, const DocumentReadOptions& read) {
-      return into.readBytes(std::move(text), name, read);
+      return into.readBytes(textOf(bytes, size), nameInFolder(folder, how.name), read);
     });
   });
 }

@@ -9,6 +9,7 @@
 #include "c/Answers.h"
 #include "c/Handles.h"
 #include "document/Lint.h"
+#include "document/Materials.h"
 
 using namespace WavefrontOBJ;
 
@@ -46,6 +47,19 @@ KSmthStatus valuesOf(const KSmthDocument* handle, KSmthVectorKind kind, std::uin
         })
         .data();
   });
+}
+
+std::unique_ptr<LibraryList> librariesOf(const OBJDocument& document) {
+  auto list = std::make_unique<LibraryList>();
+  list->paths = libraryPaths(document);
+  const std::vector<OBJLibrary>& libraries = document.libraries();
+  for (std::size_t i = 0; i < libraries.size(); ++i) {
+    KSmthLibrary& shown = list->shown.emplace_back();
+    shown.name = libraries[i].text.c_str();
+    shown.path = list->paths[i].c_str();
+    require(document.lineNumber(libraries[i].offset, shown.line));
+  }
+  return list;
 }
 
 std::unique_ptr<FindingList> findingsOf(const KSmthDocument& handle, std::uint32_t flags,
@@ -129,6 +143,17 @@ KSmthStatus ksmth_document_members(const KSmthDocument* document, KSmthDivision 
                   return fresh;
                 })
                 .shown;
+  });
+}
+
+KSmthStatus ksmth_document_libraries(const KSmthDocument* document, const KSmthLibrary** libraries,
+                                     size_t* count) {
+  if (count != nullptr) *count = 0;
+  return answeringWith(libraries, [&] {
+    requireArgument(document != nullptr && count != nullptr, "no document, or no place for the count");
+    const LibraryList& list = document->libraries.get([&] { return librariesOf(document->document); });
+    *count = list.shown.size();
+    return list.shown.data();
   });
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "c/KSmthGrp.h"
@@ -43,6 +44,11 @@ struct Members {
   KSmthMembers shown{};
 };
 
+struct LibraryList {
+  std::vector<std::string> paths;
+  std::vector<KSmthLibrary> shown;
+};
+
 struct FindingList {
   WavefrontOBJ::Findings findings;
   std::vector<KSmthFinding> shown;
@@ -64,6 +70,15 @@ struct FaceLists {
   std::vector<std::string> names;  ///< that are no one else's
   std::vector<std::vector<std::uint32_t>> faces;
   std::vector<Record> shown;
+
+  /// A new record, which has these faces. They stay where they are when more are added.
+  Record& add(std::vector<std::uint32_t> list) {
+    const auto& kept = faces.emplace_back(std::move(list));
+    Record& record = shown.emplace_back();
+    record.faces = kept.data();
+    record.face_count = kept.size();
+    return record;
+  }
 };
 
 inline constexpr std::uint32_t kMaxWidth = 8;
@@ -86,6 +101,7 @@ struct KSmthDocument {
   Values<double> doubles;
   Values<float> floats;
   ksmth::MadeOnce<std::vector<float>> colours;
+  ksmth::MadeOnce<ksmth::LibraryList> libraries;
   std::array<std::array<ksmth::MadeOnce<ksmth::Members>, WavefrontOBJ::kElementKinds>, 4> members;
   std::array<ksmth::MadeOnce<ksmth::FindingList>, ksmth::kLintFlags + 1> findings;
 };

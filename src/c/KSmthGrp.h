@@ -2,7 +2,8 @@
 #define KSMTH_GRP_H
 
 // clang-format off
-/*
+/**
+ * @file
  * Wavefront OBJ files for programs of any language: documents as their authors wrote them, and models as the
  * host reads them. C11; also for C++. The plug-in calls are elsewhere (KOBJRev01.h).
  *
@@ -15,24 +16,24 @@
  *
  * What holds for all functions:
  *
- * Results    Functions that can fail answer a KSmthStatus; what they were to fill in is then as it was, or
- *            NULL or 0 where that is said. `ksmth_error_text` has the reason. No function throws, ends the
- *            process or writes to standard output or error, also when memory runs out.
- * Handles    Made by an open function, closed by the close function of their kind, once. Closing NULL is
- *            allowed.
- * Lists      Pointers that a handle gives stay valid, with what they point at, until the handle is closed;
- *            nothing of them is to be written or freed. A list of none may be NULL.
- * Texts      Paths and names are bytes that end with a NUL, in whatever encoding the system and the file have.
- * Indices    Count from 0; -1 stands for none. Lines and columns of files count from 1, 0 stands for none.
- * Null       A null pointer is KSMTH_BAD_ARGUMENT unless the function says what it stands for; a null handle
- *            has nothing: counts are 0 and lists NULL.
- * Options    Structs that begin with `size`, which is to be sizeof the struct; all else may be 0, which is the
- *            advice: `KSmthWriteOptions options = {.size = sizeof options};`. Later versions add fields at the
- *            end. A null pointer stands for all 0. A flag that is not known is KSMTH_BAD_ARGUMENT.
- * Threads    Any number of threads may use one handle at the same time, but for closing it. What is made when
- *            it is first asked for may be made by several at once; all get the same.
- * Callbacks  Are called on the thread that called the function, before it answers. They may use the handles,
- *            but not close them, and may not leave by longjmp or an exception.
+ * - Results: Functions that can fail answer a KSmthStatus; what they were to fill in is then as it was, or
+ *   NULL or 0 where that is said. `ksmth_error_text` has the reason. No function throws, ends the process or
+ *   writes to standard output or error, also when memory runs out.
+ * - Handles: Made by an open function, closed by the close function of their kind, once. Closing NULL is
+ *   allowed.
+ * - Lists: Pointers that a handle gives stay valid, with what they point at, until the handle is closed;
+ *   nothing of them is to be written or freed. A list of none may be NULL.
+ * - Texts: Paths and names are bytes that end with a NUL, in whatever encoding the system and the file have.
+ * - Indices: Count from 0; -1 stands for none. Lines and columns of files count from 1, 0 stands for none.
+ * - Null: A null pointer is KSMTH_BAD_ARGUMENT unless the function says what it stands for; a null handle has
+ *   nothing: counts are 0 and lists NULL.
+ * - Options: Structs that begin with `size`, which is to be sizeof the struct; all else may be 0, which is
+ *   the advice: `KSmthWriteOptions options = {.size = sizeof options};`. Later versions add fields at the
+ *   end. A null pointer stands for all 0. A flag that is not known is KSMTH_BAD_ARGUMENT.
+ * - Threads: Any number of threads may use one handle at the same time, but for closing it. What is made when
+ *   it is first asked for may be made by several at once; all get the same.
+ * - Callbacks: Are called on the thread that called the function, before it answers. They may use the
+ *   handles, but not close them, and may not leave by longjmp or an exception.
  */
 // clang-format on
 
@@ -109,8 +110,8 @@ typedef struct KSmthCallbacks {
 typedef struct KSmthTarget {
   size_t size; /**< sizeof(KSmthTarget) */
   /**
-   * A file. It is written beside its place and renamed when all is done: a failure leaves the old one. Pipes
-   * and devices are written directly. "-" is standard output.
+   * A file, also of the name "-". It is written beside its place and renamed when all is done: a failure
+   * leaves the old one. Pipes, devices and the file that standard output goes to are written directly.
    */
   const char* path;
   /** Gets the bytes piece by piece, in order. Other than 0 stops the work, which answers KSMTH_WRITE_FAILED.
@@ -238,6 +239,24 @@ typedef struct KSmthMembers {
 /** The members of a division. Made when first asked for, in time linear in the elements. */
 KSMTH_API KSmthStatus ksmth_document_members(const KSmthDocument* document, KSmthDivision division,
                                              KSmthElementKind kind, const KSmthMembers** members);
+
+/** A material library that a document names. */
+typedef struct KSmthLibrary {
+  const char* name; /**< as the "mtllib" line has it; a file's name with blanks is several names */
+  /**
+   * Where it lies, be it there or not: in the document's folder unless the name is an absolute path. Of a
+   * file's name with blanks the first name has it, and the others have "".
+   */
+  const char* path;
+  uint64_t line; /**< of the file */
+} KSmthLibrary;
+
+/**
+ * The libraries, in the order of the file, repeats included. Made when first asked for, with a look at what
+ * files there are. `*libraries` and `*count` become NULL and 0 on failure.
+ */
+KSMTH_API KSmthStatus ksmth_document_libraries(const KSmthDocument* document, const KSmthLibrary** libraries,
+                                               size_t* count);
 
 /** One place where something is doubted about a file. docs/findings.md lists all kinds. */
 typedef struct KSmthFinding {

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "c/Answers.h"
 #include "c/Arguments.h"
@@ -88,17 +89,12 @@ std::unique_ptr<ModelFaces> facesOf(const OBJModel& model) {
 
 std::unique_ptr<FaceLists<KSmthModelGroup>> groupsOf(const OBJModel& model) {
   auto lists = std::make_unique<FaceLists<KSmthModelGroup>>();
-  const std::size_t count = model._groupNames.size();
-  lists->faces.reserve(count);
-  for (std::uint32_t i = 0; i < count; ++i) {
+  for (std::uint32_t i = 0; i < model._groupNames.size(); ++i) {
     const std::string& name = model._groupNames[i];
     const OBJElementList& list = model.getGroupElements(name);
-    const auto& faces = lists->faces.emplace_back(list.begin(), list.end());
-    KSmthModelGroup& group = lists->shown.emplace_back();
+    KSmthModelGroup& group = lists->add({list.begin(), list.end()});
     group.name = name.c_str();
     group.vertex_count = model.GetGroupVertexRange(i, group.vertex_start);
-    group.faces = faces.data();
-    group.face_count = faces.size();
   }
   return lists;
 }
@@ -107,35 +103,30 @@ std::unique_ptr<FaceLists<KSmthModelGroup>> smoothingOf(const OBJModel& model) {
   auto lists = std::make_unique<FaceLists<KSmthModelGroup>>();
   const std::uint32_t count = model._smoothingGroupCount;
   lists->names.reserve(count);
-  lists->faces.resize(count);
+  std::vector<std::vector<std::uint32_t>> faces(count);
   const std::uint32_t* const begin = model._smoothingGroups;
   const std::uint32_t* const end = begin + count;
   // Most faces have the number of the face before.
   const std::uint32_t* row = end;
   model._faces->forEachFace([&](std::uint32_t index, const OBJFaceView& face) {
     if (row == end || *row != face.smoothingGroup) row = std::find(begin, end, face.smoothingGroup);
-    if (row != end) lists->faces[static_cast<std::size_t>(row - begin)].push_back(index);
+    if (row != end) faces[static_cast<std::size_t>(row - begin)].push_back(index);
   });
   for (std::uint32_t i = 0; i < count; ++i) {
-    KSmthModelGroup& group = lists->shown.emplace_back();
+    KSmthModelGroup& group = lists->add(std::move(faces[i]));
     group.number = begin[i];
     group.name = lists->names.emplace_back(std::to_string(begin[i])).c_str();
     group.vertex_count = model.GetSmoothingGroupVertexRange(begin[i], group.vertex_start);
-    group.faces = lists->faces[i].data();
-    group.face_count = lists->faces[i].size();
   }
   return lists;
 }
 
 std::unique_ptr<FaceLists<KSmthMaterial>> materialsOf(const OBJModel& model) {
   auto lists = std::make_unique<FaceLists<KSmthMaterial>>();
-  const std::size_t count = model._materials.size();
-  lists->faces.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < model._materials.size(); ++i) {
     const OBJMaterial& material = model._materials[i];
     const OBJElementList& list = model._materialFaces[i];
-    const auto& faces = lists->faces.emplace_back(list.begin(), list.end());
-    KSmthMaterial& shown = lists->shown.emplace_back();
+    KSmthMaterial& shown = lists->add({list.begin(), list.end()});
     shown.name = material.name.c_str();
     std::ranges::copy(material.Kd, shown.diffuse);
     std::ranges::copy(material.Ka, shown.ambient);
@@ -149,8 +140,6 @@ std::unique_ptr<FaceLists<KSmthMaterial>> materialsOf(const OBJModel& model) {
     shown.ambient_map = material.map_Ka.c_str();
     shown.bump_map = material.map_bump.c_str();
     shown.opacity_map = material.map_d.c_str();
-    shown.faces = faces.data();
-    shown.face_count = faces.size();
   }
   return lists;
 }
@@ -186,12 +175,11 @@ KSmthStatus ksmth_model_open_memory(const void* bytes, size_t size, const char* 
                                     const KSmthReadOptions* options, const KSmthCallbacks* callbacks,
                                     KSmthModel** model) {
   return answeringWith(model, [&] {
-    requireArgument(bytes != nullptr || size == 0, "no bytes");
     const KSmthReadOptions how = taken(options);
     const Listener listener(callbacks);
     const std::string name = nameInFolder(folder, how.name);
     Source source;
-    source.hold(std::string(static_cast<const char*>(bytes), size), name);
+    source.hold(textOf(bytes, size), name);
     return open(source, name, how.strict != 0, listener);
   });
 }

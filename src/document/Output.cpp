@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <set>
 #include <system_error>
@@ -39,10 +38,9 @@ std::string nameOf(const std::string& path) {
 std::string resolved(std::string path) {
   for (int links = 0; links < kMaxLinks; ++links) {
     // The name may not be there yet, its folder has to.
-    char* const folder = ::realpath(folderOf(path).c_str(), nullptr);
-    if (folder == nullptr) return {};
-    std::string target = folder;
-    std::free(folder);
+    std::array<char, PATH_MAX> folder{};
+    if (::realpath(folderOf(path).c_str(), folder.data()) == nullptr) return {};
+    std::string target = folder.data();
     if (target.back() != '/') target += '/';
     const std::string name = nameOf(path);
     const std::string folderText = target;

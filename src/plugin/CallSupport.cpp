@@ -7,9 +7,7 @@
 #include <utility>
 
 #include "Utf8Cut.h"
-#include "obj/OBJModel.h"
 #include "plugin/CallLimits.h"
-#include "plugin/KOBJRev01.h"
 
 namespace {
 
@@ -37,8 +35,7 @@ AssertionsAsAsked::AssertionsAsAsked() {
   if (answersAssertions) answered_.emplace();
 }
 
-void giveUpModel(char* block1, const WavefrontOBJ::OBJFailedAssertion& failed) noexcept {
-  delete std::exchange(gOBJModel, nullptr);
+void answer(char* block1, const WavefrontOBJ::OBJFailedAssertion& failed) noexcept {
   std::array<char, 256> text{};
   answer(block1, failed.text(text));
 }

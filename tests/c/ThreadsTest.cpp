@@ -10,7 +10,7 @@
 #include "c/KSmthGrp.h"
 
 TEST(Threads, ShareHandlesOfTheCInterface) {
-  std::string text;
+  std::string text = "mtllib none.mtl\n";
   for (int i = 1; i <= 3000; ++i) {
     const std::string corner = std::to_string(i);
     text += "v " + corner + " 0 0 1 0.5 0\nvt 0 1\ng " + "abc"[i / 10 % 3] + "\ns " + "12"[i / 5 % 2] + "\n";
@@ -35,6 +35,7 @@ TEST(Threads, ShareHandlesOfTheCInterface) {
     const KSmthMembers* members = nullptr;
     const KSmthFinding* findings = nullptr;
     const KSmthModelFaces* faces = nullptr;
+    const KSmthLibrary* libraries = nullptr;
     const KSmthModelGroup* groups = nullptr;
     std::size_t count = 0;
     ksmth_document_doubles(document, KSMTH_POSITIONS, 3, &doubles);
@@ -42,7 +43,8 @@ TEST(Threads, ShareHandlesOfTheCInterface) {
     ksmth_document_members(document, KSMTH_GROUPS, KSMTH_FACES, &members);
     ksmth_document_findings(document, KSMTH_LINT_NUMBERS | KSMTH_LINT_GEOMETRY, nullptr, &findings, &count);
     ksmth_model_faces(model, &faces);
-    mine.lists = {doubles, floats, members, findings, faces};
+    ksmth_document_libraries(document, &libraries, &count);
+    mine.lists = {doubles, floats, members, findings, faces, libraries};
     ksmth_model_vectors(model, KSMTH_POSITIONS, &floats);
     ksmth_model_groups(model, &groups, &count);
     mine.lists.insert(mine.lists.end(), {floats, groups});

@@ -61,6 +61,7 @@ static void test_lists(const KSmthDocument* robot) {
   const KSmthElements* faces = ksmth_document_elements(robot, KSMTH_FACES);
   const double* doubles = NULL;
   const float* floats = NULL;
+  const KSmthLibrary* libraries = NULL;
   uint64_t line = 0;
   CHECK(ksmth_document_vector_count(robot, KSMTH_POSITIONS) == 522 && faces->count == 452);
   CHECK(faces->starts[0] == 0 && faces->starts[faces->count] == faces->corner_count);
@@ -81,6 +82,9 @@ static void test_lists(const KSmthDocument* robot) {
   for (int i = 0; i < 3 * 522; ++i) CHECK((float)doubles[i] == floats[i]);
   CHECK(ksmth_document_element_line(robot, KSMTH_FACES, 451, &line) == KSMTH_OK && line > 522);
   CHECK(ksmth_document_element_line(robot, KSMTH_FACES, 452, &line) == KSMTH_BAD_ARGUMENT);
+  CHECK(ksmth_document_libraries(robot, &libraries, &count) == KSMTH_OK && count == 1);
+  CHECK(strcmp(libraries[0].name, "robot.mtl") == 0 && libraries[0].line > 0);
+  CHECK(load(libraries[0].path, text.bytes, sizeof text.bytes) > 0);
 }
 
 static void test_writing(const KSmthDocument* robot, const char* scratch) {
@@ -130,6 +134,11 @@ static void test_writing(const KSmthDocument* robot, const char* scratch) {
   CHECK(counts.elements[KSMTH_FACES] > 0 && counts.elements[KSMTH_FACES] < 452);
   CHECK(load(path, text.bytes, sizeof text.bytes) == counts.bytes);
   CHECK(ksmth_document_replace(robot, again, NULL, &file, NULL, &counts) == KSMTH_OK && counts.bytes > 0);
+  /* A library writes nothing to standard output unasked: "-" is a file's name as any other. */
+  file.path = "-";
+  CHECK(ksmth_document_write(robot, &selection, NULL, &file, NULL, NULL) == KSMTH_OK);
+  CHECK(load("-", other.bytes, sizeof other.bytes) > 0 && remove("-") == 0);
+  file.path = path;
   selection.groups = nobody;
   CHECK(ksmth_document_write(robot, &selection, NULL, &file, NULL, NULL) == KSMTH_NO_MATCH);
   selection.group_count = 0;

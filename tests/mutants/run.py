@@ -23,7 +23,7 @@ SECONDS = 180  # for a test program; a fault may well make one run for ever
 
 # The programs with the tests of each room. Those of the tool and of Python are CTest's.
 ROOMS = {
-    "c": ["test_c", "test_threads"],
+    "c": ["test_c", "test_threads", "test_memory"],
     "geometry": ["test_geometry"],
     "system": ["test_system", "test_geometry"],
     "image": ["test_image"],

@@ -1,8 +1,11 @@
-// What becomes of calls when memory runs out, at each allocation in turn.
+// What becomes of calls, and of functions of the C interface, when memory runs out, at each allocation in
+// turn.
 #include <cstdlib>
+#include <functional>
 #include <new>
 
 #include "TestSupport.h"
+#include "c/KSmthGrp.h"
 #include "plugin/PluginCall.h"
 
 using namespace WavefrontOBJ;
@@ -23,6 +26,15 @@ auto with(int allocations, Work work) {
   sAllocationsLeft = -1;
   return answer;
 }
+
+/// Takes a list of whatever kind.
+struct AnyList {
+  const void* first = nullptr;
+  template <class T>
+  operator const T**() {
+    return reinterpret_cast<const T**>(&first);
+  }
+};
 
 }  // namespace
 
@@ -98,6 +110,52 @@ TEST(Memory, EveryFailedAllocationIsAFailedCall) {
   }
   EXPECT_NE(mesh.creases(0), 0);
   call(FreeOBJModel, nullptr);
+}
+
+TEST(Memory, EveryFailedAllocationIsItsCodeInTheCInterface) {
+  const TempFolder folder;
+  std::string text = "mtllib a_library_with_a_long_name.mtl\nusemtl one\ns 1\nvt 0 0\nvn 0 0 1\nquux\n";
+  for (int i = 1; i <= 60; ++i) {
+    text += "v " + std::to_string(i) + " 0 0 1 0 0\n";
+    if (i > 2) text += "g group_of_a_rather_long_name_" + std::to_string(i % 7) + "\nf 1/1/1 2/1/1 3/1/1\n";
+  }
+  folder.write("a_library_with_a_long_name.mtl", "newmtl one\nmap_Kd a_texture_with_a_long_name.png\n");
+  const std::string path = folder.write("m.obj", text), out = folder.path("out.obj");
+  const KSmthTarget file{sizeof file, out.c_str(), nullptr, nullptr};
+  const KSmthTarget sink{sizeof sink, nullptr, [](const void*, std::size_t, void*) { return 0; }, nullptr};
+  KSmthDocument* document = nullptr;
+  KSmthModel* model = nullptr;
+  const KSmthDifference* difference = nullptr;
+  AnyList list;
+  std::size_t n = 0;
+  const std::function<KSmthStatus()> works[] = {
+      [&] { return ksmth_document_open(path.c_str(), nullptr, nullptr, &document); },
+      [&] { return ksmth_model_open_memory(text.data(), text.size(), "/none", nullptr, nullptr, &model); },
+      [&] { return ksmth_document_doubles(document, KSMTH_POSITIONS, 3, list); },
+      [&] { return ksmth_document_members(document, KSMTH_GROUPS, KSMTH_FACES, list); },
+      [&] { return ksmth_document_libraries(document, list, &n); },
+      [&] { return ksmth_document_findings(document, 7, nullptr, list, &n); },
+      [&] { return ksmth_document_write(document, nullptr, nullptr, &file, nullptr, nullptr); },
+      [&] { return ksmth_document_fix(document, nullptr, &sink, nullptr, nullptr); },
+      [&] { return ksmth_document_replace(document, document, nullptr, &sink, nullptr, nullptr); },
+      [&] { return ksmth_merge(&document, 1, nullptr, &sink, nullptr, nullptr); },
+      [&] { return ksmth_diff(document, document, nullptr, &difference); },
+      [&] { return ksmth_model_faces(model, list); },
+      [&] { return ksmth_model_groups(model, list, &n); },
+      [&] { return ksmth_model_smoothing(model, list, &n); },
+      [&] { return ksmth_model_materials(model, list, &n); },
+      [&] { return ksmth_model_write(model, 0, "m.mtl", &sink, nullptr); }};
+  for (const auto& work : works) {
+    int allocations = 0;
+    KSmthStatus status = with(0, work);
+    for (; status == KSMTH_OUT_OF_MEMORY && allocations < 10000; status = with(++allocations, work)) {
+    }
+    EXPECT_EQ(status, KSMTH_OK) << "work " << &work - works << ", allocation " << allocations;
+    EXPECT_GT(allocations, 0) << "work " << &work - works;
+  }
+  ksmth_difference_free(difference);
+  ksmth_document_close(document);
+  ksmth_model_close(model);
 }
 
 TEST(Memory, ABlockThatCannotBeHadChangesNothing) {
