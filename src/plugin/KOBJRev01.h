@@ -28,9 +28,8 @@ class KSMTH_API KOBJRev01Priv {
 //
 //   text        a path or a key word, NUL-terminated, may be null; key words are compared whole and as they
 //               are written
-//   number      an index from 1, a value or nothing. An index is truncated toward zero, so that one in (-1,
-//   0)
-//               is 0; what no 32 bits hold, and what is no number, is an index that no table has. A value is
+//   number      an index from 1, a value or nothing. An index is truncated toward zero: one in (-1, 0) is 0;
+//               what no 32 bits hold, and what is no number, is an index that no table has. A value is
 //               rounded to single precision, a mask value truncated and held at the ends of 32 signed bits
 //   block1      receives text answers, NUL-terminated, without a limit unless one is set (CallLimits.h): a
 //               path, a group name or an error text must fit; may be null
