@@ -1,8 +1,10 @@
 // What Python sees: names, signatures, help. Docstrings begin with a signature that `inspect` understands.
 #include <exception>
+#include <string>
 #include <utility>
 
 #include "Document.h"
+#include "KSmthVersion.h"
 #include "Psd.h"
 
 namespace ksmthgrp {
@@ -212,6 +214,9 @@ PYBIND11_MODULE(_ksmthgrp, module) {
       PyErr_SetString(PyExc_TypeError, "an argument, or a part of one, is of another type than is wanted");
     }
   });
+  module.attr("__version__") = std::to_string(KSMTH_VERSION_MAJOR) + "." +
+                               std::to_string(KSMTH_VERSION_MINOR) + "." +
+                               std::to_string(KSMTH_VERSION_PATCH);
   DocumentClass document = addDocument(module);
   module.def("read", &readDocument, py::arg("source"), py::kw_only(), py::arg("name") = py::none(),
              py::arg("dtype") = py::str("float64"), py::arg("strict") = false,
