@@ -57,6 +57,12 @@ def pairs(mesh, chosen):
     return sorted(map(tuple, np.sort(rows.reshape(-1, 2)[chosen], axis=1).tolist()))
 
 
+def selected_faces(mesh):
+    chosen = np.empty(len(mesh.polygons), bool)
+    mesh.polygons.foreach_get("select", chosen)
+    return chosen
+
+
 def edges_of(border):
     return sorted(map(tuple, border.edges.tolist()))
 
@@ -91,10 +97,8 @@ def check_marks(path):
         marks.obj_groups_mask_others(**choice, value=0.25)
         assert np.array_equal(versions.masks(mesh), np.where(host == 1, 1, np.float32(0.25)))
         marks.obj_groups_select(**choice)
-        chosen = np.empty(len(mesh.polygons), bool)
-        mesh.polygons.foreach_get("select", chosen)
         faces = document.groups[choice["group"]] if "group" in choice else document.smoothing[choice["smoothing"]]
-        assert np.array_equal(np.flatnonzero(chosen), faces)
+        assert np.array_equal(np.flatnonzero(selected_faces(mesh)), faces)
     marks.obj_groups_clear()
     assert not versions.masks(mesh).any() and not mesh_arrays.sharp(mesh).any() and not versions.creases(mesh).any()
     marks.obj_groups_crease_all()
@@ -227,15 +231,35 @@ def check_normals_and_files(robot):
 
 
 def check_undo(robot):
-    name = load(robot).name  # the object itself does not outlive an undo
+    name = load(robot, use_sharp=False).name  # the object itself does not outlive an undo
+
+    def state():
+        mesh = bpy.data.objects[name].data
+        keys = [key.name for key in mesh.shape_keys.key_blocks] if mesh.shape_keys else []
+        marked = versions.masks(mesh), mesh_arrays.sharp(mesh), versions.creases(mesh), selected_faces(mesh)
+        return [array.tolist() for array in marked], keys
+
+    pose = robot.replace("robot.obj", "robot_pose.obj")
     with bpy.context.temp_override(window=bpy.context.window_manager.windows[0]):
         bpy.ops.ed.undo_push(message="before")
-        marks.obj_groups_mask(group="eyes")
-        bpy.ops.ed.undo_push(message="masked")
-        bpy.ops.ed.undo()
-        assert not versions.masks(bpy.data.objects[name].data).any()
-        bpy.ops.ed.redo()
-        assert np.count_nonzero(versions.masks(bpy.data.objects[name].data)) == 48
+        for call, options in (
+            (marks.obj_groups_mask, {"group": "eyes"}),
+            (marks.obj_groups_mask_others, {"group": "eyes", "value": 0.5}),
+            (marks.obj_groups_sharp, {"smoothing": 3}),
+            (marks.obj_groups_select, {"group": "eyes"}),
+            (marks.obj_groups_crease, {"smoothing": 3}),
+            (marks.obj_groups_crease_all, {}),
+            (marks.obj_groups_clear, {}),
+            (marks.obj_groups_positions, {"filepath": pose}),
+        ):
+            before = state()
+            call(**options)
+            bpy.ops.ed.undo_push(message="marked")
+            after = state()
+            bpy.ops.ed.undo()
+            assert state() == before != after, options
+            bpy.ops.ed.redo()
+            assert state() == after, options
 
 
 def check_large():
