@@ -1,13 +1,16 @@
 """Run by Blender without a window: the add-on on real, example and made models, against the module's figures, the
 plug-in's and plain Python. Arguments behind "--": the folder of the module, smthgrp, then OBJ files."""
 
+import itertools
 import json
 import os
 import subprocess
 import sys
 import tempfile
 import time
+from unittest import mock
 
+import bmesh
 import bpy
 import numpy as np
 
@@ -18,11 +21,25 @@ import addon_utils
 
 module_folder, tool, *models = sys.argv[sys.argv.index("--") + 1 :]
 addon_utils.enable("ksmthgrp_obj", default_set=True)
-bpy.context.preferences.addons["ksmthgrp_obj"].preferences.module_folder = module_folder
 
 from ksmthgrp_obj import mesh_arrays, module, versions
 
-ksmthgrp = module.find()
+
+def refused(call, *words, **options):
+    """The operator fails with a message that has the words."""
+    try:
+        call(**options)
+    except RuntimeError as error:
+        assert all(word in str(error) for word in words), error
+        assert "Traceback" not in str(error), error
+        return
+    raise AssertionError(f"not refused: {words}")
+
+
+with mock.patch.object(sys, "path", []), mock.patch.object(module, "_around", tuple):
+    refused(bpy.ops.import_scene.obj_groups, "was not found", "preferences", filepath=models[0])
+    bpy.context.preferences.addons["ksmthgrp_obj"].preferences.module_folder = module_folder
+    ksmthgrp = module.find()
 assert ksmthgrp.__file__.startswith(os.path.realpath(module_folder)), ksmthgrp.__file__
 folder = tempfile.TemporaryDirectory()
 work = folder.name
@@ -37,17 +54,6 @@ def load(path, **options):
     clean()
     assert bpy.ops.import_scene.obj_groups(filepath=path, **options) == {"FINISHED"}
     return bpy.context.active_object
-
-
-def refused(call, *words, **options):
-    """The operator fails with a message that has the words."""
-    try:
-        call(**options)
-    except RuntimeError as error:
-        assert all(word in str(error) for word in words), error
-        assert "Traceback" not in str(error), error
-        return
-    raise AssertionError(f"not refused: {words}")
 
 
 def pairs(mesh, chosen):
@@ -140,7 +146,7 @@ def check_round_trip(path):
 
 def made(name, text):
     path = os.path.join(work, name)
-    with open(path, "w", encoding="utf-8") as file:
+    with open(path, "w", encoding="utf-8", errors="surrogateescape") as file:
         file.write(text)
     return path
 
@@ -162,20 +168,23 @@ def check_odd_files():
     refused(marks.obj_groups_select, "face 2", group="a", filepath=made("o.obj", SQUARE + "g a\nf 1 2 3\nf 1 2 4\n"))
     refused(bpy.ops.import_scene.obj_groups, "gone.obj", filepath=os.path.join(work, "gone.obj"))
     refused(bpy.ops.import_scene.obj_groups, "", filepath=work)
+    refused(bpy.ops.import_scene.obj_groups, "no vertices", filepath=made("none.obj", "# nothing\n"))
     refused(bpy.ops.export_scene.obj_groups, "none", filepath=os.path.join(work, "none", "x.obj"))
-    # Names that are long, equal when cut, and not ASCII; lines become edges.
+    # Names that are long, equal when cut, not ASCII and no UTF-8; lines become edges.
     long = "x" * 70
-    path = made("names.obj", SQUARE + f"g {long}a é\nf 1 2 3\ng {long}b\nf 1 3 4\nl 2 4\n")
+    path = made("names.obj", SQUARE + f"g {long}a é\udcff\nf 1 2 3\ng {long}b\nf 1 3 4\nl 2 4\n")
     obj, out = load(path), os.path.join(work, "names_out.obj")
     assert len(obj.vertex_groups) == 3 and (1, 3) in pairs(obj.data, np.ones(len(obj.data.edges), bool))
+    marks.obj_groups_mask(group="é\\udcff")
     bpy.ops.export_scene.obj_groups(filepath=out)
     assert groups_of(out) == groups_of(path) and len(ksmthgrp.read(out).line_vertices) == 2
 
 
 def check_split_and_axes():
-    path = made("two.obj", SQUARE + "v 5 0 0\nv 6 0 0\nv 6 1 0\no one\ng a\nf 1 2 3\nf 1 3 4\no two\ng b\nf 5 6 7\n")
+    path = made("two.obj", SQUARE + "v 5 0 0\nv 6 0 0\nv 6 1 0\no one\ng a\nusemtl p\nf 1 2 3\nf 1 3 4\no two\ng b\nusemtl q\nf 5 6 7\n")
     obj = load(path, split_objects=True, axis_forward="Y", axis_up="Z", global_scale=2.0)
     assert sorted(o.name for o in bpy.data.objects) == ["one", "two"]
+    assert [row.name for o in bpy.data.objects for row in o.obj_groups.groups] == ["a", "b"]
     assert np.allclose(obj.matrix_world @ obj.data.vertices[0].co, (10, 0, 0))
     marks.obj_groups_mask(group="b")
     assert versions.masks(obj.data).tolist() == [1, 1, 1]
@@ -183,6 +192,24 @@ def check_split_and_axes():
     bpy.ops.export_scene.obj_groups(filepath=out, axis_forward="Y", axis_up="Z", global_scale=0.5)
     assert groups_of(out) == groups_of(path)
     assert np.allclose(ksmthgrp.read(out).positions, ksmthgrp.read(path).positions)
+    # Names that differ in a blank stay apart.
+    for item, name in zip((*bpy.data.objects, *bpy.data.materials), ("a b", "a_b", "c d", "c_d")):
+        item.name = name
+    bpy.ops.export_scene.obj_groups(filepath=out)
+    found = ksmthgrp.read(out)
+    assert [len(faces) for faces in (*found.objects.values(), *found.materials.values())] == [2, 1, 2, 1]
+    # Axes and scales are those of Blender's own importer.
+    plain = made("plain.obj", SQUARE + "f 1 2 3 4\n")
+    for forward, up in itertools.product(("X", "Y", "Z", "-X", "-Y", "-Z"), repeat=2):
+        if forward[-1] == up[-1]:
+            continue
+        own = [axis.replace("-", "NEGATIVE_") for axis in (forward, up)]
+        for scale in ({"global_scale": 3.0}, {"clamp_size": 0.05}):
+            clean()
+            bpy.ops.wm.obj_import(filepath=plain, forward_axis=own[0], up_axis=own[1], **scale)
+            wanted = np.array(bpy.data.objects[0].matrix_world)
+            obj = load(plain, axis_forward=forward, axis_up=up, **scale)
+            assert np.allclose(obj.matrix_world, wanted, atol=1e-5), (forward, up, scale)
 
 
 def check_positions_and_modes(robot):
@@ -215,6 +242,28 @@ def check_positions_and_modes(robot):
     assert np.allclose(moved, np.array(obj.matrix_world)[:3, :3] @ ksmthgrp.read(pose).positions[411], atol=1e-5)
 
 
+def check_materials():
+    """Values and images survive an export; a texture that is there is loaded."""
+    image = bpy.data.images.new("image", 2, 2)
+    image.filepath_raw, image.file_format = os.path.join(work, "an image.png"), "PNG"
+    image.save()
+    kinds = ("map_Kd", "map_Ks", "map_Ke", "map_Ns", "refl", "map_d", "map_Bump")
+    lines = [f"{kind} an image.png" for kind in kinds]
+    values = "Kd 0.5 0.25 1\nKs 0.5 0.5 0.5\nKe 0 0.5 1\nNs 250\nNi 1.5\nd 0.5\n"
+    made("look.mtl", "newmtl look\n" + values + "\n".join(lines) + "\nnewmtl plain\nKd 0 1 0\n")
+    text = SQUARE + "vt 0 0\nusemtl look\nf 1/1 2/1 3/1\nusemtl plain\nf 1 3 4\n"
+    path, out = made("look.obj", "mtllib look.mtl\n" + text), os.path.join(work, "look_out.obj")
+    obj = load(path)
+    assert [slot.name for slot in obj.material_slots] == ["look", "plain"]
+    images = [n.image for n in obj.data.materials[0].node_tree.nodes if n.type == "TEX_IMAGE"]
+    assert len(images) == len(kinds) and all(tuple(image.size) == (2, 2) for image in images)
+    bpy.ops.export_scene.obj_groups(filepath=out)
+    before, after = (ksmthgrp.read(file).read_materials() for file in (path, out))
+    assert before["look"].textures == after["look"].textures
+    for keyword, numbers in before["look"].values.items():
+        assert np.allclose(after["look"].values[keyword], numbers, atol=1e-4), keyword
+
+
 def check_normals_and_files(robot):
     """Custom normals are those of the file; several files at once become an object each, bad ones are passed over."""
     mesh, document = load(robot, use_normals=True).data, ksmthgrp.read(robot)
@@ -223,6 +272,21 @@ def check_normals_and_files(robot):
     wanted /= np.linalg.norm(wanted, axis=1, keepdims=True)
     assert np.allclose(versions.corner_normals(mesh)[has], wanted, atol=2e-3)
     assert set(edges_of(document.creases())) <= set(pairs(mesh, mesh_arrays.sharp(mesh)))
+    mesh = load(robot, use_sharp=False, use_crease=True, crease_weight=0.25).data
+    assert edges_of(document.creases()) == pairs(mesh, versions.creases(mesh) == 0.25)
+    assert not mesh_arrays.sharp(mesh).any()
+    # A hole leaves the smoothing numbers of the other faces.
+    mesh, out = load(robot).data, os.path.join(work, "hole.obj")
+    gone = document.creases().corners[0]
+    face = int(np.searchsorted(document.face_starts, gone, side="right") - 1)
+    edit = bmesh.new()
+    edit.from_mesh(mesh)
+    edit.faces.ensure_lookup_table()
+    edit.faces.remove(edit.faces[face])
+    edit.to_mesh(mesh)
+    edit.free()
+    bpy.ops.export_scene.obj_groups(filepath=out)
+    assert np.array_equal(ksmthgrp.read(out).face_smoothing, np.delete(document.face_smoothing, face))
     clean()
     files = [{"name": name} for name in ("two.obj", "gone.obj", "names.obj")]
     bpy.ops.import_scene.obj_groups(directory=work, files=files)
@@ -307,6 +371,7 @@ for model in models:
 check_odd_files()
 check_split_and_axes()
 check_positions_and_modes(models[0])
+check_materials()
 check_normals_and_files(models[0])
 check_undo(models[0])
 check_large()
