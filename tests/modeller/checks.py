@@ -12,6 +12,7 @@ from unittest import mock
 
 import bmesh
 import bpy
+import mathutils
 import numpy as np
 
 sys.dont_write_bytecode = True
@@ -22,7 +23,7 @@ import addon_utils
 module_folder, tool, *models = sys.argv[sys.argv.index("--") + 1 :]
 addon_utils.enable("ksmthgrp_obj", default_set=True)
 
-from ksmthgrp_obj import mesh_arrays, module, versions
+from ksmthgrp_obj import document, import_mesh, mesh_arrays, module, versions
 
 
 def refused(call, *words, **options):
@@ -161,6 +162,9 @@ def check_odd_files():
     assert [tuple(p.vertices) for p in obj.data.polygons] == [(0, 1, 2), (0, 2, 3)] and not obj.data.validate()
     marks.obj_groups_crease(group="b")
     assert pairs(obj.data, versions.creases(obj.data) > 0) == [(0, 2)]
+    _, notes = import_mesh.make_objects(document.read(path), import_mesh.ImportOptions())
+    for note, words in zip(notes, ("fewer than three corners", "with a vertex twice", "face 3"), strict=True):
+        assert words in note, note
     refused(marks.obj_groups_mask, 'no group "c"', "a, b", group="c")
     refused(marks.obj_groups_mask, "smoothing group 7", smoothing=7)
     refused(marks.obj_groups_mask, "4 vertices", "5", group="a", filepath=made("v.obj", SQUARE + "v 9 9 9\nf 1 2 3\n"))
@@ -198,6 +202,18 @@ def check_split_and_axes():
     bpy.ops.export_scene.obj_groups(filepath=out)
     found = ksmthgrp.read(out)
     assert [len(faces) for faces in (*found.objects.values(), *found.materials.values())] == [2, 1, 2, 1]
+    bpy.data.objects["a b"].select_set(False)
+    bpy.ops.export_scene.obj_groups(filepath=out, use_selection=True)
+    assert list(ksmthgrp.read(out).objects) == ["a_b"]
+    # Mirrored and stretched, faces and normals still show the same side.
+    obj = bpy.data.objects["a_b"]
+    obj.data.transform(mathutils.Matrix.Rotation(0.5, 4, (1, 1, 0)))
+    obj.scale = (-1, 3, 1)
+    bpy.ops.export_scene.obj_groups(filepath=out, use_selection=True, use_normals=True)
+    found = ksmthgrp.read(out)
+    a, b, c = found.positions[found.face_vertices]
+    side = np.cross(b - a, c - a)
+    assert np.allclose(found.normals[found.face_normals], side / np.linalg.norm(side), atol=1e-4)
     # Axes and scales are those of Blender's own importer.
     plain = made("plain.obj", SQUARE + "f 1 2 3 4\n")
     for forward, up in itertools.product(("X", "Y", "Z", "-X", "-Y", "-Z"), repeat=2):
@@ -275,6 +291,12 @@ def check_normals_and_files(robot):
     mesh = load(robot, use_sharp=False, use_crease=True, crease_weight=0.25).data
     assert edges_of(document.creases()) == pairs(mesh, versions.creases(mesh) == 0.25)
     assert not mesh_arrays.sharp(mesh).any()
+    # A face map has one group of each face: the smallest.
+    out = os.path.join(work, "maps.obj")
+    load(robot)
+    bpy.ops.export_scene.obj_groups(filepath=out, groups_from="REGIONS")
+    maps, groups = groups_of(out), groups_of(robot)
+    assert maps["eyes"] == groups["eyes"] and set(maps["head"]) == set(groups["head"]) - set(groups["eyes"])
     # A hole leaves the smoothing numbers of the other faces.
     mesh, out = load(robot).data, os.path.join(work, "hole.obj")
     gone = document.creases().corners[0]
