@@ -228,7 +228,7 @@ Reads an OBJ file and answers a Document.
 source is a path (str or os.PathLike), the file's bytes, or a file object, which is read to its end. name stands
 for bytes and file objects in messages; libraries are looked for beside it. dtype, float64 or float32, is that of
 positions, texture coordinates and normals. Lines that make no sense are left out and told in `findings`; with
-strict=True the first of them is an error.
+strict=True the first of them is an error. Numbers are parsed when they are asked for; lint() looks at all of them.
 
 Raises NotFoundError or FileError when the file cannot be read, FormatError when it is no text, is too large
 or, with strict=True, has something wrong; MemoryError. Ctrl-C stops it.)");
