@@ -157,13 +157,13 @@ SQUARE = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n"
 
 def check_odd_files():
     # What Blender cannot hold is left out, and the marks still fit the rest.
-    path = made("odd.obj", SQUARE + "g a\nf 1 2\nf 1 2 2\nf 1 2 3\nf 3 1 2\ng b\nf 1 3 4\n")
+    path = made("odd.obj", SQUARE + "g a\nf 1 2\nf 1 2 2\nf 2 1 2\nf 1 2 3\nf 3 1 2\ng b\nf 1 3 4\n")
     obj = load(path)
     assert [tuple(p.vertices) for p in obj.data.polygons] == [(0, 1, 2), (0, 2, 3)] and not obj.data.validate()
     marks.obj_groups_crease(group="b")
     assert pairs(obj.data, versions.creases(obj.data) > 0) == [(0, 2)]
     _, notes = import_mesh.make_objects(document.read(path), import_mesh.ImportOptions())
-    for note, words in zip(notes, ("fewer than three corners", "with a vertex twice", "face 3"), strict=True):
+    for note, words in zip(notes, ("fewer than three corners", "2 faces with a vertex twice", "face 4"), strict=True):
         assert words in note, note
     refused(marks.obj_groups_mask, 'no group "c"', "a, b", group="c")
     refused(marks.obj_groups_mask, "smoothing group 7", smoothing=7)
