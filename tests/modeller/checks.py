@@ -293,7 +293,9 @@ def check_normals_and_files(robot):
     assert not mesh_arrays.sharp(mesh).any()
     # A face map has one group of each face: the smallest.
     out = os.path.join(work, "maps.obj")
-    load(robot)
+    mesh = load(robot).data
+    marks.obj_groups_sharp(smoothing=3)  # sharp already, as others are
+    assert pairs(mesh, mesh_arrays.sharp(mesh)) == edges_of(document.creases())
     bpy.ops.export_scene.obj_groups(filepath=out, groups_from="REGIONS")
     maps, groups = groups_of(out), groups_of(robot)
     assert maps["eyes"] == groups["eyes"] and set(maps["head"]) == set(groups["head"]) - set(groups["eyes"])
