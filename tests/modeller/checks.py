@@ -261,10 +261,10 @@ def check_positions_and_modes(robot):
 def check_materials():
     """Values and images survive an export; a texture that is there is loaded."""
     image = bpy.data.images.new("image", 2, 2)
-    image.filepath_raw, image.file_format = os.path.join(work, "an image.png"), "PNG"
+    image.filepath_raw, image.file_format = os.path.join(work, "tex", "an image.png"), "PNG"
     image.save()
     kinds = ("map_Kd", "map_Ks", "map_Ke", "map_Ns", "refl", "map_d", "map_Bump")
-    lines = [f"{kind} an image.png" for kind in kinds]
+    lines = [f"{kind} tex/an image.png" for kind in kinds]
     values = "Kd 0.5 0.25 1\nKs 0.5 0.5 0.5\nKe 0 0.5 1\nNs 250\nNi 1.5\nd 0.5\n"
     made("look.mtl", "newmtl look\n" + values + "\n".join(lines) + "\nnewmtl plain\nKd 0 1 0\n")
     text = SQUARE + "vt 0 0\nusemtl look\nf 1/1 2/1 3/1\nusemtl plain\nf 1 3 4\n"
