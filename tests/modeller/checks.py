@@ -250,6 +250,11 @@ def check_positions_and_modes(robot):
     bpy.context.view_layer.objects.active = obj
     obj.obj_groups.filepath = robot
     marks.obj_groups_read()
+    assert [row.name for row in obj.obj_groups.groups] == list(ksmthgrp.read(robot).groups)
+    obj.obj_groups.filepath = os.path.join(work, "two.obj")
+    refused(marks.obj_groups_read, "522 vertices", "7")
+    assert not obj.obj_groups.groups
+    obj.obj_groups.filepath = robot
     marks.obj_groups_crease(group="head")
     document = ksmthgrp.read(robot)
     assert pairs(obj.data, versions.creases(obj.data) > 0) == edges_of(document.border("head"))
