@@ -398,7 +398,7 @@ py::object Document::creases(const py::object& group, const py::object& smoothin
 HostMarks& Document::hostMarks() {
   if (!hostMarks_) {
     std::unique_ptr<HostMarks> made;
-    require(unlocked([&] { return HostMarks::read(*document_, made); }), path());
+    require(unlocked([&] { return HostMarks::read(*document_, signalCheck(), made); }), path());
     // Another thread may have been faster, and what it has made is in use.
     if (!hostMarks_) hostMarks_ = std::move(made);
   }

@@ -1,12 +1,8 @@
 #include "HostMarks.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <stdexcept>
-#include <system_error>
+#include <array>
+#include <new>
 
 #include "obj/OBJAssert.h"
 
@@ -14,97 +10,34 @@ namespace ksmthgrp {
 
 using namespace WavefrontOBJ;
 
-namespace {
-
-/// While one lives, assertions that fail on its thread are exceptions instead of the end of the process.
-class AnsweredAssertions {
- public:
-  AnsweredAssertions() {
-    // Once, for all threads; it passes on what others do not want answered.
-    static const bool isSet = [] {
-      previous_ = OBJSetAssertionHandler(&answer);
-      return true;
-    }();
-    static_cast<void>(isSet);
-    answered_ = true;
-  }
-  AnsweredAssertions(const AnsweredAssertions&) = delete;
-  AnsweredAssertions& operator=(const AnsweredAssertions&) = delete;
-  ~AnsweredAssertions() { answered_ = false; }
-
- private:
-  static void answer(const char* function, const char* file, int line, const char* expression) {
-    if (answered_) throw std::runtime_error(std::string(function) + " in " + file);
-    OBJSetAssertionHandler(previous_);
-    OBJAssertionFailed(function, file, line, expression);
-  }
-
-  static thread_local bool answered_;
-  static OBJAssertionHandler previous_;
-};
-
-thread_local bool AnsweredAssertions::answered_ = false;
-OBJAssertionHandler AnsweredAssertions::previous_ = nullptr;
-
-/// A path from which the document's bytes can be read, as long as this lives.
-class SourcePath {
- public:
-  Result open(const Source& source) {
-    path_ = source.name();
-    if (!source.isHeld()) return {};
-    file_ = ::memfd_create("ksmthgrp", MFD_CLOEXEC);
-    if (file_ < 0) return failure(source);
-    std::vector<char> window(std::size_t{256} * 1024);
-    for (std::uint64_t at = 0; at < source.size();) {
-      const auto bytes = static_cast<std::size_t>(std::min<std::uint64_t>(window.size(), source.size() - at));
-      Result result = source.read(at, window.data(), bytes);
-      if (!result) return result;
-      const ssize_t written = ::write(file_, window.data(), bytes);
-      if (written < 0 && errno != EINTR) return failure(source);
-      at += written < 0 ? 0 : static_cast<std::uint64_t>(written);
-    }
-    path_ = "/proc/self/fd/" + std::to_string(file_);
-    return {};
-  }
-  SourcePath() = default;
-  SourcePath(const SourcePath&) = delete;
-  SourcePath& operator=(const SourcePath&) = delete;
-  ~SourcePath() {
-    if (file_ >= 0) ::close(file_);
-  }
-
-  const std::string& path() const { return path_; }
-
- private:
-  static Result failure(const Source& source) {
-    return {Status::readFailed, source.name() + ": " + std::generic_category().message(errno)};
-  }
-
-  std::string path_;
-  int file_ = -1;
-};
-
-}  // namespace
-
-Result HostMarks::read(const OBJDocument& document, std::unique_ptr<HostMarks>& marks) {
-  const std::string begin = document.source().name() + ": ";
-  if (document.findings().count(FindingKind::smoothingTableFull) > 0) {
-    // The host's reader would make a log file in the current folder.
-    return {Status::notText, begin + std::string(rowOf(FindingKind::smoothingTableFull).text)};
-  }
-  SourcePath source;
-  Result result = source.open(document.source());
-  if (!result) return result;
+Result HostMarks::read(const OBJDocument& document, const Progress& progress,
+                       std::unique_ptr<HostMarks>& marks) {
+  const Source& source = document.source();
+  const std::string begin = source.name() + ": ";
+  std::uint64_t at = 0;
+  const auto next = [&](char* buffer, std::size_t room) {
+    if (!progress(static_cast<double>(at) / std::max(1.0, static_cast<double>(source.size()))))
+      throw Result(Status::cancelled, begin + "cancelled");
+    const auto bytes = static_cast<std::size_t>(std::min<std::uint64_t>(room, source.size() - at));
+    Result result = source.read(at, buffer, bytes);
+    if (!result) throw std::move(result);
+    at += bytes;
+    return bytes;
+  };
   auto made = std::make_unique<HostMarks>();
   try {
-    const AnsweredAssertions answered;
-    if (!made->model_.read(source.path(), false)) {
+    const OBJAnsweredAssertions answered;
+    if (!made->model_.read(next, source.name(), false)) {
       std::string text = made->model_._errorMessage;
+      if (text == "Out of memory.") return {Status::outOfMemory, begin + text};
       text.resize(std::min(text.size(), text.find('\n')));
       return {Status::notText, begin + "the host cannot read it: " + text};
     }
-  } catch (const std::runtime_error& error) {
-    return {Status::notText, begin + "reading it ends the host: " + error.what()};
+  } catch (const OBJFailedAssertion& assertion) {
+    std::array<char, 256> buffer{};
+    return {Status::notText, begin + "reading it ends the host: " + std::string(assertion.text(buffer))};
+  } catch (const Result& failure) {
+    return failure;
   }
   marks = std::move(made);
   return {};

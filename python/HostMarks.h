@@ -24,9 +24,10 @@ class HostMarks {
   };
 
   /// Reads the document's file as the host does. Fails with `Status::notText` where the host's reader ends
+  /// Reads the document's file as the host does. Fails with `Status::notText` where the host's reader ends
   /// before the file does, or the host with it.
   static WavefrontOBJ::Result read(const WavefrontOBJ::OBJDocument& document,
-                                   std::unique_ptr<HostMarks>& marks);
+                                   const WavefrontOBJ::Progress& progress, std::unique_ptr<HostMarks>& marks);
 
   /// The mask byte of each vertex of a mesh without masks; nothing for a group that the host does not have.
   std::optional<std::vector<std::uint8_t>> mask(const Group& group, std::uint8_t value);

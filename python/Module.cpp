@@ -1,8 +1,10 @@
 // What Python sees: names, signatures, help. Docstrings begin with a signature that `inspect` understands.
 #include <exception>
+#include <string>
 #include <utility>
 
 #include "Document.h"
+#include "KSmthVersion.h"
 #include "Psd.h"
 
 namespace ksmthgrp {
@@ -212,6 +214,9 @@ PYBIND11_MODULE(_ksmthgrp, module) {
       PyErr_SetString(PyExc_TypeError, "an argument, or a part of one, is of another type than is wanted");
     }
   });
+  module.attr("__version__") = std::to_string(KSMTH_VERSION_MAJOR) + "." +
+                               std::to_string(KSMTH_VERSION_MINOR) + "." +
+                               std::to_string(KSMTH_VERSION_PATCH);
   DocumentClass document = addDocument(module);
   module.def("read", &readDocument, py::arg("source"), py::kw_only(), py::arg("name") = py::none(),
              py::arg("dtype") = py::str("float64"), py::arg("strict") = false,
@@ -223,7 +228,7 @@ Reads an OBJ file and answers a Document.
 source is a path (str or os.PathLike), the file's bytes, or a file object, which is read to its end. name stands
 for bytes and file objects in messages; libraries are looked for beside it. dtype, float64 or float32, is that of
 positions, texture coordinates and normals. Lines that make no sense are left out and told in `findings`; with
-strict=True the first of them is an error.
+strict=True the first of them is an error. Numbers are parsed when they are asked for; lint() looks at all of them.
 
 Raises NotFoundError or FileError when the file cannot be read, FormatError when it is no text, is too large
 or, with strict=True, has something wrong; MemoryError. Ctrl-C stops it.)");

@@ -18,6 +18,13 @@ def corners_of(starts, faces):
     return np.repeat(starts[faces] - (ends - counts), counts) + np.arange(ends[-1] if len(ends) else 0)
 
 
+def places_by_label(labels):
+    """Each label, ascending, with its places in `labels`, ascending."""
+    order = np.argsort(labels, kind="stable")
+    values, begins = np.unique(labels[order], return_index=True)
+    return list(zip(values.tolist(), np.split(order, begins[1:])))
+
+
 def repeated_corners(starts, vertices):
     """Whether each face has a vertex more than once."""
     repeats = np.zeros(len(starts) - 1, bool)

@@ -1,11 +1,17 @@
 """An OBJ file as arrays, read by the module `ksmthgrp`. What the add-on takes from the module is all here."""
 
 import dataclasses
+import functools
 import os
 
 import numpy as np
 
 from . import arrays, module
+
+
+def text(name):
+    """A name of the file, or a path, as text that Blender takes: bytes that are no UTF-8 become escapes."""
+    return name.encode("utf-8", "backslashreplace").decode("utf-8")
 
 
 @dataclasses.dataclass
@@ -31,27 +37,45 @@ class Document:
 
     def with_faces(self, faces):
         """The same with `faces`, ascending, alone. Groups without a face go."""
-        corners = arrays.corners_of(self.starts, faces)
         new_face = np.full(self.face_count, -1)
         new_face[faces] = np.arange(len(faces))
         groups = {name: new_face[old][new_face[old] >= 0] for name, old in self.groups.items()}
+        return self._with(faces, {name: members for name, members in groups.items() if len(members)})
+
+    def _with(self, faces, groups):
+        corners = arrays.corners_of(self.starts, faces)
         return dataclasses.replace(
             self,
             starts=np.append(0, np.cumsum(np.diff(self.starts)[faces])).astype(self.starts.dtype),
             vertices=self.vertices[corners],
             corner_texture=self.corner_texture[corners],
             corner_normal=self.corner_normal[corners],
-            groups={name: members for name, members in groups.items() if len(members)},
+            groups=groups,
             smoothing=self.smoothing[faces],
             materials=self.materials[faces],
             objects=self.objects[faces],
         )
 
+    @functools.cached_property
+    def parts(self):
+        """The names of the objects that have faces, "" for those of none: each with its faces, and with its part of
+        what the groups have, as pairs of an index of the group and a face."""
+        names = [text(name) for name in self.source.objects] + [""]
+        face = np.concatenate([np.empty(0, np.int64), *self.groups.values()])
+        group = np.repeat(np.arange(len(self.groups)), [len(members) for members in self.groups.values()])
+        rows = dict(arrays.places_by_label(self.objects[face]))
+        faces = arrays.places_by_label(self.objects)
+        return {names[index]: (members, group[rows[index]], face[rows[index]]) for index, members in faces}
+
     def part(self, name):
         """The faces of one object, "" for those of none, with the vertices that they use, in the file's order.
         Raises ValueError for an unknown name."""
-        index = list(self.source.objects).index(name) if name else -1
-        chosen = self.with_faces(np.flatnonzero(self.objects == index))
+        if name not in self.parts:
+            raise ValueError(f'the file has no faces of the object "{name}"')
+        faces, group, face = self.parts[name]
+        names = list(self.groups)
+        members = arrays.places_by_label(group)
+        chosen = self._with(faces, {names[index]: np.searchsorted(faces, face[rows]) for index, rows in members})
         used, chosen.vertices = np.unique(chosen.vertices, return_inverse=True)
         return dataclasses.replace(chosen, positions=self.positions[used], lines=self.lines[:0])
 

@@ -71,8 +71,10 @@ def smoothing_numbers(mesh, starts, vertices):
     otherwise one for each patch that sharp edges enclose, different for those that meet."""
     sharp, smooth = mesh_arrays.sharp(mesh), mesh_arrays.smooth(mesh)
     kept = record.smoothing(mesh)
+    # What is sharp at the rim divides nothing.
+    inner = np.bincount(mesh_arrays.corner_edges(mesh), minlength=len(sharp)) > 1
     if kept is not None and np.array_equal(kept != 0, smooth):
-        if np.array_equal(mesh_arrays.borders(mesh, kept), sharp):
+        if np.array_equal(mesh_arrays.borders(mesh, kept), sharp & inner):
             return kept
     # Patches are of smooth faces alone.
     face = arrays.face_of_corners(starts)
@@ -93,7 +95,8 @@ class _Scene:
         self._columns = {}
         self._groups = {}
         self.materials = {}  # name in the library to Blender's material
-        self._objects = []
+        self._material_row = {}  # of each Blender material
+        self._objects = {}  # by name, in order
         self._counts = {"vertices": 0, "faces": 0, "texcoords": 0, "normals": 0, "corners": 0}
 
     def _append(self, name, values, count=""):
@@ -126,9 +129,10 @@ class _Scene:
         for slot in slots:
             row_of_slot.append(-1)
             if slot.material:
-                name = "_".join(slot.material.name.split())
-                self.materials.setdefault(name, slot.material)
-                row_of_slot[-1] = list(self.materials).index(name)
+                if slot.material not in self._material_row:
+                    self._material_row[slot.material] = len(self.materials)
+                    self.materials[_word(slot.material.name, self.materials)] = slot.material
+                row_of_slot[-1] = self._material_row[slot.material]
         if not row_of_slot:
             return np.full(len(mesh.polygons), -1)
         return np.array(row_of_slot)[np.minimum(mesh_arrays.materials(mesh), len(row_of_slot) - 1)]
@@ -165,7 +169,7 @@ class _Scene:
         self._append("smoothing", smoothing_numbers(mesh, starts, vertices) if options.smoothing else np.zeros(count))
         self._append("face_material", self._material_rows(obj, mesh))
         self._append("face_object", np.full(count, len(self._objects) if options.objects else -1))
-        self._objects.append("_".join(obj.name.split()))
+        self._objects[_word(obj.name, self._objects)] = obj
         self._counts["vertices"] += len(positions)
         self._counts["corners"] += len(vertices)
         self._counts["faces"] += count
@@ -181,7 +185,7 @@ class _Scene:
         return {
             **whole,
             "materials": list(self.materials),
-            "objects": self._objects,
+            "objects": list(self._objects),
             "libraries": [library] if self.materials else [],
         }
 

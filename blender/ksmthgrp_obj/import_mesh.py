@@ -7,7 +7,7 @@ import bpy
 import numpy as np
 
 from . import arrays, materials, mesh_arrays, record, versions
-from .document import Document
+from .document import Document, text
 
 # In bytes; what is longer is cut by Blender.
 _LONGEST_NAME = 63
@@ -23,10 +23,9 @@ class ImportOptions:
     split_objects: bool = False
 
 
-def blender_name(text):
-    """`text` as far as Blender's names can hold it."""
-    encoded = text.encode("utf-8", "surrogateescape")[:_LONGEST_NAME]
-    return encoded.decode("utf-8", "ignore" if len(encoded) == _LONGEST_NAME else "replace")
+def blender_name(name):
+    """`name` as far as Blender's names can hold it."""
+    return text(name).encode("utf-8")[:_LONGEST_NAME].decode("utf-8", "ignore")
 
 
 def holdable(document):
@@ -50,7 +49,8 @@ def _corner_rows(rows, row_of_corner):
 def _fill(mesh, document):
     """Vertices, faces and edges. Answers notes."""
     notes = []
-    positions = document.positions.astype(np.float32)
+    with np.errstate(over="ignore"):
+        positions = document.positions.astype(np.float32)
     finite = np.isfinite(positions)
     if not finite.all():
         bad = np.count_nonzero(~finite.all(axis=1))
@@ -128,16 +128,12 @@ class MaterialStock:
 
 
 def _add_materials(mesh, document, stock):
-    used = np.unique(document.materials)
-    slot = np.zeros(len(stock.names) + 1, np.int32)
-    for index, material in enumerate(used[used >= 0].tolist()):
-        mesh.materials.append(stock.get(material))
-        slot[material] = index
-    # The row behind the last is for faces without, which need a slot beside others.
-    if used[:1] == -1 and len(used) > 1:
-        slot[-1] = len(mesh.materials)
-        mesh.materials.append(None)
-    mesh.polygons.foreach_set("material_index", slot[document.materials])
+    used, slot = np.unique(document.materials, return_inverse=True)
+    # Faces without a material need a slot only beside others.
+    if used.tolist() != [-1]:
+        for material in used.tolist():
+            mesh.materials.append(stock.get(material) if material >= 0 else None)
+    mesh.polygons.foreach_set("material_index", slot.astype(np.int32))
 
 
 def make_object(document: Document, name, options: ImportOptions, stock: MaterialStock):
@@ -168,20 +164,22 @@ def make_object(document: Document, name, options: ImportOptions, stock: Materia
 
 
 def make_objects(document: Document, options: ImportOptions):
-    """The objects of a file, each with the name of its part of the file (none for all of it), and notes."""
+    """The objects of a file, each with its part of the file and the part's name (none for all of it), and notes.
+    Raises ValueError for a file without vertices."""
+    if not len(document.positions):
+        raise ValueError(f"{document.path}: there are no vertices in it")
     stem = os.path.splitext(os.path.basename(document.path))[0]
     stock = MaterialStock(document) if options.materials else None
     notes = [str(finding) for finding in document.source.findings if finding.severity == "error"]
     made = []
-    names = list(document.source.objects)
-    if options.split_objects and names:
-        parts = [names[i] if i >= 0 else "" for i in np.unique(document.objects)]
-        for part in parts:
-            obj, more = make_object(document.part(part), part or stem, options, stock)
-            made.append((obj, part))
-            notes += [f"{part or stem}: {note}" for note in more]
+    if options.split_objects and len(document.source.objects):
+        for name in document.parts:
+            part = document.part(name)
+            obj, more = make_object(part, name or stem, options, stock)
+            made.append((obj, part, name))
+            notes += [f"{name or stem}: {note}" for note in more]
     else:
         obj, more = make_object(document, stem, options, stock)
-        made.append((obj, None))
+        made.append((obj, document, None))
         notes += more
     return made, notes + (stock.notes if stock else [])

@@ -84,11 +84,12 @@ class IMPORT_SCENE_OT_obj_groups(bpy.types.Operator, ImportHelper):
         found = document.read(path)
         made, notes = import_mesh.make_objects(found, options)
         tell(self, [f"{os.path.basename(path)}: {note}" for note in notes])
-        for obj, part in made:
-            obj.matrix_world = self._matrix(found)
+        matrix = self._matrix(found)
+        for obj, part, name in made:
+            obj.matrix_world = matrix
             context.collection.objects.link(obj)
-            settings.connect(obj, path, found if part is None else found.part(part), part)
-        return [obj for obj, _ in made]
+            settings.connect(obj, path, part, name)
+        return [obj for obj, _, _ in made]
 
     @guarded
     def execute(self, context):

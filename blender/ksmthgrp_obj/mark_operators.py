@@ -170,8 +170,9 @@ class OBJECT_OT_obj_groups_read(bpy.types.Operator):
     def execute(self, context):
         obj = context.active_object
         found = settings.read(obj)
+        with object_mode(obj):
+            marks.fit(found, obj.data)
         settings.list_groups(obj, found)
-        marks.fit(found, obj.data)
         return {"FINISHED"}
 
 

@@ -4,6 +4,7 @@ positions. Plain functions on meshes and documents."""
 import numpy as np
 
 from . import arrays, import_mesh, mesh_arrays, versions
+from .document import text
 
 
 class Mismatch(Exception):
@@ -34,9 +35,10 @@ def fit(document, mesh):
 def chosen_faces(document, group, smoothing):
     """The faces of a group by name, or of a smoothing group by number where `group` is empty. Raises `Mismatch`."""
     if group:
-        if group not in document.groups:
-            raise Mismatch(f'the file has no group "{group}"; it has: ' + ", ".join(list(document.groups)[:20]))
-        return document.groups[group]
+        named = {text(name): faces for name, faces in document.groups.items()}
+        if group not in named:
+            raise Mismatch(f'the file has no group "{group}"; it has: ' + ", ".join(list(named)[:20]))
+        return named[group]
     faces = np.flatnonzero(document.smoothing == smoothing)
     if not len(faces):
         numbers = np.unique(document.smoothing).tolist()

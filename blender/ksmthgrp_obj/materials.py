@@ -9,6 +9,9 @@ from bpy_extras import image_utils, node_shader_utils
 _TEXTURES = {
     "map_kd": ("base_color_texture", "map_Kd"),
     "map_ks": ("specular_texture", "map_Ks"),
+    "map_ke": ("emission_color_texture", "map_Ke"),
+    "map_ns": ("roughness_texture", "map_Ns"),
+    "refl": ("metallic_texture", "refl"),
     "map_d": ("alpha_texture", "map_d"),
     "map_bump": ("normalmap_texture", "map_Bump"),
     "bump": ("normalmap_texture", "map_Bump"),
@@ -31,6 +34,8 @@ def make(name, described):
     specular = values.get("ks", (0.5,))
     shader.specular = sum(specular) / len(specular)
     shader.roughness = 1.0 - (exponent / _LARGEST_EXPONENT) ** 0.5
+    if len(values.get("ke", ())) == 3:
+        shader.emission_color = values["ke"]
     shader.ior = values.get("ni", (1.45,))[0]
     shader.alpha = values["d"][0] if "d" in values else 1.0 - values.get("tr", (0.0,))[0]
     made.diffuse_color = (*shader.base_color[:3], shader.alpha)
@@ -44,16 +49,17 @@ def make(name, described):
         if not os.path.isfile(path):
             missing.append(path)
         image = image_utils.load_image(path, place_holder=True, check_existing=True)
-        if slot != "base_color_texture":
+        if slot not in ("base_color_texture", "emission_color_texture"):
             image.colorspace_settings.name = "Non-Color"
         getattr(shader, slot).image = image
     return made, missing
 
 
 def _texture_lines(shader, folder):
-    slots = ["map_kd", "map_ks", "map_d"] + (["map_bump"] if shader.node_normalmap else [])
-    for keyword in slots:
-        slot, written = _TEXTURES[keyword]
+    for keyword, (slot, written) in _TEXTURES.items():
+        # Asking for a normal map would make one; "bump" is another name of what is written.
+        if keyword == "bump" or (keyword == "map_bump" and not shader.node_normalmap):
+            continue
         texture = getattr(shader, slot)
         if texture and texture.image and texture.image.filepath:
             path = bpy.path.abspath(texture.image.filepath, library=texture.image.library)
@@ -76,6 +82,8 @@ def library_text(materials, folder):
         if not plain:
             specular = f"{shader.specular:.6g}"
             lines.append(f"Ks {specular} {specular} {specular}")
+            emission = shader.emission_color
+            lines.append(f"Ke {emission[0]:.6g} {emission[1]:.6g} {emission[2]:.6g}")
             lines.append(f"Ns {(1.0 - shader.roughness) ** 2 * _LARGEST_EXPONENT:.6g}")
             lines += [f"Ni {shader.ior:.6g}", f"d {shader.alpha:.6g}", "illum 2"]
             lines += _texture_lines(shader, folder)

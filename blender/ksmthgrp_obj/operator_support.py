@@ -4,6 +4,7 @@ import contextlib
 
 import bpy
 
+from .document import text
 from .marks import Mismatch
 from .module import ModuleMissing
 
@@ -19,7 +20,7 @@ def guarded(execute):
         try:
             return execute(self, context)
         except EXPECTED as error:
-            self.report({"ERROR"}, str(error))
+            self.report({"ERROR"}, text(str(error)))
             return {"CANCELLED"}
 
     return wrapper
@@ -28,7 +29,7 @@ def guarded(execute):
 def tell(operator, notes):
     """Reports notes as warnings."""
     for note in notes[:_MOST_NOTES]:
-        operator.report({"WARNING"}, note)
+        operator.report({"WARNING"}, text(note))
     if len(notes) > _MOST_NOTES:
         operator.report({"WARNING"}, f"and {len(notes) - _MOST_NOTES} more")
 

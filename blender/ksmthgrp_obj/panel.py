@@ -3,12 +3,18 @@
 import bpy
 
 
+def _row(layout, name, faces, vertices):
+    """A row of the lists, or what stands above them, in columns that a narrow sidebar has room for."""
+    columns = layout.split(factor=0.45)
+    columns.label(text=name)
+    counts = columns.row()
+    counts.label(text=str(faces))
+    counts.label(text=str(vertices))
+
+
 class OBJ_GROUPS_UL_rows(bpy.types.UIList):
     def draw_item(self, _context, layout, _data, item, _icon, _active_data, _active_property):
-        row = layout.row(align=True)
-        row.label(text=item.name if item.number != 0 else "0 (off)")
-        row.label(text=f"{item.faces} faces")
-        row.label(text=f"{item.vertices} vertices")
+        _row(layout, item.name if item.number != 0 else "0 (off)", item.faces, item.vertices)
 
 
 class VIEW3D_PT_obj_groups(bpy.types.Panel):
@@ -29,7 +35,7 @@ class VIEW3D_PT_obj_groups(bpy.types.Panel):
         if not kept.groups and not kept.smoothings:
             layout.operator("object.obj_groups_read")
         else:
-            settings = layout.row(align=True)
+            settings = layout.column(align=True)
             settings.prop(kept, "mask_value")
             settings.prop(kept, "weight")
             for rows, index in (("groups", "group_index"), ("smoothings", "smoothing_index")):
@@ -41,6 +47,7 @@ class VIEW3D_PT_obj_groups(bpy.types.Panel):
     def _draw_list(self, kept, rows_name, index_name):
         rows, index = getattr(kept, rows_name), getattr(kept, index_name)
         self.layout.label(text=f"{'Groups' if rows_name == 'groups' else 'Smoothing groups'}: {len(rows)}")
+        _row(self.layout, "Name", "Faces", "Verts")
         self.layout.template_list("OBJ_GROUPS_UL_rows", rows_name, kept, rows_name, kept, index_name, rows=4)
         if index >= len(rows):
             return

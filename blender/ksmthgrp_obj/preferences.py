@@ -1,5 +1,7 @@
 """The add-on's preferences."""
 
+import textwrap
+
 import bpy
 
 from . import module
@@ -19,7 +21,9 @@ class ObjGroupsPreferences(bpy.types.AddonPreferences):
         try:
             self.layout.label(text=f"Found: {module.find().__file__}", icon="CHECKMARK")
         except module.ModuleMissing as missing:
-            self.layout.label(text=str(missing), icon="ERROR")
+            lines = self.layout.column(align=True)
+            for number, line in enumerate(textwrap.wrap(str(missing), 80, break_on_hyphens=False)):
+                lines.label(text=line, icon="BLANK1" if number else "ERROR")
 
 
 CLASSES = (ObjGroupsPreferences,)

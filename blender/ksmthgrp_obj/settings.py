@@ -1,9 +1,8 @@
 """What an object keeps for the panel: its OBJ file and the groups in it."""
 
 import bpy
-import numpy as np
 
-from . import document
+from . import arrays, document
 
 
 class ObjGroupsRow(bpy.types.PropertyGroup):
@@ -52,10 +51,9 @@ def read(obj, filepath=""):
 def list_groups(obj, found):
     """Fills the lists of the panel from a document."""
     kept = obj.obj_groups
-    numbers = np.unique(found.smoothing).tolist()
     for rows, named in (
-        (kept.groups, found.groups.items()),
-        (kept.smoothings, ((number, np.flatnonzero(found.smoothing == number)) for number in numbers)),
+        (kept.groups, ((document.text(name), faces) for name, faces in found.groups.items())),
+        (kept.smoothings, arrays.places_by_label(found.smoothing)),
     ):
         rows.clear()
         for name, faces in named:

@@ -22,12 +22,12 @@ FileNotFoundError), and FormatError (a ValueError). `path` and `line` tell where
 arguments that make no sense ValueError, TypeError or IndexError, want of memory MemoryError. Reading and writing
 run without the interpreter's lock, and Ctrl-C stops them.
 
-ksmthgrp.psd reads and writes Photoshop documents.
+ksmthgrp.psd reads and writes Photoshop documents. ksmthgrp.__version__ is the library's version.
 """
 
 from . import psd
 from ._arrays import from_arrays, write_arrays
-from ._ksmthgrp import Document, diff, merge, read, written_names
+from ._ksmthgrp import Document, __version__, diff, merge, read, written_names
 from ._types import (Border, Change, Counts, Difference, Error, FileError, Finding, FormatError, Material,
                      Membership, MergeReport, NotFoundError)
 

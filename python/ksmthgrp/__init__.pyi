@@ -21,6 +21,8 @@ from ._types import (
     NotFoundError as NotFoundError,
 )
 
+__version__: str
+
 _Path = Union[str, os.PathLike[str], os.PathLike[bytes]]
 _Floats = NDArray[Any]
 _Ints = NDArray[numpy.int32]

@@ -3,6 +3,7 @@
 from typing import Dict, List, NamedTuple, Optional, Tuple
 
 import numpy
+from numpy.typing import NDArray
 
 
 class Error(Exception):
@@ -37,8 +38,8 @@ class Border(NamedTuple):
              `Document.face_vertices`, ascending; the edge goes on to the next corner of the same face.
     """
 
-    edges: numpy.ndarray
-    corners: numpy.ndarray
+    edges: NDArray[numpy.int32]
+    corners: NDArray[numpy.int32]
 
 
 class Finding(NamedTuple):
@@ -188,7 +189,7 @@ class Layer(NamedTuple):
     """
 
     name: str
-    pixels: numpy.ndarray
+    pixels: NDArray[numpy.uint8]
     left: int = 0
     top: int = 0
     opacity: int = 255
@@ -204,5 +205,5 @@ class Image(NamedTuple):
     layers  The lowest first; empty for a flat document.
     """
 
-    pixels: numpy.ndarray
+    pixels: NDArray[numpy.uint8]
     layers: List[Layer]

@@ -21,7 +21,7 @@ BUILD = TOP / "build/mutants/build"
 LEAST_PERCENT = 90
 SECONDS = 180  # for a test program; a fault may well make one run for ever
 
-# The programs with the tests of each room. Those of the tool and of Python are CTest's.
+# The programs with the tests of each room. Those of the tool, of Python and of the add-on are CTest's.
 ROOMS = {
     "c": ["test_c", "test_threads", "test_memory"],
     "geometry": ["test_geometry"],
@@ -37,8 +37,9 @@ ROOMS = {
     "meshes": ["test_document"],
     "tool": ["smthgrp"],
     "python": ["ksmthgrp"],
+    "blender": ["modeller"],
 }
-CTEST = {"test_c": r"^c\.", "smthgrp": r"^tool\.", "ksmthgrp": r"^python\."}
+CTEST = {"test_c": r"^c\.", "smthgrp": r"^tool\.", "ksmthgrp": r"^python\.", "modeller": r"^modeller\."}
 
 
 class Unusable(Exception):

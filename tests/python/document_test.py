@@ -5,6 +5,7 @@ import io
 import os
 import pathlib
 import pydoc
+import re
 import signal
 import subprocess
 import sys
@@ -252,28 +253,27 @@ class Errors(unittest.TestCase):
     def test_interrupts_stop_a_read_and_other_threads_run(self):
         # Slow lines, so that the read looks for signals.
         text = b"xyz 1\n" * 3_000_000
-        begun = threading.Event()
-        documents = []
-
-        def interrupt():
-            begun.wait()
-            os.kill(os.getpid(), signal.SIGINT)
-
         interval = sys.getswitchinterval()
-        thread = threading.Thread(target=interrupt)
-        thread.start()
-        try:
-            # The thread gets to run when the read lets go of the lock, and not before.
-            sys.setswitchinterval(1000)
-            begun.set()
-            with self.assertRaises(KeyboardInterrupt):
-                # Python itself looks for signals when all of this is done.
-                documents.extend(map(ksmthgrp.read, [text]))
-        finally:
-            sys.setswitchinterval(interval)
-            thread.join()
-        self.assertEqual(documents, [])
+        for read, argument in ((ksmthgrp.read, text), (ksmthgrp.read(text + b"v 0 0 0\nf 1 1 1\n").host_mask, "default")):
+            begun, answers = threading.Event(), []
 
+            def interrupt(begun=begun):
+                begun.wait()
+                os.kill(os.getpid(), signal.SIGINT)
+
+            thread = threading.Thread(target=interrupt)
+            thread.start()
+            try:
+                # The thread gets to run when the read lets go of the lock, and not before.
+                sys.setswitchinterval(1000)
+                begun.set()
+                with self.assertRaises(KeyboardInterrupt):
+                    # Python itself looks for signals when all of this is done.
+                    answers.extend(map(read, [argument]))
+            finally:
+                sys.setswitchinterval(interval)
+                thread.join()
+            self.assertEqual(answers, [])
 
     def test_threads_share_a_document(self):
         single = ksmthgrp.read(ROBOT)
@@ -296,6 +296,8 @@ class Errors(unittest.TestCase):
 
 class Manual(unittest.TestCase):
     def test_names_and_explains_everything(self):
+        header = pathlib.Path(ROOT, "src", "KSmthVersion.h").read_text()
+        self.assertEqual(ksmthgrp.__version__.split("."), re.findall(r"define KSMTH_VERSION_\w+ (\d+)", header))
         text = pydoc.render_doc(ksmthgrp, renderer=pydoc.plaintext)
         for name in ksmthgrp.__all__:
             self.assertIn(name, text)
