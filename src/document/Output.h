@@ -68,8 +68,8 @@ class KSMTH_API Output : public Sink {
   /// Removes the temporary files of all outputs that are not committed. Safe to call in a signal handler; the
   /// process should end afterwards.
   static void removeTemporaries() noexcept;
-  /// Has SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU and SIGXFSZ call `removeTemporaries` before they
-  /// end the process as they always do. For programs, not for libraries; signals that are ignored stay so.
+  /// Has every signal that ends the process, but for SIGKILL, call `removeTemporaries` before it does so as
+  /// always. For programs, not for libraries; signals that are ignored or handled stay so.
   static void removeTemporariesOnSignals();
 
  private:

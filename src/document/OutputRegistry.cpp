@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include "document/Output.h"
@@ -59,9 +61,12 @@ void Output::removeTemporaries() noexcept {
 }
 
 void Output::removeTemporariesOnSignals() {
-  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU, SIGXFSZ}) {
+  // Those that do not end the process; of the others, SIGKILL cannot be had.
+  constexpr int kHarmless[] = {SIGCHLD, SIGCONT, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH};
+  for (int signal = 1; signal < NSIG; ++signal) {
+    if (std::find(std::begin(kHarmless), std::end(kHarmless), signal) != std::end(kHarmless)) continue;
     struct sigaction action {};
-    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
     action = {};
     action.sa_handler = removeAndDie;
     // By the flag's name cast: it is unsigned, the member is not.

@@ -126,7 +126,7 @@ TEST(Output, AFullDiskLeavesTheTarget) {
 TEST(Output, SignalsLeaveNothing) {
   const TempFolder folder;
   folder.write("a.obj", "old");
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ, SIGALRM, SIGUSR1, SIGABRT, SIGRTMIN}) {
     const int ended = inChild([&] {
       // Where the tests run it may be ignored.
       std::signal(signal, SIG_DFL);
