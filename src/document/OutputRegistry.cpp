@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <utility>
 
 #include "document/Output.h"
 
@@ -53,6 +54,13 @@ void OutputRegistry::remove(Entry* entry) noexcept {
 void OutputRegistry::unlinkAll() noexcept {
   for (const Entry* entry = firstEntry.load(); entry != nullptr; entry = entry->next) {
     if (entry->isThere.load()) static_cast<void>(::unlink(entry->path));
+  }
+  // A folder may lie in another one.
+  bool any = true;
+  while (std::exchange(any, false)) {
+    for (const Entry* entry = firstEntry.load(); entry != nullptr; entry = entry->next) {
+      any = (entry->isThere.load() && ::rmdir(entry->path) == 0) || any;
+    }
   }
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "document/NewFolder.h"
 #include "document/Output.h"
 
 namespace {
@@ -133,7 +134,9 @@ TEST(Output, SignalsLeaveNothing) {
       Output::removeTemporariesOnSignals();
       Output first(folder.path("a.obj"));
       Output second(folder.path("b.obj"));
-      if (!first.write("new") || !second.finish() || entries(folder) != 3) return 1;
+      const NewFolder made(folder.path("x/y"));
+      Output third(made.error() ? "" : folder.path("x/y/c.obj"));
+      if (!first.write("new") || !second.finish() || !third.open() || entries(folder) != 4) return 1;
       raise(signal);
       return 2;
     });

@@ -318,7 +318,10 @@ class ModelTest(ToolCase):
                 self.refuse(1, f"{target}: {message}", *arguments, "-o", target)
             self.refuse(1, f"{name}: {failed}", *arguments, "-o", name,
                         preexec_fn=lambda most=most: resource.setrlimit(resource.RLIMIT_FSIZE, (most, most)))
-        self.assertFalse({"o.obj", "o.ply"} & set(os.listdir(self.folder)), "nothing half-made is left")
+        for how in ([], ["--as-host"]):
+            self.assertEqual(self.run_tool("split", ROBOT, "-o", "x/y", *how, preexec_fn=lambda: resource.setrlimit(
+                resource.RLIMIT_FSIZE, (1999, 1999))).returncode, 1)
+        self.assertFalse({"o.obj", "o.ply", "x"} & set(os.listdir(self.folder)), "nothing half-made is left")
         os.symlink("new.ply", self.path("link.ply"))
         self.succeed("mesh", "m.obj", "--mask", "a", "-o", "link.ply", notes=["link.ply: without 1 face that is no polygon"])
         self.assertTrue(os.path.islink(self.path("link.ply")) and os.path.isfile(self.path("new.ply")))

@@ -76,7 +76,7 @@ void run(const Request& request) {
     throw Failure(document.source().name() + (all ? ": there is nothing in the model to write"
                                                   : ": no element is in all that was asked for"));
   }
-  makeFolder(request.folder);
+  const auto folder = makeFolder(request.folder);
   std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
   WavefrontOBJ::WriteOptions options = writeOptions(request.options);
   const std::vector<std::string> libraries =
