@@ -6,8 +6,8 @@
 
 namespace WavefrontOBJ {
 
-/// The paths of temporary files, and of new folders, that a signal handler has to remove. Entries are never freed, only used
-/// again, so that a handler may walk them at any moment.
+/// The paths of temporary files, and of new folders, that a signal handler has to remove. Entries are never
+/// freed, only used again, so that a handler may walk them at any moment.
 class OutputRegistry {
  public:
   struct Entry {

@@ -113,8 +113,11 @@ void addSplit(CommandLine& line, const PluginOptions& plugin) {
   CLI::App& command = line.add("split", "Write every group into a file of its own", kFooter);
   addInput(command, "MODEL", request->model, "OBJ file to read; - for standard input");
   addOutput(command, request->folder, "Folder to write to, made if missing", "DIR");
-  command.add_option("--by", request->by, "What becomes a file")
-      ->transform(CLI::CheckedTransformer(kDivisions).description(""))
+  command
+      .add_option_function<std::string>(
+          "--by", [request](const std::string& name) { request->by = kDivisions.at(name); },
+          "What becomes a file")
+      ->check(CLI::IsMember(kDivisions).description(""))
       ->type_name(CLI::detail::join(
           kDivisions, [](const auto& division) { return std::string(division.first); }, "|"));
   addSelection(command, request->options);
