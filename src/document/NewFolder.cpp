@@ -19,7 +19,7 @@ NewFolder::NewFolder(const std::string& path) {
     made_.reserve(made_.size() + 1);
     OutputRegistry::Entry* const entry = OutputRegistry::add(folder.string());
     if (fs::create_directory(folder, error_)) {
-      made_.push_back(entry);
+      made_.insert(made_.begin(), entry);
     } else {
       OutputRegistry::remove(entry);
     }
@@ -28,9 +28,9 @@ NewFolder::NewFolder(const std::string& path) {
 }
 
 NewFolder::~NewFolder() {
-  for (auto entry = made_.rbegin(); entry != made_.rend(); ++entry) {
-    static_cast<void>(::rmdir((*entry)->path));
-    OutputRegistry::remove(*entry);
+  for (OutputRegistry::Entry* const entry : made_) {
+    static_cast<void>(::rmdir(entry->path));
+    OutputRegistry::remove(entry);
   }
 }
 

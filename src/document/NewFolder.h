@@ -22,7 +22,7 @@ class NewFolder {
 
  private:
   std::error_code error_;
-  std::vector<OutputRegistry::Entry*> made_;  ///< the outermost first
+  std::vector<OutputRegistry::Entry*> made_;  ///< the innermost first
 };
 
 }  // namespace WavefrontOBJ
