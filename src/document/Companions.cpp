@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "document/Materials.h"
+#include "document/NewFolder.h"
 #include "document/Source.h"
 
 namespace WavefrontOBJ {
@@ -158,10 +159,10 @@ Result planCompanions(const OBJDocument& document, const std::string& folder, bo
 Result makeCopies(const Companions& companions, std::vector<std::unique_ptr<Output>>& outputs) {
   for (const CompanionCopy& copy : companions.copies) {
     const fs::path folder = folderPath(folderPrefix(copy.to));
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (error) return {Status::writeFailed, folder.string() + ": " + error.message()};
+    auto made = std::make_shared<const NewFolder>(folder.string());
+    if (made->error()) return {Status::writeFailed, folder.string() + ": " + made->error().message()};
     auto output = std::make_unique<Output>(copy.to);
+    output->holdFolder(std::move(made));
     Result result = output->open();
     if (result) result = copyFile(copy.from, *output);
     if (result) result = output->finish();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <new>
 #include <unordered_map>
@@ -97,8 +98,11 @@ Result comparePositions(const OBJDocument& a, const OBJDocument& b, DocumentDiff
   for (std::uint32_t v = 0; v < count; ++v) {
     const double* const p = &ours[std::size_t{3} * v];
     const double* const q = &theirs[std::size_t{3} * v];
-    if (std::equal(p, p + 3, q)) continue;
-    const double move = std::hypot(q[0] - p[0], q[1] - p[1], q[2] - p[2]);
+    // What is no number stays where it is.
+    const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+    if (std::equal(p, p + 3, q, same)) continue;
+    double move = std::hypot(q[0] - p[0], q[1] - p[1], q[2] - p[2]);
+    if (std::isnan(move)) move = std::numeric_limits<double>::infinity();
     if (++difference.moved == 1 || move > difference.greatestMove) {
       difference.greatestMove = move;
       difference.greatestVertex = v;

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "KSmthExport.h"
 #include "document/OutputRegistry.h"
@@ -14,6 +15,8 @@
 #include "document/Sink.h"
 
 namespace WavefrontOBJ {
+
+class NewFolder;
 
 /// The one way to write a file. What is written goes to a temporary file beside the target, which takes the
 /// target's place at `commit`, with the target's mode, through symbolic links; without `commit` the target is
@@ -58,6 +61,8 @@ class KSMTH_API Output : public Sink {
   const std::string& path() const { return path_; }
   /// Written directly: there is nothing to commit or to take back. Known after `open`.
   bool isDirect() const { return direct_; }
+  /// Keeps `folder`, which the file is to lie in, until the file is there or given up.
+  void holdFolder(std::shared_ptr<const NewFolder> folder) { folder_ = std::move(folder); }
   /// Goes to where standard output goes. Known after `open`.
   bool isStandardOutput() const { return standardOutput_; }
   std::uint64_t bytesWritten() const { return bytes_; }
@@ -68,8 +73,8 @@ class KSMTH_API Output : public Sink {
   /// Removes the temporary files of all outputs that are not committed. Safe to call in a signal handler; the
   /// process should end afterwards.
   static void removeTemporaries() noexcept;
-  /// Has SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU and SIGXFSZ call `removeTemporaries` before they
-  /// end the process as they always do. For programs, not for libraries; signals that are ignored stay so.
+  /// Has every signal that ends the process, but for SIGKILL, call `removeTemporaries` before it does so as
+  /// always. For programs, not for libraries; signals that are ignored or handled stay so.
   static void removeTemporariesOnSignals();
 
  private:
@@ -82,6 +87,7 @@ class KSMTH_API Output : public Sink {
   void closeFile();
   void discard() noexcept;
 
+  std::shared_ptr<const NewFolder> folder_;
   std::string path_;
   std::string target_;     ///< where links lead
   std::string temporary_;  ///< empty when there is none

@@ -2,9 +2,12 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <iterator>
 #include <memory>
+#include <utility>
 
 #include "document/Output.h"
 
@@ -52,6 +55,13 @@ void OutputRegistry::unlinkAll() noexcept {
   for (const Entry* entry = firstEntry.load(); entry != nullptr; entry = entry->next) {
     if (entry->isThere.load()) static_cast<void>(::unlink(entry->path));
   }
+  // A folder may lie in another one.
+  bool any = true;
+  while (std::exchange(any, false)) {
+    for (const Entry* entry = firstEntry.load(); entry != nullptr; entry = entry->next) {
+      any = (entry->isThere.load() && ::rmdir(entry->path) == 0) || any;
+    }
+  }
 }
 
 void Output::removeTemporaries() noexcept {
@@ -59,9 +69,12 @@ void Output::removeTemporaries() noexcept {
 }
 
 void Output::removeTemporariesOnSignals() {
-  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGXCPU, SIGXFSZ}) {
+  // Those that do not end the process; of the others, SIGKILL cannot be had.
+  constexpr int kHarmless[] = {SIGCHLD, SIGCONT, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH};
+  for (int signal = 1; signal < NSIG; ++signal) {
+    if (std::find(std::begin(kHarmless), std::end(kHarmless), signal) != std::end(kHarmless)) continue;
     struct sigaction action {};
-    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
     action = {};
     action.sa_handler = removeAndDie;
     // By the flag's name cast: it is unsigned, the member is not.

@@ -6,8 +6,8 @@
 
 namespace WavefrontOBJ {
 
-/// The paths of temporary files that a signal handler has to remove. Entries are never freed, only used
-/// again, so that a handler may walk them at any moment.
+/// The paths of temporary files, and of new folders, that a signal handler has to remove. Entries are never
+/// freed, only used again, so that a handler may walk them at any moment.
 class OutputRegistry {
  public:
   struct Entry {
@@ -22,7 +22,7 @@ class OutputRegistry {
   static Entry* add(const std::string& path);
   /// The file is gone, or is no temporary one any more.
   static void remove(Entry* entry) noexcept;
-  /// Removes the files. Safe in a signal handler.
+  /// Removes the files, and the folders that are empty. Safe in a signal handler.
   static void unlinkAll() noexcept;
 };
 

@@ -86,7 +86,8 @@ class OBJBlocks {
   /// behind the first and block and count are as the last push left them; `kNoSlot` otherwise.
   std::uint32_t slotInUsedBlock() const {
     const std::uint64_t behindFirst = count - countAtSecondSlot_;
-    const bool used = behindFirst < slotsBehindFirst_ && lastBlock == usedBlock_;
+    const bool used = behindFirst < slotsBehindFirst_ && lastBlock == usedBlock_ &&
+                      static_cast<std::size_t>(lastBlock) < blocks.size();
     return used ? static_cast<std::uint32_t>(behindFirst + 1) : kNoSlot;
   }
 

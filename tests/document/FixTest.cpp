@@ -325,7 +325,7 @@ TEST(Fix, SaysWhatItDoes) {
        "long-line long-comment"},
       {v + "vp 1 2\ncstype bezier\nlod 1\ncall a\nV 1 1 1\ns x\n" + f, v + f,
        "smoothing-not-a-number parameter-vertex free-form display included-file unknown-statement"},
-      {v + f + "l 1 2\np 1\n", v + f + "l 1 2\np 1\n", "line-or-point*2"},
+      {v + f + "l 1 2\nl 1\np 1\np 9\n", v + f + "l 1 2\np 1\n", "element-index few-corners line-or-point*2"},
       {v + longLine + "\n", v + longLine.substr(0, 1023) + "\nl 1" + longLine.substr(1023) + "\n",
        "long-line long-element line-or-point"},
       {blanks, v, "long-line"},

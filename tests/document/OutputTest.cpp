@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "document/NewFolder.h"
 #include "document/Output.h"
 
 namespace {
@@ -126,14 +127,16 @@ TEST(Output, AFullDiskLeavesTheTarget) {
 TEST(Output, SignalsLeaveNothing) {
   const TempFolder folder;
   folder.write("a.obj", "old");
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGXFSZ, SIGALRM, SIGUSR1, SIGABRT, SIGRTMIN}) {
     const int ended = inChild([&] {
       // Where the tests run it may be ignored.
       std::signal(signal, SIG_DFL);
       Output::removeTemporariesOnSignals();
       Output first(folder.path("a.obj"));
       Output second(folder.path("b.obj"));
-      if (!first.write("new") || !second.finish() || entries(folder) != 3) return 1;
+      const NewFolder made(folder.path("x/y"));
+      Output third(made.error() ? "" : folder.path("x/y/c.obj"));
+      if (!first.write("new") || !second.finish() || !third.open() || entries(folder) != 4) return 1;
       raise(signal);
       return 2;
     });

@@ -56,6 +56,12 @@ void pushAsTheFieldsSay(Element element, Field field, bool answers = true) {
     for (std::uint32_t step = 1; step < 60; ++step) {
       if (below(random, 12) == 0) array.count = below(random, 12);
       if (below(random, 20) == 0) array.lastBlock = static_cast<std::int32_t>(below(random, 6)) - 2;
+      if (below(random, 20) == 0 && !array.blocks.empty()) {
+        if constexpr (std::is_pointer_v<std::decay_t<decltype(array.blocks[0])>>)
+          std::free(array.blocks.back());
+        array.blocks.pop_back();
+        expected.resize(expected.size() - size);
+      }
       const std::uint32_t count = array.count, slot = count % size, fresh = slot == 0 ? 1 : 0;
       const std::int64_t last = std::int64_t{array.lastBlock} + fresh, blocks = expected.size() / size;
       const bool there = last >= 0 && last < blocks + fresh;

@@ -158,6 +158,11 @@ class ModelTest(ToolCase):
             {"moved": 1, "meanMove": 2.5, "greatestMove": 2.5, "greatestVertex": 4, "greatestLines": [4, 4],
              "greatestPositions": [[5, 5, 5], [5, 5, 7.5]]}))
         self.refuse(3, "nope: No such file or directory", "diff", "m.obj", "nope")
+        self.assertEqual(json.loads(self.run_tool("diff", "m.obj", "nope", "--json").stdout), {"error": "nope: No such file or directory"})
+        self.write("nan.obj", TRIANGLE + "v nan 1 1\nv 1 1 1\n")
+        self.assertIn("0 vertices moved", self.succeed("diff", "nan.obj", "nan.obj"))
+        self.write("inf.obj", TRIANGLE + "v 1 1 1\nv nan 1 1\n")
+        self.assertIn("mean move inf, greatest inf: vertex 4", self.succeed("diff", "nan.obj", "inf.obj"))
         self.refuse(3, ".: Is a directory", "diff", ".", "m.obj")
 
     def test_a_killed_writer_leaves_the_old_file(self):
@@ -318,7 +323,10 @@ class ModelTest(ToolCase):
                 self.refuse(1, f"{target}: {message}", *arguments, "-o", target)
             self.refuse(1, f"{name}: {failed}", *arguments, "-o", name,
                         preexec_fn=lambda most=most: resource.setrlimit(resource.RLIMIT_FSIZE, (most, most)))
-        self.assertFalse({"o.obj", "o.ply"} & set(os.listdir(self.folder)), "nothing half-made is left")
+        for how in ([], ["--as-host"]):
+            self.assertEqual(self.run_tool("split", ROBOT, "-o", "x/y", *how, preexec_fn=lambda: resource.setrlimit(
+                resource.RLIMIT_FSIZE, (1999, 1999))).returncode, 1)
+        self.assertFalse({"o.obj", "o.ply", "x"} & set(os.listdir(self.folder)), "nothing half-made is left")
         os.symlink("new.ply", self.path("link.ply"))
         self.succeed("mesh", "m.obj", "--mask", "a", "-o", "link.ply", notes=["link.ply: without 1 face that is no polygon"])
         self.assertTrue(os.path.islink(self.path("link.ply")) and os.path.isfile(self.path("new.ply")))
@@ -350,7 +358,10 @@ class ModelTest(ToolCase):
             self.refuse(1, f"m.obj: line 5: a face names {what}: f {corner}", "info", "--as-host", self.write("m.obj", given + corner))
         for text, what in ((corners, "a face has more than 88 corners"),
                            ("".join(f"s {i}\n" for i in range(257)), "an s line follows after 256 smoothing groups")):
-            self.refuse(1, f"m.obj: {what}, the most that the library takes", "info", "--as-host", self.write("m.obj", text))
+            what += ", the most that the library takes"
+            self.refuse(1, f"m.obj: {what}", "info", "--as-host", self.write("m.obj", text))
+            told = self.run_tool("info", "--as-host", "--json", "m.obj", ROBOT).stdout.decode()
+            self.assertTrue(told.startswith(f'{{\n  "file": "m.obj",\n  "error": "m.obj: {what}"\n}}\n{{\n  "file": "{ROBOT}"'), told)
         self.refuse(1, "/dev/stdin: Vertex not found at (f 9) in /dev/stdin", "info", "--as-host", "/dev/stdin", input=b"v 0 0 0\nf 1 1x\nf 9\n")
         self.refuse(1, ".: Is a directory", "info", "--as-host", ".")
         self.write("n.obj", TRIANGLE + "vn 0 0 1\ng a\nf 1//1 2//1 3//1\n")
@@ -373,15 +384,18 @@ class ModelTest(ToolCase):
                 ("export m.obj -o x -s 1 -g a --as-host", "--as-host takes one --group or one --smoothing-group"),
                 ("export m.obj -o x -s abc --as-host", '--as-host takes the number of a smoothing group, not "abc"'),
                 ("replace m.obj m.obj -o x --force --as-host", "--force does not go with --as-host; see smthgrp replace --help"),
+                ("split m.obj -o x --by colour", "--by: colour not in {group,material,object,smoothing}; see smthgrp split --help"),
                 ("diff - -", "only one of the models can be read from standard input"),
                 ("mesh m.obj --mask-value 3", "nothing to mask or crease; see smthgrp mesh --help"),
                 ("mesh m.obj --mask a -o x", "x: a marked mesh is written to NAME.ply or NAME.obj"),
                 ("call Version --script s", "NAME and --script exclude each other; see smthgrp call --help")):
             self.refuse(2, message, *line.split())
-        for line in "split m.obj -o x --by colour", "mesh m.obj --mask 1 --mask-value 256", "mesh m.obj --crease-all-smoothing=3":
+        for line in "mesh m.obj --mask 1 --mask-value 256", "mesh m.obj --crease-all-smoothing=3":
             self.assertEqual(self.run_tool(*line.split()).returncode, 2, line)
         self.assertEqual(os.listdir(self.folder), ["m.obj"])
         self.assertEqual(self.succeed("--version"), "KSmthGrpImpt 1.3\n")
+        with open("/dev/full", "wb") as full:
+            self.refuse(1, "standard output: No space left on device", "info", "--help", stdout=full)
         for command in ("", "info", "lint", "export", "split", "replace", "merge", "diff", "fix", "mesh", "call", "psd", "psd layers"):
             text = self.succeed(*command.split(), "--help")
             self.assertIn("Usage: " + f"smthgrp {command}".strip(), text)

@@ -37,7 +37,6 @@ constexpr FoundRow kFound[] = {
     {FindingKind::smoothingMalformed, FixKind::smoothingMalformed},
     {FindingKind::nulByte, FixKind::nulByte},
     {FindingKind::oldFace, FixKind::oldFace},
-    {FindingKind::lineOrPoint, FixKind::lineOrPoint},
 };
 
 constexpr FixKind kindOf(OBJStatement::Kind kind) {
@@ -127,6 +126,13 @@ void Fixer::reportStatements() {
     report(FixKind::parameterVertex, offset);
   }
   for (const std::uint64_t offset : document_.emptyGroups()) report(FixKind::emptyGroup, offset);
+  // Those that are there, in the order of the file.
+  const ElementTable& lines = document_.lines();
+  const ElementTable& points = document_.points();
+  for (std::uint32_t l = 0, p = 0; l < lines.size() || p < points.size();) {
+    const bool isLine = p == points.size() || (l < lines.size() && lines.offset(l) < points.offset(p));
+    report(FixKind::lineOrPoint, isLine ? lines.offset(l++) : points.offset(p++), isLine ? "l" : "p");
+  }
 }
 
 /// Sees whether faces have to be cut, and lists those that have no area.

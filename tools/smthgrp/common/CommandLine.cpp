@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "document/Output.h"
@@ -22,11 +23,6 @@ bool isNegativeNumber(const std::string& word) {
   char* end = nullptr;
   static_cast<void>(std::strtod(word.c_str(), &end));
   return *end == '\0';
-}
-
-int reportFailure(const std::string& message, int status) {
-  tellFailure(message);
-  return status;
 }
 
 constexpr std::size_t kHelpColumns = 80;
@@ -83,6 +79,12 @@ std::vector<std::string> optionNames(const CLI::App* command) {
     }
   }
   return names;
+}
+
+/// `status`, once all that was printed has gone where it should.
+int flushed(int status) {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) throw systemFailure("standard output");
+  return status;
 }
 
 }  // namespace
@@ -156,18 +158,34 @@ int CommandLine::parseAndRun(int argc, char** argv) {
       app_.parse(parserWords(argc, argv));
     }
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app_.exit(error);
+    if (error.get_exit_code() == 0) return flushed(app_.exit(error));
     return reportFailure(complaint(error), kUsageError);
   }
   if (!work_) throw Failure("a command is needed; smthgrp --help lists them", kUsageError);
-  int status = EXIT_SUCCESS;
   try {
     work_();
   } catch (const ExitStatus& end) {
-    status = end.status;
+    return flushed(end.status);
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) throw systemFailure("standard output");
+  return flushed(EXIT_SUCCESS);
+}
+
+int CommandLine::reportFailure(const std::string& message, int status) const {
+  tellFailure(message);
+  if (status == kUsageError || !wantsJson()) return status;
+  const nlohmann::ordered_json told = {{"error", message}};
+  std::printf("%s\n", told.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
   return status;
+}
+
+/// The command was to print JSON, and nothing else, to standard output.
+bool CommandLine::wantsJson() const {
+  const CLI::App* chosen = &app_;
+  while (!chosen->get_subcommands().empty()) chosen = chosen->get_subcommands()[0];
+  const CLI::Option* const json = chosen->get_option_no_throw("--json");
+  const CLI::Option* const output = chosen->get_option_no_throw("--output");
+  if (json == nullptr || json->count() == 0) return false;
+  return output == nullptr || output->count() == 0 || output->results()[0] != "-";
 }
 
 int CommandLine::run(int argc, char** argv) {

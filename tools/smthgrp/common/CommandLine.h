@@ -45,6 +45,8 @@ class CommandLine {
   std::vector<std::string> parserWords(int argc, char** argv) const;
   std::string complaint(const CLI::ParseError& error) const;
   int parseAndRun(int argc, char** argv);
+  int reportFailure(const std::string& message, int status) const;
+  bool wantsJson() const;
 
   CLI::App app_;
   std::set<std::string> takesNumbers_;

@@ -12,7 +12,14 @@ namespace smthgrp {
 ProgressBar::ProgressBar(const std::string& work)
     : work_(printable(work, 30)),
       terminal_(isatty(STDERR_FILENO) == 1),
-      nextUpdate_(Clock::now() + std::chrono::seconds(1)) {}
+      nextUpdate_(std::max(firstUpdate(), Clock::now() + std::chrono::milliseconds(100))) {}
+
+/// A second after the command's first work began, whatever that was. What is over at once shows no bar then,
+/// either.
+ProgressBar::Clock::time_point ProgressBar::firstUpdate() {
+  static const Clock::time_point update = Clock::now() + std::chrono::seconds(1);
+  return update;
+}
 
 ProgressBar::~ProgressBar() {
   if (shown_) std::fputs("\r\x1b[K", stderr);

@@ -8,7 +8,8 @@
 
 namespace smthgrp {
 
-/// A bar on standard error for work that lasts: shown only on a terminal, and only after a second.
+/// A bar on standard error for work that lasts: shown only on a terminal, and only once the command has
+/// lasted a second.
 class ProgressBar {
  public:
   /// `work` stands behind the bar: "reading robot.obj".
@@ -27,6 +28,8 @@ class ProgressBar {
 
  private:
   using Clock = std::chrono::steady_clock;
+
+  static Clock::time_point firstUpdate();
 
   std::string work_;
   bool terminal_;

@@ -38,13 +38,10 @@ void commitOutputs(std::span<const std::unique_ptr<WavefrontOBJ::Output>> output
                 " files are written, the last of them " + outputs[inPlace - 1]->path());
 }
 
-void makeFolder(const std::string& path) {
-  std::error_code error;
-  std::filesystem::create_directories(path, error);
-  if (!error && !std::filesystem::is_directory(path)) {
-    error = std::make_error_code(std::errc::not_a_directory);
-  }
-  if (error) throw systemFailure(path, error.value());
+std::unique_ptr<const WavefrontOBJ::NewFolder> makeFolder(const std::string& path) {
+  auto folder = std::make_unique<const WavefrontOBJ::NewFolder>(path);
+  if (folder->error()) throw systemFailure(path, folder->error().value());
+  return folder;
 }
 
 }  // namespace smthgrp

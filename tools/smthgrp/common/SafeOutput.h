@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "document/NewFolder.h"
 #include "document/Output.h"
 
 namespace smthgrp {
@@ -23,7 +24,8 @@ void commitOutput(WavefrontOBJ::Output& output, std::string_view content);
 void commitOutputs(std::span<const std::unique_ptr<WavefrontOBJ::Output>> outputs,
                    const std::function<void(std::size_t index)>& done = {});
 
-/// Makes the folder at `path`, and those that it lies in.
-void makeFolder(const std::string& path);
+/// Makes the folder at `path`, and those that it lies in. To be kept until the files in it are in their
+/// places.
+[[nodiscard]] std::unique_ptr<const WavefrontOBJ::NewFolder> makeFolder(const std::string& path);
 
 }  // namespace smthgrp

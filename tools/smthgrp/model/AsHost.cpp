@@ -124,7 +124,7 @@ void splitAsHost(PluginLibrary& library, const std::string& model, const std::st
   loadModelAndTell(library, model);
   const std::vector<std::string> names = groupNames(library);
   if (names.empty()) throw Failure(model + ": the model has no groups, there is nothing to write");
-  makeFolder(folder);
+  const auto newFolder = makeFolder(folder);
   std::vector<std::size_t> skipped;
   std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
   SafeFileNames fileNames;

@@ -6,8 +6,11 @@
 #include <unordered_map>
 #include <vector>
 
+#include "document/Lint.h"
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
+#include "smthgrp/common/ProgressBar.h"
+#include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/common/TextTable.h"
 #include "smthgrp/model/DocumentSummary.h"
@@ -21,6 +24,7 @@ namespace smthgrp {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using WavefrontOBJ::Findings;
 using WavefrontOBJ::OBJDocument;
 using WavefrontOBJ::OBJStatement;
 using WavefrontOBJ::Severity;
@@ -55,6 +59,18 @@ struct Account {
   std::vector<std::size_t> onlyHost;     ///< host's indices, from 1, of groups that the document has not
   bool hostDiffers = false;
 };
+
+/// What the read has found, and of the numbers, which are looked at for the bounding box anyway.
+Findings findingsOf(const OBJDocument& document) {
+  Findings findings(1);
+  ProgressBar bar("checking " + document.source().name());
+  WavefrontOBJ::LintOptions options;
+  options.geometry = options.materials = false;
+  options.progress = bar.progress();
+  require(lint(document, options, findings));
+  findings.add(document.findings());
+  return findings;
+}
 
 void compareWithHost(Account& account) {
   std::vector<bool> seen(account.host.names.size());
@@ -110,7 +126,7 @@ const char* textOf(OBJStatement::Kind kind) {
   }
 }
 
-void printJson(const Account& account, const OBJDocument& document, bool withFaces) {
+void printJson(const Account& account, const Findings& findings, bool withFaces) {
   const DocumentSummary& summary = account.summary;
   Json out = {{"file", account.file}, {"counts", countsJson(account.counts)}, {"boundingBox", nullptr}};
   if (summary.box) out["boundingBox"] = {{"min", summary.box->least}, {"max", summary.box->greatest}};
@@ -162,7 +178,6 @@ void printJson(const Account& account, const OBJDocument& document, bool withFac
   for (const StatementSummary& row : summary.statements) {
     statements.push_back({{"kind", textOf(row.kind)}, {"keyword", row.keyword}, {"count", row.count}});
   }
-  const WavefrontOBJ::Findings& findings = document.findings();
   out["findings"] = {{"errors", findings.count(Severity::error, false)},
                      {"warnings", findings.count(Severity::warning, false)},
                      {"notes", findings.count(Severity::note, false)},
@@ -171,13 +186,13 @@ void printJson(const Account& account, const OBJDocument& document, bool withFac
   std::printf("%s\n", out.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-void printLines(const Account& account, const OBJDocument& document) {
+void printLines(const Account& account, const Findings& findings) {
   if (const auto& box = account.summary.box) {
     std::printf("  %-19s  %g %g %g to %g %g %g\n", "bounding box", box->least[0], box->least[1],
                 box->least[2], box->greatest[0], box->greatest[1], box->greatest[2]);
   }
-  const std::string findings = findingsLine(document.findings());
-  std::printf("  %-19s  %s\n", "findings", findings.empty() ? "none" : findings.c_str());
+  const std::string line = findingsLine(findings);
+  std::printf("  %-19s  %s\n", "findings", line.empty() ? "none" : line.c_str());
   if (!account.host.error.empty()) {
     std::printf("  %-19s  cannot read this file: %s\n", "the host", printable(account.host.error).c_str());
   }
@@ -257,11 +272,15 @@ void describe(const PluginOptions& plugin, const Request& request, const std::st
     return printHostInfo(library, path == kStandardInput ? "/dev/stdin" : path, request.json, request.all);
   }
   OBJDocument document;
-  readDocument(path, document);
+  require(tryReadDocument(path, document, 1));
+  const Findings findings = findingsOf(document);
+  if (const std::string text = findingsLine(findings); !text.empty()) {
+    tellReading(inputName(path), text + "; see smthgrp lint");
+  }
   const Account account = accountOf(plugin, path, document);
-  if (request.json) return printJson(account, document, request.faces);
+  if (request.json) return printJson(account, findings, request.faces);
   printCounts(account.file, account.counts);
-  printLines(account, document);
+  printLines(account, findings);
   printGroups(account);
   printTables(account.summary);
 }

@@ -208,6 +208,9 @@ void addLint(CommandLine& line) {
   command.add_flag("--json", request->json, "Print JSON, one document for each file");
   command.add_option("--max", request->max, "List at most so many for each file; 0 for all")
       ->type_name("N")
+      ->check([](const std::string& text) {
+        return text.starts_with('-') ? "is a number from 0 up, not " + text : std::string();
+      })
       ->capture_default_str();
   command.add_option("--severity", request->severity, "The least that is listed")
       ->type_name(CLI::detail::join(kSeverities, "|"))

@@ -76,7 +76,7 @@ void run(const Request& request) {
     throw Failure(document.source().name() + (all ? ": there is nothing in the model to write"
                                                   : ": no element is in all that was asked for"));
   }
-  makeFolder(request.folder);
+  const auto folder = makeFolder(request.folder);
   std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
   WavefrontOBJ::WriteOptions options = writeOptions(request.options);
   const std::vector<std::string> libraries =
@@ -113,8 +113,11 @@ void addSplit(CommandLine& line, const PluginOptions& plugin) {
   CLI::App& command = line.add("split", "Write every group into a file of its own", kFooter);
   addInput(command, "MODEL", request->model, "OBJ file to read; - for standard input");
   addOutput(command, request->folder, "Folder to write to, made if missing", "DIR");
-  command.add_option("--by", request->by, "What becomes a file")
-      ->transform(CLI::CheckedTransformer(kDivisions).description(""))
+  command
+      .add_option_function<std::string>(
+          "--by", [request](const std::string& name) { request->by = kDivisions.at(name); },
+          "What becomes a file")
+      ->check(CLI::IsMember(kDivisions).description(""))
       ->type_name(CLI::detail::join(
           kDivisions, [](const auto& division) { return std::string(division.first); }, "|"));
   addSelection(command, request->options);

@@ -4,16 +4,12 @@
 #include <sys/sysinfo.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <type_traits>
 
-#include "document/Output.h"
 #include "obj/OBJAssert.h"
 #include "smthgrp/common/Failure.h"
-#include "smthgrp/common/TerminalText.h"
 
 namespace smthgrp {
 namespace {
@@ -66,19 +62,24 @@ constexpr Limit kLimits[] = {
      "only its groups one by one"},
     {"operator[]", "", "the library was asked for an element that the model does not have"}};
 
+/// What the last failed assertion was about; empty for none.
+std::string& limitReached() {
+  static std::string sentence;
+  return sentence;
+}
+
+/// What an assertion that has failed leaves the library's call by.
+struct AtLimit {};
+
 /// Instead of the library's own ending, which is a signal.
-void endAtLimit(const char* function, const char* file, int /*line*/, const char* expression) {
+[[noreturn]] void leaveAtLimit(const char* function, const char* file, int /*line*/, const char* expression) {
   const auto* const limit = std::find_if(std::begin(kLimits), std::end(kLimits), [&](const Limit& row) {
     return row.function == function && (row.file.empty() || row.file == file);
   });
-  std::string sentence = limit != std::end(kLimits)
-                             ? limit->sentence
-                             : "the library stopped in " + std::string(function) + ": " + expression;
-  std::fflush(stdout);
-  std::fprintf(stderr, "smthgrp: %s: %s\n", printable(workedOnFile()).c_str(), sentence.c_str());
-  std::fflush(stderr);
-  WavefrontOBJ::Output::removeTemporaries();
-  std::_Exit(kDataError);
+  limitReached() = limit != std::end(kLimits)
+                       ? limit->sentence
+                       : "the library stopped in " + std::string(function) + ": " + expression;
+  throw AtLimit();
 }
 
 }  // namespace
@@ -87,7 +88,7 @@ PluginLibrary::PluginLibrary(const std::string& file) : plugin_(file) {
   model_ = static_cast<WavefrontOBJ::OBJModel**>(plugin_.symbol("gOBJModel"));
   const auto setHandler =
       reinterpret_cast<decltype(&OBJSetAssertionHandler)>(plugin_.symbol("OBJSetAssertionHandler"));
-  setHandler(endAtLimit);
+  setHandler(leaveAtLimit);
   freeModel_ = reinterpret_cast<Call>(plugin_.symbol("FreeOBJModel"));
   text_ = makeTextBuffer();
 }
@@ -119,7 +120,9 @@ PluginLibrary::Answer PluginLibrary::call(std::string_view name, const char* tex
                                           void* hostData) {
   const auto function = reinterpret_cast<Call>(plugin_.symbol(std::string(name).c_str()));
   *text_ = '\0';
+  limitReached().clear();
   const float value = function(text, number, text_.get(), 0, 0, 0, hostData);
+  if (!limitReached().empty()) throw Failure(workedOnFile() + ": " + limitReached());
   return {value, text_.get()};
 }
 

@@ -33,8 +33,9 @@ class PluginLibrary {
   /// The names of all calls.
   static std::string callNames(const char* separator);
 
-  /// Makes one call. Where it fails an assertion of the library, the process ends with a sentence that names
-  /// the file being worked on. `hostData` is the host's table of object pointers, null for a host without.
+  /// Makes one call. Where it fails an assertion of the library, it throws a Failure with a sentence that
+  /// names the file being worked on. `hostData` is the host's table of object pointers, null for a host
+  /// without.
   Answer call(std::string_view name, const char* text = nullptr, double number = 0.0,
               void* hostData = nullptr);
   /// Names the file that the following calls work on.

@@ -30,6 +30,7 @@ void extractLayers(const Request& request) {
   // All that can be refused beforehand is, so that it leaves no folder and no files.
   SafeFileNames names;
   std::vector<const PsdDocument::Layer*> layers;
+  std::unique_ptr<const WavefrontOBJ::NewFolder> folder;
   std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
   for (const PsdDocument::Layer& layer : document.layers) {
     if (!hasPixels(request.file, document, layer)) continue;
@@ -38,7 +39,7 @@ void extractLayers(const Request& request) {
     outputs.push_back(
         std::make_unique<WavefrontOBJ::Output>((std::filesystem::path(request.folder) / name).string()));
   }
-  makeFolder(request.folder);
+  folder = makeFolder(request.folder);
   std::vector<std::string> lines;
   ProgressBar bar("writing " + request.folder);
   for (std::size_t i = 0; i < outputs.size(); ++i) {
