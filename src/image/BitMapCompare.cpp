@@ -120,15 +120,30 @@ bool agreeShifted(const ABitMap& first, const ABitMap& second, const PixelRect& 
   LogicalPixels belowB(second, 4);
   constexpr std::int64_t kRun = LogicalPixels::kMaxRun - kReach;
   const auto firstAlone = rowkernels::best().firstAlone;
+  const auto stored = [reached = PixelRect{part.x, part.y, part.w + kReach, part.h}](const PixelRect& rect) {
+    const PixelRect inside = intersection(reached, rect);
+    return inside.w == reached.w && inside.h == reached.h;
+  };
+  // Rows that lie alike in both images are one run; what is found between them is passed over.
+  const bool together = stored(a.stored()) && stored(b.stored()) && a.stored().w == b.stored().w;
+  const std::int64_t rows = together ? part.h : 1;
   const std::int64_t end = part.x + part.w;
-  for (std::int64_t y = part.y; y < part.y + part.h; ++y) {
-    for (std::int64_t x = part.x; x < end; x += kRun) {
-      const std::int64_t pixels = std::min(kRun, end - x);
-      const unsigned char* const rowA = a.run(x, y, pixels + kReach);
-      const unsigned char* const rowB = b.run(x, y, pixels + kReach);
-      const auto count = static_cast<std::size_t>(pixels);
-      for (std::size_t i = 0; (i += firstAlone(rowA + 4 * i, rowB + 4 * i, count - i)) < count; ++i) {
-        if (!agreeBelow(belowA, belowB, x + static_cast<std::int64_t>(i), y)) return false;
+  std::int64_t count = 0;
+  for (std::int64_t y = part.y; y < part.y + part.h; y += rows) {
+    for (std::int64_t x = part.x; x < end; x += count) {
+      count = together ? part.w : std::min(kRun, end - x);
+      const std::int64_t stride = together ? a.stored().w : count;
+      const unsigned char* const rowA = a.run(x, y, count + kReach);
+      const unsigned char* const rowB = b.run(x, y, count + kReach);
+      const auto all = static_cast<std::size_t>((rows - 1) * stride + count);
+      for (std::size_t i = 0; (i += firstAlone(rowA + 4 * i, rowB + 4 * i, all - i)) < all; ++i) {
+        const std::int64_t row = static_cast<std::int64_t>(i) / stride;
+        const std::int64_t column = static_cast<std::int64_t>(i) % stride;
+        if (column >= count) {
+          i += static_cast<std::size_t>(stride - column - 1);
+        } else if (!agreeBelow(belowA, belowB, x + column, y + row)) {
+          return false;
+        }
       }
     }
   }
