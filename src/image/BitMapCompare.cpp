@@ -124,8 +124,10 @@ bool agreeShifted(const ABitMap& first, const ABitMap& second, const PixelRect& 
     const PixelRect inside = intersection(reached, rect);
     return inside.w == reached.w && inside.h == reached.h;
   };
-  // Rows that lie alike in both images are one run; what is found between them is passed over.
-  const bool together = stored(a.stored()) && stored(b.stored()) && a.stored().w == b.stored().w;
+  // Rows that lie alike in both images are one run. What is between them is looked at as well, so it must not
+  // be most of it.
+  const bool together =
+      stored(a.stored()) && stored(b.stored()) && a.stored().w == b.stored().w && a.stored().w <= 2 * part.w;
   const std::int64_t rows = together ? part.h : 1;
   const std::int64_t end = part.x + part.w;
   std::int64_t count = 0;
@@ -136,14 +138,16 @@ bool agreeShifted(const ABitMap& first, const ABitMap& second, const PixelRect& 
       const unsigned char* const rowA = a.run(x, y, count + kReach);
       const unsigned char* const rowB = b.run(x, y, count + kReach);
       const auto all = static_cast<std::size_t>((rows - 1) * stride + count);
-      for (std::size_t i = 0; (i += firstAlone(rowA + 4 * i, rowB + 4 * i, all - i)) < all; ++i) {
-        const std::int64_t row = static_cast<std::int64_t>(i) / stride;
-        const std::int64_t column = static_cast<std::int64_t>(i) % stride;
-        if (column >= count) {
-          i += static_cast<std::size_t>(stride - column - 1);
-        } else if (!agreeBelow(belowA, belowB, x + column, y + row)) {
-          return false;
-        }
+      const auto same = [=](std::size_t i) { return std::memcmp(rowA + 4 * i, rowB + 4 * i, 4) == 0; };
+      for (std::size_t i = 0; (i += firstAlone(rowA + 4 * i, rowB + 4 * i, all - i)) < all;) {
+        do {
+          const std::int64_t row = static_cast<std::int64_t>(i) / stride;
+          const std::int64_t column = static_cast<std::int64_t>(i) % stride;
+          if (column < count && !agreeBelow(belowA, belowB, x + column, y + row)) return false;
+          // All that this one reaches differ: the next one is alone, too, unless what it reaches besides
+          // agrees.
+        } while (++i < all && !same(i + kReach));
+        i = std::min(all, i + kReach + 1);
       }
     }
   }
