@@ -111,27 +111,25 @@ GOALS = [
          "four bytes of memory for three of the file", least=0.6),
 ]
 
-# Of the yardstick's rate, on images of both sizes.
-MEMORY = "memory; in the cache, rows and branches"
-CHANNELS = "shuffles that take channels apart; ends of rows"
-IMAGE_SIZES = ["64 MP", "256 KB"]
+# Of the yardstick's rate, and what limits it in the cache; larger images wait for memory.
+CHANNELS = "shuffles that take channels apart"
 IMAGES = [
-    ("Paint, 32 bits", 0.9, MEMORY),
+    ("Paint, 32 bits", 0.9, "the cache"),
     ("Paint, rectangle", 0.9, "ends of rows"),
-    ("PaintZero", 0.9, MEMORY),
-    ("BltTo", 0.9, MEMORY),
-    ("BltTo, shifted", 0.9, "ends of rows, lines of the cache met in the middle"),
-    ("Darken", 0.7, MEMORY),
+    ("PaintZero", 0.9, "the cache"),
+    ("BltTo", 0.9, "the cache"),
+    ("BltTo, shifted", 0.9, "ends of rows; loads that lie in two lines of the cache"),
+    ("Darken", 0.7, "the cache"),
     ("DarkenQtr, rectangle", 0.7, "ends of rows"),
-    ("Mask_And", 0.7, MEMORY),
-    ("Mask_Add", 0.7, MEMORY),
-    ("DarkenAndAdd", 0.7, MEMORY),
-    ("Switch", 0.7, MEMORY),
-    ("InvertAlphaRGBA", 0.7, MEMORY),
-    ("BlendQtrIntensiy", 0.7, "arithmetic on two images"),
-    ("Blend3QtrIntensiy", 0.7, "arithmetic on two images"),
-    ("WriteAlphaToMaterial", 0.7, MEMORY),
-    ("Compare, shifted", 0.6, "bits of a row joined; ends of rows"),
+    ("Mask_And", 0.7, "the cache"),
+    ("Mask_Add", 0.7, "the cache"),
+    ("DarkenAndAdd", 0.7, "arithmetic"),
+    ("Switch", 0.7, "the cache"),
+    ("InvertAlphaRGBA", 0.7, "the cache"),
+    ("BlendQtrIntensiy", 0.7, "arithmetic; two images read"),
+    ("Blend3QtrIntensiy", 0.7, "arithmetic; two images read"),
+    ("WriteAlphaToMaterial", 0.7, "the cache"),
+    ("Compare, shifted", 0.6, "the cache"),
     ("half size", 1.0, "nine neighbours instead of four"),
     ("WriteRGBToBuffer", 0.6, CHANNELS),
     ("WriteRGBToBuffer, alpha", 0.5, CHANNELS),
@@ -140,8 +138,9 @@ IMAGES = [
 ]
 YARDSTICKS = {"Paint": "memset", "half": "OpenCV's INTER_AREA"}
 GOALS += [Goal(f"{size} {case}, of {YARDSTICKS.get(re.split('[ ,Z]', case)[0], 'memcpy')}",
-               ratio(f"{size} {case}", f"{size} {case}", "GB/s", "yardstick"), limit, least=least)
-          for size in IMAGE_SIZES for case, least, limit in IMAGES]
+               ratio(f"{size} {case}", f"{size} {case}", "GB/s", "yardstick"), limit if in_cache else "memory",
+               least=least)
+          for size, in_cache in (("64 MP", False), ("256 KB", True)) for case, least, limit in IMAGES]
 
 
 def read_results(folder):

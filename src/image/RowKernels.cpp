@@ -1,8 +1,9 @@
 #include "image/RowKernels.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
-#include <vector>
+#include <cstring>
 
 #include "image/PixelBytes.h"
 #include "image/RowAgreement.h"
@@ -16,35 +17,52 @@ using pixelbytes::storeTurned;
 
 namespace plain {
 
-// Two bytes of a pixel at a time, 16 bits apart in a word, whatever the byte order of the machine.
-struct Pairs {
-  std::uint32_t even;
-  std::uint32_t odd;
+// Pixels that `halve` makes at a time: the sums of their source pixels, one more at the end, fit into the
+// first-level cache.
+constexpr std::size_t kBlock = 480;
 
-  explicit Pairs(std::uint32_t pixel) : even(pixel & 0x00FF00FF), odd((pixel >> 8) & 0x00FF00FF) {}
-  Pairs(std::uint32_t even_, std::uint32_t odd_) : even(even_), odd(odd_) {}
+// Sums of the columns of three rows, weighted 1, 2, 1: of every pixel's bytes by turns one in `even` and one
+// in `odd`, in 16 bits each, two side by side in 32 bits. Kept so, the sums of a pixel take one addition for
+// two bytes, whatever the byte order of the machine.
+struct ColumnSums {
+  std::uint32_t even[2 * kBlock + 1];
+  std::uint32_t odd[2 * kBlock + 1];
 };
 
-// Weighted 1, 2, 1.
-Pairs sum(const Pairs& a, const Pairs& b, const Pairs& c) {
-  return {a.even + 2 * b.even + c.even, a.odd + 2 * b.odd + c.odd};
+KSMTH_VECTOR_CLONES
+void sumRows(ColumnSums& sums, const unsigned char* above, const unsigned char* centre,
+             const unsigned char* below, std::size_t pixels) {
+  auto* const even = reinterpret_cast<unsigned char*>(sums.even);
+  auto* const odd = reinterpret_cast<unsigned char*>(sums.odd);
+  for (std::size_t i = 0; i < 4 * pixels; i += 2) {
+    const auto a = loadTurned<std::uint16_t>(above + i);
+    const auto b = loadTurned<std::uint16_t>(centre + i);
+    const auto c = loadTurned<std::uint16_t>(below + i);
+    storeTurned(even + i, static_cast<std::uint16_t>((a & 0xFF) + 2 * (b & 0xFF) + (c & 0xFF)));
+    storeTurned(odd + i, static_cast<std::uint16_t>((a >> 8) + 2 * (b >> 8) + (c >> 8)));
+  }
+}
+
+// Every second pixel of the sums and its neighbours weighted 1, 2, 1, divided by 16, without alpha.
+KSMTH_VECTOR_CLONES
+void sumColumns(unsigned char* to, const ColumnSums& sums, std::size_t pixels) {
+  constexpr std::uint32_t kColors = pixelbytes::turned(std::uint32_t{0x00FFFFFF});
+  constexpr std::uint32_t kEven = 0x00FF00FF & kColors;
+  constexpr std::uint32_t kOdd = 0xFF00FF00 & kColors;
+  for (std::size_t i = 0; i < pixels; ++i) {
+    const std::uint32_t even = sums.even[2 * i] + 2 * sums.even[2 * i + 1] + sums.even[2 * i + 2];
+    const std::uint32_t odd = sums.odd[2 * i] + 2 * sums.odd[2 * i + 1] + sums.odd[2 * i + 2];
+    storeTurned(to + 4 * i, ((even >> 4) & kEven) | ((odd << 4) & kOdd));
+  }
 }
 
 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
            const unsigned char* below, std::size_t count) {
-  constexpr std::uint32_t kColors = pixelbytes::turned(std::uint32_t{0x00FFFFFF});
-  const auto column = [=](std::size_t i) {
-    const auto pairs = [i](const unsigned char* row) {
-      return Pairs(loadTurned<std::uint32_t>(row + 4 * i));
-    };
-    return sum(pairs(above), pairs(centre), pairs(below));
-  };
-  Pairs left = column(0);
-  for (std::size_t i = 0; i < count; ++i) {
-    const Pairs right = column(2 * i + 2);
-    const Pairs all = sum(left, column(2 * i + 1), right);
-    left = right;
-    storeTurned(to + 4 * i, (((all.even >> 4) & 0x00FF00FF) | ((all.odd << 4) & 0xFF00FF00)) & kColors);
+  ColumnSums sums;
+  for (std::size_t i = 0; i < count; i += kBlock) {
+    const std::size_t now = std::min(kBlock, count - i);
+    sumRows(sums, above + 8 * i, centre + 8 * i, below + 8 * i, 2 * now + 1);
+    sumColumns(to + 4 * i, sums, now);
   }
 }
 
@@ -58,7 +76,7 @@ std::uint64_t samePart(const unsigned char* a, const unsigned char* b, std::size
 }
 
 std::uint64_t sameWhole(const unsigned char* a, const unsigned char* b) {
-  return samePart(a, b, 0, kWordPixels);
+  return std::memcmp(a, b, 4 * kWordPixels) == 0 ? UINT64_MAX : samePart(a, b, 0, kWordPixels);
 }
 
 std::size_t firstAlone(const unsigned char* a, const unsigned char* b, std::size_t count) {
@@ -77,9 +95,9 @@ inline void shiftDown(unsigned char* to, const unsigned char* pixels, std::size_
 KSMTH_VECTOR_CLONES
 void split(unsigned char* const (&to)[4], const unsigned char* pixels, std::size_t count) {
   // Pixels whose planes are made together: they are read from memory once and then from the cache.
-  constexpr std::size_t kBlock = 4096;
-  for (std::size_t i = 0; i < count; i += kBlock) {
-    const std::size_t now = std::min(kBlock, count - i);
+  constexpr std::size_t kTogether = 4096;
+  for (std::size_t i = 0; i < count; i += kTogether) {
+    const std::size_t now = std::min(kTogether, count - i);
     const unsigned char* const from = pixels + 4 * i;
     if (to[0] != nullptr) shiftDown<0>(to[0] + i, from, now);
     if (to[1] != nullptr) shiftDown<1>(to[1] + i, from, now);
@@ -95,15 +113,19 @@ void split(unsigned char* const (&to)[4], const unsigned char* pixels, std::size
 const Kernels kPlain = {plain::halve, plain::firstAlone, plain::split};
 
 std::span<const Kernels* const> available() {
-  static const std::vector<const Kernels*> all = [] {
-    std::vector<const Kernels*> list = {&kPlain};
+  struct List {
+    std::array<const Kernels*, 3> kernels = {&kPlain};
+    std::size_t count = 1;
+    List() {
 #if defined(KSMTH_X86_KERNELS)
-    if (__builtin_cpu_supports("avx2")) list.push_back(&kAvx2);
-    if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi")) list.push_back(&kAvx512);
+      if (__builtin_cpu_supports("avx2")) kernels[count++] = &kAvx2;
+      if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi"))
+        kernels[count++] = &kAvx512;
 #endif
-    return list;
-  }();
-  return all;
+    }
+  };
+  static const List list;
+  return {list.kernels.data(), list.count};
 }
 
 }  // namespace rowkernels

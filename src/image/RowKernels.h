@@ -4,8 +4,9 @@
 #include <cstdint>
 #include <span>
 
-/// Row loops for 32-bit pixels for which compilers do not find the processor's instructions by themselves.
-/// One plain version serves every machine, another those that have AVX2; both come to the same bytes.
+/// Row loops for 32-bit pixels for which compilers do not find the processor's instructions by themselves: a
+/// plain version for every machine, and others for processors with AVX2 or AVX-512. All come to the same
+/// bytes.
 namespace rowkernels {
 
 /// How far to the right `firstAlone` looks.
