@@ -146,7 +146,7 @@ TEST(BitMapSample, HalfSize) {
   Random random(22);
   for (const Geometry& g : {Geometry{2, 2},
                             {3, 3},
-                            {16, 5},
+                            {14, 5},
                             {17, 5},
                             {1031, 4},
                             {1100, 3, 7, 1, 20, 0},
