@@ -32,6 +32,9 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
   const std::int64_t lastX = std::int64_t{source.fullWidth} - 1;
   const std::int64_t lastY = std::int64_t{source.fullHeight} - 1;
   LogicalPixels pixels[3] = {{source, 4}, {source, 4}, {source, 4}};
+  const PixelRect kept = intersection(pixels[0].image(), pixels[0].stored());
+  // Rows that are stored from end to end need not be cut.
+  const std::int64_t most = kept.w == pixels[0].image().w && kept.h == pixels[0].image().h ? part.w : kBlock;
   const auto halve = rowkernels::best().halve;
   const std::int64_t end = part.x + part.w;
   for (std::int64_t y = part.y; y < part.y + part.h; ++y) {
@@ -45,7 +48,7 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
       const unsigned char* lines[3];
       unsigned char around[3][3 * 4];
       const bool inside = sx >= 0 && sx + 2 <= lastX;
-      count = inside ? std::min({kBlock, end - x, (lastX - sx) / 2}) : 1;
+      count = inside ? std::min({most, end - x, (lastX - sx) / 2}) : 1;
       for (int i = 0; i < 3; ++i) {
         if (inside) {
           lines[i] = pixels[i].run(sx, lineY[i], 2 * count + 1);

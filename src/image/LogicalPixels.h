@@ -10,7 +10,7 @@
 /// Pixels of the whole logical image of a bitmap, stored or not, a run at a time.
 class LogicalPixels {
  public:
-  /// Pixels asked for at a time at most.
+  /// Pixels asked for at a time at most, unless all of them are stored.
   static constexpr std::int64_t kMaxRun = 1024;
 
   /// `elementBytes`: 1 or 4.
