@@ -149,7 +149,7 @@ TEST(BitMapSample, HalfSize) {
                             {14, 5},
                             {17, 5},
                             {1031, 4},
-                            {1100, 3, 7, 1, 20, 0},
+                            {1100, 3, 7, 0, 20, 0},
                             {30, 20, -3, -1, -2, -4}}) {
     const OwnedBitMap source = randomBitMap(random, g, 32);
     SCOPED_TRACE(describe(source));
