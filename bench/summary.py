@@ -176,13 +176,16 @@ def machine(build):
     compiler = found_in(os.path.join(build, "CMakeCache.txt"), r"^CMAKE_CXX_COMPILER:\w+=(.*)")
     version = subprocess.run([compiler, "--version"], check=True, stdout=subprocess.PIPE, text=True).stdout
     memory = int(found_in("/proc/meminfo", r"^MemTotal: *(\d+)")) / 2**20
+    # A quiet machine has about one, the benchmarks themselves.
+    load = os.getloadavg()[2]
     return (f"{found_in('/proc/cpuinfo', '^model name.*: (.*)')}, {os.cpu_count()} cores, {memory:.0f} GiB of memory; "
-            f"{found_in('/etc/os-release', 'PRETTY_NAME=.(.*).$')}; {version.splitlines()[0]}")
+            f"{found_in('/etc/os-release', 'PRETTY_NAME=.(.*).$')}; {version.splitlines()[0]}; "
+            f"load average of the last 15 minutes {load:.1f}")
 
 
 def markdown(rows, build):
     lines = ["# Performance", "",
-             "What the last full run of `./dev bench --record` came to, on the machine below. Times are the best of several",
+             "What the last run of `./dev bench --record` came to, on the machine below. Times are the best of several",
              "runs; what is held against another program was measured in turns with it, in the same run. \"In the cache\"",
              "are the images of 256 KB. Sheets are 1,000 × 1,000 quads unless they say otherwise.", "",
              machine(build), ""]

@@ -5,7 +5,7 @@
 /// measured to need it: they turn bytes round, for which the older instruction set has nothing, or compute
 /// more than the memory keeps waiting. The work is in integers, so all come to the same results. Sanitizers
 /// must be set up before code of theirs runs, which the choice would.
-#if defined(__x86_64__) && defined(__gnu_linux__) && defined(__GNUC__) && !defined(__clang__) && \
+#if defined(__x86_64__) && defined(__gnu_linux__) && __GNUC__ >= 12 && !defined(__clang__) && \
     !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define KSMTH_VECTOR_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
 #else
