@@ -65,9 +65,8 @@ void printScaling(const Results& results) {
       "sheet.\n");
 }
 
-/// One row of the mesh table: ns per face or corner, the target, and the slower fan over the sheet.
-void printMeshRow(const Results& results, const char* label, const std::string& call, bool perCorner,
-                  double target) {
+/// One row of the mesh table: ns per face or corner, and the slower fan over the sheet.
+void printMeshRow(const Results& results, const char* label, const std::string& call, bool perCorner) {
   std::printf("  %-34s", label);
   std::optional<double> sheet;
   std::optional<double> slowest;
@@ -84,17 +83,16 @@ void printMeshRow(const Results& results, const char* label, const std::string& 
   }
   std::optional<double> ratio;
   if (sheet && slowest) ratio = *slowest / *sheet;
-  std::printf(" %8.0f ns %12s\n", target, text("%.2f x", ratio).c_str());
+  std::printf(" %12s\n", text("%.2f x", ratio).c_str());
 }
 
 void printMesh(const Results& results) {
   std::printf("\nMarking a host's mesh\n  %-34s", "");
   for (const NamedMeshModel& model : kMeshModels) std::printf(" %15s", model.name);
-  std::printf(" %11s %12s\n", "target", "fan/sheet");
-  printMeshRow(results, "mask, per corner of the group", "mesh_mask", true, 5);
-  printMeshRow(results, "first crease, per face of the model", "mesh_first_crease", false, 150);
-  printMeshRow(results, "later crease, per face of the group", "mesh_later_crease", false, 60);
-  std::printf("  Targets are for the sheet; a fan may take 3 times as long per face.\n");
+  std::printf(" %12s\n", "fan/sheet");
+  printMeshRow(results, "mask, per corner of the group", "mesh_mask", true);
+  printMeshRow(results, "first crease, per face of the model", "mesh_first_crease", false);
+  printMeshRow(results, "later crease, per face of the group", "mesh_later_crease", false);
 }
 
 /// `how` is the program's second argument, or null.

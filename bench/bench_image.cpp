@@ -68,12 +68,11 @@ struct Case {
   double moved;  ///< bytes read and written, in sizes of the image
   std::function<void(Images&)> work;
   enum Yardstick { kCopy, kSet, kZero, kArea } yardstick;
-  double wanted;  ///< share of the yardstick's rate that is aimed at; 0: none
 };
 
 struct Row {
   std::string name;
-  double rate, yardstickRate, wanted;
+  double rate, yardstickRate;
   Case::Yardstick yardstick;
 };
 
@@ -137,58 +136,56 @@ void pixmanFill(Images& images) {
 std::vector<Case> cases() {
   const auto full = [](const Images& i) { return i.a.fullWidth; };
   return {
-      {"Paint, 32 bits", 1, [](Images& i) { i.c.Paint(std::uint64_t{0x11223344}); }, Case::kSet, 0.9},
+      {"Paint, 32 bits", 1, [](Images& i) { i.c.Paint(std::uint64_t{0x11223344}); }, Case::kSet},
       {"Paint, rectangle", 1, [=](Images& i) { i.c.Paint(0x11223344U, 1, 1, full(i) - 1, full(i) - 1); },
-       Case::kSet, 0.9},
-      {"PaintZero", 1, [](Images& i) { i.c.PaintZero(); }, Case::kZero, 0.9},
-      {"pixman fill", 1, pixmanFill, Case::kSet, 0},
-      {"BltTo", 2, [](Images& i) { i.a.BltTo(i.c, 0, 0); }, Case::kCopy, 0.9},
-      {"BltTo, shifted", 2, [](Images& i) { i.a.BltTo(i.c, 3, 1); }, Case::kCopy, 0.9},
-      {"pixman copy", 2, pixmanCopy, Case::kCopy, 0},
-      {"BltTransparentTo", 3, [](Images& i) { i.a.BltTransparentTo(i.c, 0, 0); }, Case::kCopy, 0},
-      {"BltToAutoOpacity", 3, [](Images& i) { i.a.BltToAutoOpacity(i.c); }, Case::kCopy, 0},
-      {"Darken", 2, [](Images& i) { i.c.Darken(); }, Case::kCopy, 0.7},
+       Case::kSet},
+      {"PaintZero", 1, [](Images& i) { i.c.PaintZero(); }, Case::kZero},
+      {"pixman fill", 1, pixmanFill, Case::kSet},
+      {"BltTo", 2, [](Images& i) { i.a.BltTo(i.c, 0, 0); }, Case::kCopy},
+      {"BltTo, shifted", 2, [](Images& i) { i.a.BltTo(i.c, 3, 1); }, Case::kCopy},
+      {"pixman copy", 2, pixmanCopy, Case::kCopy},
+      {"BltTransparentTo", 3, [](Images& i) { i.a.BltTransparentTo(i.c, 0, 0); }, Case::kCopy},
+      {"BltToAutoOpacity", 3, [](Images& i) { i.a.BltToAutoOpacity(i.c); }, Case::kCopy},
+      {"Darken", 2, [](Images& i) { i.c.Darken(); }, Case::kCopy},
       {"DarkenQtr, rectangle", 2, [=](Images& i) { i.c.DarkenQtr(1, 1, full(i) - 1, full(i) - 1); },
-       Case::kCopy, 0.7},
-      {"Mask_And", 2, [](Images& i) { i.c.Mask_And(0x00FFFFFF); }, Case::kCopy, 0.7},
-      {"Mask_Add", 2, [](Images& i) { i.c.Mask_Add(0x01020304); }, Case::kCopy, 0.7},
-      {"DarkenAndAdd", 2, [=](Images& i) { i.c.DarkenAndAdd(1, 0, 0, full(i), full(i), 5); }, Case::kCopy,
-       0.7},
-      {"Switch", 2, [](Images& i) { i.c.Switch(1, 2, 0, 0, 0, 0); }, Case::kCopy, 0.7},
-      {"InvertAlphaRGBA", 2, [](Images& i) { i.c.InvertAlphaRGBA(); }, Case::kCopy, 0.7},
-      {"BlendQtrIntensiy", 3, [](Images& i) { i.c.BlendQtrIntensiy(i.a); }, Case::kCopy, 0.7},
-      {"Blend3QtrIntensiy", 3, [](Images& i) { i.c.Blend3QtrIntensiy(i.a); }, Case::kCopy, 0.7},
-      {"WriteAlphaToMaterial", 3, [](Images& i) { i.c.WriteAlphaToMaterial(i.a, 0); }, Case::kCopy, 0.7},
-      {"FlipVert", 2, [](Images& i) { i.c.FlipVert(); }, Case::kCopy, 0},
-      {"IsEqual", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.IsEqual(i.b, false)); }, Case::kCopy, 0},
-      {"IsEqual, colors", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.IsEqual(i.b, true)); }, Case::kCopy,
-       0},
+       Case::kCopy},
+      {"Mask_And", 2, [](Images& i) { i.c.Mask_And(0x00FFFFFF); }, Case::kCopy},
+      {"Mask_Add", 2, [](Images& i) { i.c.Mask_Add(0x01020304); }, Case::kCopy},
+      {"DarkenAndAdd", 2, [=](Images& i) { i.c.DarkenAndAdd(1, 0, 0, full(i), full(i), 5); }, Case::kCopy},
+      {"Switch", 2, [](Images& i) { i.c.Switch(1, 2, 0, 0, 0, 0); }, Case::kCopy},
+      {"InvertAlphaRGBA", 2, [](Images& i) { i.c.InvertAlphaRGBA(); }, Case::kCopy},
+      {"BlendQtrIntensiy", 3, [](Images& i) { i.c.BlendQtrIntensiy(i.a); }, Case::kCopy},
+      {"Blend3QtrIntensiy", 3, [](Images& i) { i.c.Blend3QtrIntensiy(i.a); }, Case::kCopy},
+      {"WriteAlphaToMaterial", 3, [](Images& i) { i.c.WriteAlphaToMaterial(i.a, 0); }, Case::kCopy},
+      {"FlipVert", 2, [](Images& i) { i.c.FlipVert(); }, Case::kCopy},
+      {"IsEqual", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.IsEqual(i.b, false)); }, Case::kCopy},
+      {"IsEqual, colors", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.IsEqual(i.b, true)); },
+       Case::kCopy},
       {"IsEqualToFullSize", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.IsEqualToFullSize(i.b)); },
-       Case::kCopy, 0},
-      {"FullChanged, all", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.FullChanged(i.d)); }, Case::kCopy,
-       0},
-      {"Compare", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.Compare(i.b)); }, Case::kCopy, 0},
+       Case::kCopy},
+      {"FullChanged, all", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.FullChanged(i.d)); }, Case::kCopy},
+      {"Compare", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.Compare(i.b)); }, Case::kCopy},
       {"Compare, shifted", 2, [](Images& i) { benchmark::DoNotOptimize(i.blocks.Compare(i.shifted)); },
-       Case::kCopy, 0},
+       Case::kCopy},
       {"HasAlphaWithColors", 2, [](Images& i) { benchmark::DoNotOptimize(i.a.HasAlphaWithColors(i.b)); },
-       Case::kCopy, 0},
-      {"MinValue32", 1, [](Images& i) { benchmark::DoNotOptimize(i.a.MinValue32(0)); }, Case::kCopy, 0},
+       Case::kCopy},
+      {"MinValue32", 1, [](Images& i) { benchmark::DoNotOptimize(i.a.MinValue32(0)); }, Case::kCopy},
       {"FullMinValue32ColorMap", 2,
        [](Images& i) { benchmark::DoNotOptimize(i.a.FullMinValue32ColorMap(0, i.b, nullptr, 0)); },
-       Case::kCopy, 0},
+       Case::kCopy},
       {"FullMinValue32ColorMap, all masked", 3,
        [](Images& i) { benchmark::DoNotOptimize(i.a.FullMinValue32ColorMap(0, i.b, &i.b, UINT32_MAX)); },
-       Case::kCopy, 0},
-      {"half size", 1.25, halving, Case::kArea, 1.0},
-      {"half size, new bitmap", 1.25, [](Images& i) { i.a.CreateHalfSizeBitMap(i.quarter); }, Case::kArea, 0},
+       Case::kCopy},
+      {"half size", 1.25, halving, Case::kArea},
+      {"half size, new bitmap", 1.25, [](Images& i) { i.a.CreateHalfSizeBitMap(i.quarter); }, Case::kArea},
       {"WriteRGBToBuffer", 1.75, [](Images& i) { i.a.WriteRGBToBuffer(i.planes.data(), 0, false, false); },
-       Case::kCopy, 0.5},
+       Case::kCopy},
       {"WriteRGBToBuffer, alpha", 2, [](Images& i) { i.a.WriteRGBToBuffer(i.planes.data(), 0, true, true); },
-       Case::kCopy, 0.5},
+       Case::kCopy},
       {"WriteAlphaToBuffer", 1.25, [](Images& i) { i.a.WriteAlphaToBuffer(i.planes.data(), 0, 0, 8, true); },
-       Case::kCopy, 0.5},
+       Case::kCopy},
       {"WriteOneRGBAOffsetToBuffer", 1.25,
-       [](Images& i) { i.a.WriteOneRGBAOffsetToBuffer(i.planes.data(), 0, 2, 0); }, Case::kCopy, 0.5},
+       [](Images& i) { i.a.WriteOneRGBAOffsetToBuffer(i.planes.data(), 0, 2, 0); }, Case::kCopy},
   };
 }
 
@@ -221,7 +218,7 @@ void measure(benchmark::State& state, const Case& one, Images& images, const std
   }
   const double size = images.bytes() * 1e-9;
   const Row row{name, one.moved * size / best, yardstickMoved(one.yardstick) * size / bestYardstick,
-                one.wanted, one.yardstick};
+                one.yardstick};
   state.counters["GB/s"] = row.rate;
   state.counters["yardstick"] = row.yardstickRate;
   rows.push_back(row);
@@ -229,13 +226,10 @@ void measure(benchmark::State& state, const Case& one, Images& images, const std
 
 void print(const std::vector<Row>& rows) {
   const char* const yardsticks[] = {"memcpy", "memset", "memset 0", "OpenCV INTER_AREA"};
-  std::printf("\n%-44s %8s  %-26s %6s %6s\n", "GB/s read and written", "", "beside", "ratio", "aim");
+  std::printf("\n%-44s %8s  %-26s %6s\n", "GB/s read and written", "", "beside", "ratio");
   for (const Row& row : rows) {
-    std::printf("%-44s %8.1f  %-18s %7.1f %6.2f", row.name.c_str(), row.rate, yardsticks[row.yardstick],
+    std::printf("%-44s %8.1f  %-18s %7.1f %6.2f\n", row.name.c_str(), row.rate, yardsticks[row.yardstick],
                 row.yardstickRate, row.rate / row.yardstickRate);
-    row.wanted > 0
-        ? std::printf(" %6.2f%s\n", row.wanted, row.rate < row.wanted * row.yardstickRate ? "  missed" : "")
-        : std::printf("\n");
   }
 }
 
@@ -269,7 +263,7 @@ int main(int argc, char** argv) {
           ->Iterations(side > 1000 ? 6 : 30);
     }
   }
-  if (benchmark::RunSpecifiedBenchmarks() == 0) return 1;
-  print(rows);
+  benchmark::RunSpecifiedBenchmarks();
+  if (!rows.empty()) print(rows);
   return 0;
 }

@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
+#include "LargePages.h"
 #include "TempFolder.h"
 #include "image/PSDFile.h"
-#include "image/psd/LargePages.h"
 
 namespace {
 
@@ -79,7 +79,7 @@ using Block = std::unique_ptr<void, void (*)(void*)>;
 /// Memory as the library takes it, large pages included: the yardsticks must not pay for more page faults.
 Block newBlock(std::size_t size) {
   Block block(std::malloc(size), &std::free);
-  psd::preferLargePages(block.get(), size);
+  preferLargePages(block.get(), size);
   return block;
 }
 

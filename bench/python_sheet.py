@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
 """The bench sheet as numpy arrays: the document in C++, the Python module, meshio.
 
-    python_sheet.py BUILD [ROUNDS] [SIDE]
+    python_sheet.py BUILD [ROUNDS] [SIDE] [--json FILE]
 
 BUILD has bench_sheet; the module and meshio are imported from where Python finds them. Each round measures one
 after the other, in processes of their own: a fresh one has no memory to use again. Prints the best and the median of
-the rounds.
+the rounds, and writes the former to FILE as Google Benchmark would.
 """
 
+import argparse
+import json
 import os
 import statistics
 import subprocess
@@ -39,19 +41,22 @@ def measured(command):
 
 
 def main():
-    build = sys.argv[1]
-    rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 9
-    side = int(sys.argv[3]) if len(sys.argv) > 3 else 1000
-    sheet = os.path.join(build, "bench_sheet")
+    parser = argparse.ArgumentParser()
+    parser.add_argument("build")
+    parser.add_argument("rounds", type=int, nargs="?", default=9)
+    parser.add_argument("side", type=int, nargs="?", default=1000)
+    parser.add_argument("--json")
+    arguments = parser.parse_args()
+    sheet = os.path.join(arguments.build, "bench_sheet")
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "sheet.obj")
-        subprocess.run([sheet, "write", path, str(side)], check=True)
+        subprocess.run([sheet, "write", path, str(arguments.side)], check=True)
         commands = {"document in C++": [sheet, "read", path],
                     "ksmthgrp": [sys.executable, "-c", MODULE.format(path=path)],
                     "meshio": [sys.executable, "-c", MESHIO.format(path=path)]}
         times = {name: [] for name in commands}
         counts = {}
-        for number in range(rounds):
+        for number in range(arguments.rounds):
             for name, command in commands.items():
                 # It takes many times as long.
                 if name == "meshio" and number % 4 != 0:
@@ -66,6 +71,10 @@ def main():
         for name, list_ in times.items():
             print(f"{name:16} best {min(list_):8.1f} ms  median {statistics.median(list_):8.1f} ms  "
                   f"best to best {min(list_) / base:6.2f}")
+        if arguments.json:
+            best = [{"name": f"python/{name}", "ms": min(list_)} for name, list_ in times.items()]
+            with open(arguments.json, "w", encoding="utf-8") as file:
+                json.dump({"benchmarks": best}, file)
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@
 
 #include "image/BitMap.h"
 #include "image/LogicalPixels.h"
+#include "image/RowKernels.h"
 #include "image/VectorClones.h"
 #include "image/WordKernels.h"
 #include "system/Host.h"
@@ -97,31 +98,7 @@ bool forParts(const PixelRect& whole, const PixelRect& a, const PixelRect& b, Wo
   return true;
 }
 
-constexpr std::int32_t kReach = 11;  // how far to the right a shift is forgiven
-
-// near[i] |= near[i + kStep] for all of `count` bytes that have such a neighbour.
-template <std::int64_t kStep>
-inline void spread(unsigned char* near, std::int64_t count) {
-  for (std::int64_t i = 0; i < count - kStep; ++i) near[i] = near[i] | near[i + kStep];
-}
-
-// near[i]: whether pixel i, or one of the kReach to the right of it, agrees. `a` and `b` have the pixels on
-// the right as well.
-KSMTH_VECTOR_CLONES
-void findAgreement(unsigned char* near, const unsigned char* a, const unsigned char* b, std::int64_t count) {
-  const std::int64_t all = count + kReach;
-  for (std::int64_t i = 0; i < all; ++i) {
-    const bool same =
-        pixelbytes::loadTurned<std::uint32_t>(a + 4 * i) == pixelbytes::loadTurned<std::uint32_t>(b + 4 * i);
-    near[i] = same ? 1 : 0;
-  }
-  // Of 2, 4, 8 and then 12 pixels.
-  spread<1>(near, all);
-  spread<2>(near, all - 1);
-  spread<4>(near, all - 3);
-  spread<4>(near, all - 7);
-  static_assert(1 + 2 + 4 + 4 == kReach);
-}
+constexpr std::int32_t kReach = rowkernels::kReach;  // how far to the right a shift is forgiven
 
 // Whether the images agree on one of the lines down from (x, y).
 bool agreeBelow(LogicalPixels& a, LogicalPixels& b, std::int64_t x, std::int64_t y) {
@@ -138,21 +115,39 @@ bool agreeBelow(LogicalPixels& a, LogicalPixels& b, std::int64_t x, std::int64_t
 bool agreeShifted(const ABitMap& first, const ABitMap& second, const PixelRect& part) {
   LogicalPixels a(first, 4);
   LogicalPixels b(second, 4);
+  // Of their own, so that the rows stay in the blocks of the others.
+  LogicalPixels belowA(first, 4);
+  LogicalPixels belowB(second, 4);
   constexpr std::int64_t kRun = LogicalPixels::kMaxRun - kReach;
-  unsigned char near[LogicalPixels::kMaxRun];
+  const auto firstAlone = rowkernels::best().firstAlone;
+  const auto stored = [reached = PixelRect{part.x, part.y, part.w + kReach, part.h}](const PixelRect& rect) {
+    const PixelRect inside = intersection(reached, rect);
+    return inside.w == reached.w && inside.h == reached.h;
+  };
+  // Rows that lie alike in both images are one run. What is between them is looked at as well, so it must not
+  // be most of it.
+  const bool together =
+      stored(a.stored()) && stored(b.stored()) && a.stored().w == b.stored().w && a.stored().w <= 2 * part.w;
+  const std::int64_t rows = together ? part.h : 1;
   const std::int64_t end = part.x + part.w;
-  for (std::int64_t y = part.y + part.h - 1; y >= part.y; --y) {
-    for (std::int64_t x = part.x; x < end; x += kRun) {
-      const std::int64_t count = std::min(kRun, end - x);
+  std::int64_t count = 0;
+  for (std::int64_t y = part.y; y < part.y + part.h; y += rows) {
+    for (std::int64_t x = part.x; x < end; x += count) {
+      count = together ? part.w : std::min(kRun, end - x);
+      const std::int64_t stride = together ? a.stored().w : count;
       const unsigned char* const rowA = a.run(x, y, count + kReach);
       const unsigned char* const rowB = b.run(x, y, count + kReach);
-      if (std::memcmp(rowA, rowB, static_cast<std::size_t>(count * 4)) == 0) continue;
-      findAgreement(near, rowA, rowB, count);
-      for (std::int64_t i = 0; i < count; ++i) {
-        const void* const found = std::memchr(near + i, 0, static_cast<std::size_t>(count - i));
-        if (found == nullptr) break;
-        i = static_cast<const unsigned char*>(found) - near;
-        if (!agreeBelow(a, b, x + i, y)) return false;
+      const auto all = static_cast<std::size_t>((rows - 1) * stride + count);
+      const auto same = [=](std::size_t i) { return std::memcmp(rowA + 4 * i, rowB + 4 * i, 4) == 0; };
+      for (std::size_t i = 0; (i += firstAlone(rowA + 4 * i, rowB + 4 * i, all - i)) < all;) {
+        do {
+          const std::int64_t row = static_cast<std::int64_t>(i) / stride;
+          const std::int64_t column = static_cast<std::int64_t>(i) % stride;
+          if (column < count && !agreeBelow(belowA, belowB, x + column, y + row)) return false;
+          // All that this one reaches differ: the next one is alone, too, unless what it reaches besides
+          // agrees.
+        } while (++i < all && !same(i + kReach));
+        i = std::min(all, i + kReach + 1);
       }
     }
   }

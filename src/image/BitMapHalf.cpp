@@ -5,60 +5,22 @@
 #include "geometry/Rect.h"
 #include "image/BitMap.h"
 #include "image/LogicalPixels.h"
-#include "image/PixelBytes.h"
-#include "image/VectorClones.h"
+#include "image/RowKernels.h"
 #include "system/Memory.h"
 
 namespace {
 
-// Destination pixels at a time; their source pixels, one more at the end, fit into a run, and their sums into
-// the first-level cache.
+// Destination pixels at a time; their source pixels, one more at the end, fit into a run.
 constexpr std::int64_t kBlock = 480;
-constexpr std::int64_t kSourceBlock = 2 * kBlock + 1;
-static_assert(kSourceBlock <= LogicalPixels::kMaxRun);
+static_assert(2 * kBlock + 1 <= LogicalPixels::kMaxRun);
 
-// Sums of the rows of a block, weighted 1, 2, 1: of every pixel's bytes by turns one in `even` and one in
-// `odd`, in 16 bits each, two side by side in 32 bits. Kept so, the sums of a pixel take one addition for two
-// bytes, whatever the byte order of the machine.
-struct RowSums {
-  std::uint32_t even[kSourceBlock];
-  std::uint32_t odd[kSourceBlock];
-};
-
-// Sums of `pixels` columns, from number `first` of the block on.
-KSMTH_VECTOR_CLONES
-void sumRows(RowSums& sums, std::int64_t first, const unsigned char* above, const unsigned char* centre,
-             const unsigned char* below, std::int64_t pixels) {
-  auto* const even = reinterpret_cast<unsigned char*>(sums.even + first);
-  auto* const odd = reinterpret_cast<unsigned char*>(sums.odd + first);
-  for (std::int64_t i = 0; i < 4 * pixels; i += 2) {
-    const auto a = pixelbytes::loadTurned<std::uint16_t>(above + i);
-    const auto b = pixelbytes::loadTurned<std::uint16_t>(centre + i);
-    const auto c = pixelbytes::loadTurned<std::uint16_t>(below + i);
-    pixelbytes::storeTurned(even + i, static_cast<std::uint16_t>((a & 0xFF) + 2 * (b & 0xFF) + (c & 0xFF)));
-    pixelbytes::storeTurned(odd + i, static_cast<std::uint16_t>((a >> 8) + 2 * (b >> 8) + (c >> 8)));
-  }
-}
-
-// Repeats the sums at both ends of the columns [first, last] of the block over the ones that are outside.
-void extendSums(RowSums& sums, std::int64_t first, std::int64_t last, std::int64_t count) {
-  for (std::uint32_t* const part : {sums.even, sums.odd}) {
-    std::fill(part, part + first, part[first]);
-    std::fill(part + last + 1, part + count, part[last]);
-  }
-}
-
-// Every second pixel of the sums and its neighbours weighted 1, 2, 1, divided by 16, without alpha.
-KSMTH_VECTOR_CLONES
-void sumColumns(unsigned char* to, const RowSums& sums, std::size_t pixels) {
-  constexpr std::uint32_t kColors = pixelbytes::turned(std::uint32_t{0x00FFFFFF});
-  constexpr std::uint32_t kEven = 0x00FF00FF & kColors;
-  constexpr std::uint32_t kOdd = 0xFF00FF00 & kColors;
-  for (std::size_t i = 0; i < pixels; ++i) {
-    const std::uint32_t even = sums.even[2 * i] + 2 * sums.even[2 * i + 1] + sums.even[2 * i + 2];
-    const std::uint32_t odd = sums.odd[2 * i] + 2 * sums.odd[2 * i + 1] + sums.odd[2 * i + 2];
-    pixelbytes::storeTurned(to + 4 * i, ((even >> 4) & kEven) | ((odd << 4) & kOdd));
-  }
+// Three pixels from `first` on, of which those outside [0, last] are the outermost ones.
+void copyClamped(unsigned char* to, LogicalPixels& source, std::int64_t first, std::int64_t last,
+                 std::int64_t y) {
+  const auto inside = [last](std::int64_t x) { return std::clamp<std::int64_t>(x, 0, last); };
+  const std::int64_t begin = inside(first);
+  const unsigned char* const line = source.run(begin, y, inside(first + 2) - begin + 1);
+  for (std::int64_t i = 0; i < 3; ++i) std::memcpy(to + 4 * i, line + 4 * (inside(first + i) - begin), 4);
 }
 
 // Fills `area` of the destination from the source pixel (sourceX, sourceY) on.
@@ -69,26 +31,33 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
   const PixelRect part = intersection(area, rows.visible());
   const std::int64_t lastX = std::int64_t{source.fullWidth} - 1;
   const std::int64_t lastY = std::int64_t{source.fullHeight} - 1;
-  LogicalPixels above(source, 4);
-  LogicalPixels centre(source, 4);
-  LogicalPixels below(source, 4);
-  RowSums sums;
+  LogicalPixels pixels[3] = {{source, 4}, {source, 4}, {source, 4}};
+  const PixelRect kept = intersection(pixels[0].image(), pixels[0].stored());
+  // Rows that are stored from end to end need not be cut.
+  const std::int64_t most = kept.w == pixels[0].image().w && kept.h == pixels[0].image().h ? part.w : kBlock;
+  const auto halve = rowkernels::best().halve;
+  const std::int64_t end = part.x + part.w;
   for (std::int64_t y = part.y; y < part.y + part.h; ++y) {
-    const auto row = [=](std::int64_t step) {
-      return std::clamp<std::int64_t>(sourceY + 2 * (y - area.y) + step, 0, lastY);
-    };
-    for (std::int64_t x = part.x; x < part.x + part.w; x += kBlock) {
-      const std::int64_t count = std::min(kBlock, part.x + part.w - x);
-      // The block's source columns, of which those outside the image are its edges over again.
+    std::int64_t lineY[3];
+    for (std::int64_t i = 0; i < 3; ++i) {
+      lineY[i] = std::clamp<std::int64_t>(sourceY + 2 * (y - area.y) + i - 1, 0, lastY);
+    }
+    for (std::int64_t x = part.x, count = 0; x < end; x += count) {
+      // The left neighbour of the first source pixel.
       const std::int64_t sx = sourceX + 2 * (x - area.x) - 1;
-      const std::int64_t wide = 2 * count + 1;
-      const std::int64_t firstX = std::clamp<std::int64_t>(sx, 0, lastX);
-      const std::int64_t inside = std::clamp<std::int64_t>(sx + wide - 1, 0, lastX) - firstX + 1;
-      const std::int64_t first = std::clamp<std::int64_t>(firstX - sx, 0, wide - 1);
-      sumRows(sums, first, above.run(firstX, row(-1), inside), centre.run(firstX, row(0), inside),
-              below.run(firstX, row(1), inside), inside);
-      extendSums(sums, first, first + inside - 1, wide);
-      sumColumns(rows.at(x, y), sums, static_cast<std::size_t>(count));
+      const unsigned char* lines[3];
+      unsigned char around[3][3 * 4];
+      const bool inside = sx >= 0 && sx + 2 <= lastX;
+      count = inside ? std::min({most, end - x, (lastX - sx) / 2}) : 1;
+      for (int i = 0; i < 3; ++i) {
+        if (inside) {
+          lines[i] = pixels[i].run(sx, lineY[i], 2 * count + 1);
+        } else {
+          copyClamped(around[i], pixels[i], sx, lastX, lineY[i]);
+          lines[i] = around[i];
+        }
+      }
+      halve(rows.at(x, y), lines[0], lines[1], lines[2], static_cast<std::size_t>(count));
     }
   }
 }

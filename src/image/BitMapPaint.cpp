@@ -107,12 +107,28 @@ void combine(const ABitMap& map, std::uint64_t value,
   std::memcpy(end, last, left);
 }
 
-// p = kernel(p, q), paired by index, of two 32-bit bitmaps.
-template <class Kernel>
-void blend(const ABitMap& map, const ABitMap& other, Kernel kernel) {
+KSMTH_VECTOR_CLONES
+void invertLowByte(unsigned char* pixels, std::size_t count) {
+  mapWords(pixels, count, [](std::uint32_t p) { return p ^ turned(std::uint32_t{0x000000FF}); });
+}
+
+KSMTH_VECTOR_CLONES
+void blendQuarter(unsigned char* pixels, const unsigned char* others, std::size_t count) {
+  mapWords(pixels, others, count,
+           [](std::uint32_t p, std::uint32_t q) { return p - quarter(p) + quarter(q); });
+}
+
+KSMTH_VECTOR_CLONES
+void blendSixteenth(unsigned char* pixels, const unsigned char* others, std::size_t count) {
+  mapWords(pixels, others, count,
+           [](std::uint32_t p, std::uint32_t q) { return sixteenth(p) + q - sixteenth(q); });
+}
+
+// work(pixels, others, count) for the pixels of two 32-bit bitmaps, paired by index.
+template <class Work>
+void blend(const ABitMap& map, const ABitMap& other, Work work) {
   if (map.depth != 32 || other.depth != 32) Sys_BreakToDebugger();
-  const std::size_t count = std::min(StoredRows(map, 4).count(), StoredRows(other, 4).count());
-  mapWords(map.buffer, other.buffer, count, kernel);
+  work(map.buffer, other.buffer, std::min(StoredRows(map, 4).count(), StoredRows(other, 4).count()));
 }
 
 }  // namespace
@@ -199,16 +215,15 @@ void ABitMap::Darken() {
 
 void ABitMap::InvertAlphaRGBA() {
   if (depth != 32) return;
-  mapWords(buffer, StoredRows(*this, 4).count(),
-           [](std::uint32_t p) { return p ^ turned(std::uint32_t{0x000000FF}); });
+  invertLowByte(buffer, StoredRows(*this, 4).count());
 }
 
 void ABitMap::BlendQtrIntensiy(const ABitMap& other) {
-  blend(*this, other, [](std::uint32_t p, std::uint32_t q) { return p - quarter(p) + quarter(q); });
+  blend(*this, other, blendQuarter);
 }
 
 void ABitMap::Blend3QtrIntensiy(const ABitMap& other) {
-  blend(*this, other, [](std::uint32_t p, std::uint32_t q) { return sixteenth(p) + q - sixteenth(q); });
+  blend(*this, other, blendSixteenth);
 }
 
 std::int32_t ABitMap::WriteAlphaToMaterial(const ABitMap& source, std::int32_t threshold) {

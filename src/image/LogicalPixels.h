@@ -10,7 +10,7 @@
 /// Pixels of the whole logical image of a bitmap, stored or not, a run at a time.
 class LogicalPixels {
  public:
-  /// Pixels asked for at a time at most.
+  /// Pixels asked for at a time at most, unless all of them are stored.
   static constexpr std::int64_t kMaxRun = 1024;
 
   /// `elementBytes`: 1 or 4.
@@ -24,8 +24,9 @@ class LogicalPixels {
   /// `count` pixels from (x, y) on: a pointer to them, in the buffer or, where some are not stored, in a
   /// block of this object's that the next call writes over.
   const unsigned char* run(std::int64_t x, std::int64_t y, std::int64_t count) {
-    const PixelRect stored = intersection({x, y, count, 1}, rows_.rect());
-    if (!stored.empty() && stored.w == count) return rows_.at(x, y);
+    const PixelRect& all = rows_.rect();
+    if (x >= all.x && x + count <= all.x + all.w && y >= all.y && y < all.y + all.h) return rows_.at(x, y);
+    const PixelRect stored = intersection({x, y, count, 1}, all);
     fillPattern(block_, pixelPattern(fillValue_, elementBytes_ * 8),
                 static_cast<std::size_t>(count * elementBytes_));
     if (!stored.empty()) {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "image/PixelBytes.h"
+#include "image/RowKernels.h"
 #include "image/VectorClones.h"
 
 namespace planes {
@@ -18,28 +19,6 @@ constexpr int shiftOf(int offset) {
   return std::endian::native == std::endian::little ? 8 * offset : 24 - 8 * offset;
 }
 
-template <int kShift>
-inline void shiftDown(unsigned char* to, const unsigned char* pixels, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    to[i] = static_cast<unsigned char>(pixelbytes::loadTurned<std::uint32_t>(pixels + 4 * i) >> kShift);
-  }
-}
-
-// Byte `offset` of each pixel. Shifts that the compiler knows make quicker loops.
-KSMTH_VECTOR_CLONES
-void copyChannel(unsigned char* to, const unsigned char* pixels, std::int32_t offset, std::size_t count) {
-  switch (shiftOf(offset)) {
-    case 0:
-      return shiftDown<0>(to, pixels, count);
-    case 8:
-      return shiftDown<8>(to, pixels, count);
-    case 16:
-      return shiftDown<16>(to, pixels, count);
-    default:
-      return shiftDown<24>(to, pixels, count);
-  }
-}
-
 }  // namespace
 
 void split(const ABitMap& map, std::size_t first, std::size_t count, std::span<const Plane> planes) {
@@ -47,13 +26,22 @@ void split(const ABitMap& map, std::size_t first, std::size_t count, std::span<c
   const auto stored = static_cast<std::size_t>(bytes / 4);
   const std::size_t whole = std::min(count, stored - std::min(stored, first));
   const auto inPixel = [](const Plane& plane) { return plane.offset >= 0 && plane.offset <= 3; };
-  for (std::size_t done = 0; done < whole; done += kBlock) {
-    const std::size_t now = std::min(kBlock, whole - done);
-    for (const Plane& plane : planes) {
-      if (!inPixel(plane)) continue;
-      copyChannel(plane.to + done, map.buffer + (first + done) * 4, plane.offset, now);
+  const auto make = [&](unsigned char* const(&to)[4]) {
+    if (whole > 0) rowkernels::best().split(to, map.buffer + first * 4, whole);
+  };
+  // Of a byte that several planes ask for, all but one are made apart.
+  unsigned char* together[4] = {};
+  for (const Plane& plane : planes) {
+    if (!inPixel(plane)) continue;
+    unsigned char*& to = together[plane.offset];
+    if (to != nullptr) {
+      unsigned char* alone[4] = {};
+      alone[plane.offset] = to;
+      make(alone);
     }
+    to = plane.to;
   }
+  make(together);
   for (const Plane& plane : planes) {
     for (std::size_t i = inPixel(plane) ? whole : 0; i < count; ++i) {
       const std::int64_t at = static_cast<std::int64_t>(first + i) * 4 + plane.offset;

@@ -1,5 +1,6 @@
 #include "system/WholeFile.h"
 
+#include "LargePages.h"
 #include "system/Files.h"
 #include "system/Host.h"
 #include "system/Memory.h"
@@ -23,6 +24,7 @@ void* LoadFromFile(const char* path, std::int32_t* size) {
   if (size != nullptr) *size = wanted;
   void* const block = wanted > 0 ? MY_MEM_MALLOC(wanted, "LoadFromFile") : nullptr;
   if (block != nullptr) {
+    preferLargePages(block, static_cast<std::size_t>(wanted));
     const std::int32_t read = Sys_FileRead(file, block, wanted);
     if (read != wanted) Sys_BreakToDebugger();
     // Up to the block's end as `Sys_GetMemSize` tells it, which may lie beyond the file's.

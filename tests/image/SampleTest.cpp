@@ -144,8 +144,13 @@ std::uint32_t reduced(const ABitMap& source, std::int32_t sx, std::int32_t sy) {
 
 TEST(BitMapSample, HalfSize) {
   Random random(22);
-  for (const Geometry& g :
-       {Geometry{2, 2}, {3, 3}, {17, 5}, {1031, 4}, {1100, 3, 7, 1, 20, 0}, {30, 20, -3, -1, -2, -4}}) {
+  for (const Geometry& g : {Geometry{2, 2},
+                            {3, 3},
+                            {14, 5},
+                            {17, 5},
+                            {1031, 4},
+                            {1100, 3, 7, 0, 20, 0},
+                            {30, 20, -3, -1, -2, -4}}) {
     const OwnedBitMap source = randomBitMap(random, g, 32);
     SCOPED_TRACE(describe(source));
     // Another bitmap of the size asked for is not taken as it is.

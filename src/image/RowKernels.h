@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// Row loops for 32-bit pixels for which compilers do not find the processor's instructions by themselves: a
+/// plain version for every machine, and others for processors with AVX2 or AVX-512. All come to the same
+/// bytes.
+namespace rowkernels {
+
+/// How far to the right `firstAlone` looks.
+inline constexpr std::size_t kReach = 11;
+
+struct Kernels {
+  /// Reduces three rows of pixels to `count` pixels: each the sum of its nine neighbours, weighted 1, 2, 1
+  /// either way, over 16, in every byte but the first, which is 0. The rows begin with the left neighbour of
+  /// the first centre and have 2 * `count` + 1 pixels.
+  void (*halve)(unsigned char* to, const unsigned char* above, const unsigned char* centre,
+                const unsigned char* below, std::size_t count);
+  /// The first of `count` pixels that differs between `a` and `b` as do the kReach to the right of it;
+  /// `count` for none. Both have `count` + kReach pixels.
+  std::size_t (*firstAlone)(const unsigned char* a, const unsigned char* b, std::size_t count);
+  /// Byte k of each of `count` pixels goes to to[k], unless that is null.
+  void (*split)(unsigned char* const (&to)[4], const unsigned char* pixels, std::size_t count);
+};
+
+extern const Kernels kPlain;
+#if defined(__x86_64__) && defined(__GNUC__)
+#define KSMTH_X86_KERNELS
+extern const Kernels kAvx2;
+extern const Kernels kAvx512;
+#endif
+
+/// Those that this processor has, the quickest last.
+std::span<const Kernels* const> available();
+inline const Kernels& best() {
+  return *available().back();
+}
+
+}  // namespace rowkernels
