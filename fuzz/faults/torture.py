@@ -46,7 +46,8 @@ COMMANDS = [
     "psd info IN/l.psd", "psd flatten IN/l.psd -o OUT/old.png", "psd flatten IN/l.psd -o OUT/old.psd",
     "psd layers IN/l.psd -o OUT/parts"]
 # What is said where only something beside the model could not be read: libraries, textures, what the host has.
-DOUBTS = (b"librar", b"texture", b"(missing)", b"cannot read this file", b"unknown material", b"-1  ", b'"error"', b"null")
+DOUBTS = (b"librar", b"texture", b"(missing)", b"cannot read this file", b"unknown material", b"-1  ", b'"error"',
+          b"null")
 LINES = re.compile(rb'(,| |in|the first)*line \d+|"line": (\d+|null)')
 FAILED = {"diff": (1, 3)}
 
@@ -54,11 +55,15 @@ FAILED = {"diff": (1, 3)}
 class Place:
     """A folder with inputs, and outputs that are there already."""
 
-    def __init__(self, base=None):
-        self.path = pathlib.Path(tempfile.mkdtemp(prefix="torture", dir=base or ("/dev/shm" if os.path.isdir("/dev/shm") else None)))
+    def __init__(self, rows=0):
+        """`rows`: vertices, and nearly as many faces, that the model has beside the few that it always has."""
+        in_memory = "/dev/shm" if os.path.isdir("/dev/shm") else None
+        self.path = pathlib.Path(tempfile.mkdtemp(prefix="torture", dir=in_memory))
         self.inputs, self.outputs = self.path / "in", self.path / "out"
         self.inputs.mkdir()
-        (self.inputs / "m.obj").write_text(MODEL)
+        more = [f"v {i % 97} {i % 89} {i % 83}" for i in range(rows)]
+        more += [f"g part{i // 200}\nf {i + 1} {i + 2} {i + 3}" for i in range(rows)]
+        (self.inputs / "m.obj").write_text(MODEL + "\n".join(more) + "\n")
         (self.inputs / "p.obj").write_text(MODEL.replace("v 1 1 0", "v 1 1 7"))
         (self.inputs / "m.mtl").write_text("newmtl red\nKd 1 0 0\nmap_Kd red.png\n")
         (self.inputs / "red.png").write_bytes(b"picture")
@@ -97,11 +102,12 @@ class Place:
             return "success, with another outcome"
         if status not in FAILED.get(command.split()[0], (1,)):
             return f"status {status}"
-        told = [line for line in err.splitlines() if line.startswith(b"smthgrp: ") and not line.startswith(b"smthgrp: note")]
+        told = [line for line in err.splitlines() if re.match(b"smthgrp: (?!note)", line)]
         if not told:
             return "failure without a reason"
         names = [os.path.basename(word).encode() for word in command.split() if "/" in word]
-        names += [os.path.basename(name).encode() for name in after] + [b"standard output", str(self.path).encode(), b"KSmthGrp"]
+        names += [os.path.basename(name).encode() for name in after]
+        names += [b"standard output", str(self.path).encode(), b"KSmthGrp"]
         if named and not any(name in line for line in told for name in names):
             return "the reason names no file"
         for name in {**self.start, **files}:
@@ -124,8 +130,9 @@ class Server:
             os.dup2(orders, 198)
             os.dup2(told, 199)
 
-        self.process = subprocess.Popen(words, env={**os.environ, "LD_PRELOAD": str(BUILD / "libfaults.so"), "FAULTS_SERVER": "1"},
-                                        stdin=subprocess.DEVNULL, stdout=self.out, stderr=self.err, close_fds=False, preexec_fn=beforehand)
+        environment = {**os.environ, "LD_PRELOAD": str(BUILD / "libfaults.so"), "FAULTS_SERVER": "1"}
+        self.process = subprocess.Popen(words, env=environment, stdin=subprocess.DEVNULL, stdout=self.out,
+                                        stderr=self.err, close_fds=False, preexec_fn=beforehand)
         os.close(orders)
         os.close(told)
 
@@ -158,9 +165,9 @@ class Report:
         self.tried, self.failed, self.found = collections.Counter(), collections.Counter(), collections.Counter()
         self.shown = collections.Counter()
 
-    def add(self, campaign, what, status, wrong):
+    def add(self, campaign, what, failed, wrong):
         self.tried[campaign] += 1
-        self.failed[campaign] += status != 0
+        self.failed[campaign] += failed
         if wrong is None:
             return
         self.found[campaign] += 1
@@ -198,7 +205,8 @@ def faults(report):
                         if error in (SHORT, errno.EINTR) and kind != "open" and status != baseline[0]:
                             wrong = wrong or "did not go on"
                         how = "short" if error == SHORT else errno.errorcode[error]
-                        report.add(f"tool, {kind}", f"{command}: {kind} {nth}{' and later' if for_good else ''}: {how}", status,
+                        report.add(f"tool, {kind}", f"{command}: {kind} {nth}{' and later' if for_good else ''}: {how}",
+                                   status != baseline[0],
                                    wrong and f"{wrong} {err[-150:]}")
         server.close()
     shutil.rmtree(place.path)
@@ -208,69 +216,74 @@ def limited(limit, value):
     return {"preexec_fn": lambda: resource.setrlimit(limit, (value, value))}
 
 
-def in_shell(script, place, command):
-    return ["sh", "-c", script.format(place=place.path) + ' exec "$@"', "sh", *place.words(command)]
-
-
-def limits(report):
-    """All commands where memory, descriptors, room or rights are short."""
-    place = Place()
-    mounted = ["unshare", "-Urm", "sh", "-c"]
-    can_mount = subprocess.run([*mounted, f"mount -t tmpfs -o size=64k tmpfs {place.outputs}"], stderr=subprocess.DEVNULL,
-                               check=False).returncode == 0
-    if not can_mount:
-        print("limits: no mounts in a user namespace here; the full disk and the read-only folder are left out")
-    # What is mounted is seen inside alone: what it has in the end is copied out by the shell.
-    mounts = {"a full disk": "mount -t tmpfs -o size=64k tmpfs {out} && cp -r {keep}/. {out} && "
-                             "head -c 1M /dev/zero >{out}/zero 2>&-; \"$@\"; s=$?; rm -f {out}/zero; rm -rf {keep}; "
-                             "mkdir {keep} && cp -r {out}/. {keep}; exit $s",
-              "a read-only folder": 'mount --bind {out} {out} && mount -o remount,bind,ro {out}; exec "$@"'}
+def memory(report):
+    """All commands on a larger model in ever less address space."""
+    place = Place(60000)
+    sizes = (200, 100, 60, 50, 40, 36, 32, 28, 24, 20, 18, 16, 14, 12)
     for command in COMMANDS:
         place.reset()
         baseline = *run(place.words(command)), place.files()
-        cases = {"200 MB of address space": lambda: run(place.words(command), **limited(resource.RLIMIT_AS, 200 << 20)),
-                 "40 MB of address space": lambda: run(place.words(command), **limited(resource.RLIMIT_AS, 40 << 20)),
-                 "64 descriptors": lambda: run(place.words(command), **limited(resource.RLIMIT_NOFILE, 64)),
-                 "6 descriptors": lambda: run(place.words(command), **limited(resource.RLIMIT_NOFILE, 6)),
-                 "files of 100 bytes": lambda: run(place.words(command), **limited(resource.RLIMIT_FSIZE, 100)),
-                 "no temporary folder": lambda: run(place.words(command), env={**os.environ, "TMPDIR": "/nonexistent"}),
-                 "a closed standard output": lambda: run(in_shell("exec >&-;", place, command)),
-                 "a full standard output": lambda: run(in_shell("exec >/dev/full;", place, command)),
-                 "nothing open at all": lambda: run(in_shell("exec <&- >&- 2>&-;", place, command))}
-        for name, script in mounts.items() if can_mount else ():
-            keep = place.path / "keep"
+        for size in sorted(random.sample(sizes[1:], 2), reverse=True) if BRIEF else sizes:
+            place.reset()
+            ended = run(place.words(command), **limited(resource.RLIMIT_AS, size << 20))
+            wrong = place.wrong(command, baseline, *ended, False)
+            report.add("limits, 12 to 200 MB of addresses", f"{command}: {size} MB", ended[0] != baseline[0], wrong)
+    shutil.rmtree(place.path)
 
-            def mount(script=script, keep=keep):
-                script = script.format(out=place.outputs, keep=keep)
-                if "{keep}" in mounts["a full disk"] and "cp -r" in script:
-                    shutil.copytree(place.outputs, keep)
-                ended = run([*mounted, script, "sh", *place.words(command)])
-                if keep.exists():
-                    shutil.rmtree(place.outputs)
-                    keep.rename(place.outputs)
-                return ended
 
-            cases[name] = mount
+def in_shell(script, place, command):
+    return ["sh", "-c", script + ' exec "$@"', "sh", *place.words(command)]
+
+
+def mounted(place, command, script):
+    """The command where `script` has mounted something at $out. That is seen inside alone: what is there in the end
+    comes out by $keep."""
+    keep = place.path / "keep"
+    shutil.copytree(place.outputs, keep)
+    ended = run(["unshare", "-Urm", "sh", "-c", script + ' "$@"; s=$?; rm -f $out/zeros; [ -w $out ] || exit $s; rm -r $keep; '
+                 'cp -r $out $keep; exit $s', "sh", *place.words(command)],
+                env={**os.environ, "out": str(place.outputs), "keep": str(keep)})
+    shutil.rmtree(place.outputs)
+    keep.rename(place.outputs)
+    return ended
+
+
+def limits(report):
+    """All commands where descriptors, room, rights or the outputs of the shell are short."""
+    place = Place()
+    tmpfs = "mount -t tmpfs -o size=64k tmpfs $out && cp -r $keep/. $out &&"
+    read_only = "mount --bind $out $out && mount -o remount,bind,ro $out &&"
+    cases = {"64 descriptors": lambda command: run(place.words(command), **limited(resource.RLIMIT_NOFILE, 64)),
+             "6 descriptors": lambda command: run(place.words(command), **limited(resource.RLIMIT_NOFILE, 6)),
+             "files of 100 bytes": lambda command: run(place.words(command), **limited(resource.RLIMIT_FSIZE, 100)),
+             "no temporary folder": lambda command: run(place.words(command), env={**os.environ, "TMPDIR": "/none"}),
+             "a closed standard output": lambda command: run(in_shell("exec >&-;", place, command)),
+             "a full standard output": lambda command: run(in_shell("exec >/dev/full;", place, command)),
+             "nothing open at all": lambda command: run(in_shell("exec <&- >&- 2>&-;", place, command)),
+             "a full disk": lambda command: mounted(place, command, tmpfs + " { head -c 1M /dev/zero >$out/zeros; } 2>&-;"),
+             "a read-only folder": lambda command: mounted(place, command, read_only)}
+    if mounted(place, "--version", tmpfs)[0] != 0:
+        print("limits: no mounts in a user namespace here; the full disk and the read-only folder are left out")
+        del cases["a full disk"], cases["a read-only folder"]
+    for command in COMMANDS:
+        place.reset()
+        baseline = *run(place.words(command)), place.files()
         for name, case in cases.items():
             place.reset()
-            status, out, err = case()
-            # A standard output that is not there shows nothing of what is right.
-            gone = "output" in name or "nothing" in name
-            wrong = place.wrong(command, baseline, status, baseline[1] if gone and status == 0 else out,
-                                b"smthgrp: standard output" if "nothing" in name and status else err, "bytes" not in name and "address" not in name)
-            if gone and status == 0 and baseline[1] and "closed" not in name and "nothing" not in name:
+            status, out, err = case(command)
+            if name == "nothing open at all":  # it can say nothing either
+                err = b"smthgrp: standard output" if status else baseline[2]
+            if "output" in name and status == baseline[0] and baseline[1]:
                 wrong = "nobody was told that the output is lost"
-            report.add(f"limits, {name}", command, status, wrong and f"{wrong} {err[-150:]}")
+            else:
+                wrong = place.wrong(command, baseline, status, out, err, name != "files of 100 bytes")
+            report.add(f"limits, {name}", command, status != baseline[0], wrong and f"{wrong} {err[-150:]}")
     shutil.rmtree(place.path)
 
 
 def signals(report):
     """Signals while a larger model is written over an old one."""
-    place = Place()
-    rows = [f"v {i % 97} {i % 89} {i % 83}" for i in range(60000)]
-    rows += [f"g part{i // 200}\nf {i + 1} {i + 2} {i + 3}" for i in range(59990)]
-    (place.inputs / "m.obj").write_text("\n".join(rows) + "\n")
-    place.start = place.files()
+    place = Place(60000)
     for command in ("export IN/m.obj -o OUT/old.obj", "split IN/m.obj -o OUT/parts", "fix IN/m.obj -o OUT/old.obj",
                     "merge IN/m.obj IN/p.obj -o OUT/old.obj"):
         place.reset()
@@ -291,7 +304,7 @@ def signals(report):
             for name, text in place.files().items():
                 if text not in (place.start.get(name), baseline[3].get(name)):
                     wrong = f"{name} is neither old nor new"
-            report.add(f"signals, {number.name}", command, process.returncode, wrong)
+            report.add(f"signals, {number.name}", command, process.returncode != baseline[0], wrong)
     shutil.rmtree(place.path)
 
 
@@ -313,7 +326,7 @@ def calls(report):
 def main():
     random.seed(time.strftime("%F") if BRIEF else 0)
     report = Report()
-    for campaign in (calls, faults, limits, signals):
+    for campaign in (calls, faults, memory, limits, signals):
         began = time.monotonic()
         campaign(report)
         print(f"torture: {campaign.__name__} took {time.monotonic() - began:.0f} s", flush=True)
