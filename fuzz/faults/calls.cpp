@@ -23,6 +23,7 @@
 #include "Faults.h"
 #include "c/KSmthGrp.h"
 #include "document/Borders.h"
+#include "document/Companions.h"
 #include "document/Diff.h"
 #include "document/DocumentWriter.h"
 #include "document/Fix.h"
@@ -31,6 +32,7 @@
 #include "document/MeshArrays.h"
 #include "document/Output.h"
 #include "document/Replace.h"
+#include "document/SelectionPatterns.h"
 #include "document/Split.h"
 #include "host/HostMesh.h"
 #include "image/BitMap.h"
@@ -409,6 +411,36 @@ std::string documentLint() {
                         (missing > 0 ? " without its library" : "");
                });
 }
+std::string documentCompanions() {
+  const auto document = documentOf("m.obj");
+  const std::string folder = out("");
+  Companions companions;
+  return tried([&] { companions = {}; },
+               [&] {
+                 std::vector<std::unique_ptr<Output>> outputs;
+                 Result result = planCompanions(*document, folder, true, companions);
+                 if (result) result = makeCopies(companions, outputs);
+                 return result ? Output::commitAll(outputs) : result;
+               },
+               [&](const Result& result) {
+                 if (result && !companions.warnings.empty()) return "warned: " + companions.warnings[0];
+                 return result ? content(out("m.mtl")) + content(out("red.png")) : told(result);
+               });
+}
+std::string documentPatterns() {
+  const auto document = documentOf("m.obj");
+  SelectionPatterns patterns;
+  patterns.groups = {"long_name*", "1-2"};
+  patterns.smoothing = {"0-9"};
+  return tried(
+      [&] {
+        Selection selection;
+        return resolve(*document, patterns, selection)
+                   ? 0
+                   : selection.groups.size() + smoothingNumbers(*document).size();
+      },
+      [](std::size_t count) { return std::to_string(count); });
+}
 std::string documentBorders() {
   const auto document = documentOf("m.obj");
   const std::vector<std::uint32_t> faces{0};
@@ -560,6 +592,8 @@ const std::vector<Row>& rows() {
       {"DocumentSplit", documentSplit},
       {"diff", documentDiff},
       {"lint", documentLint, "", "ok1 without its library"},
+      {"libraries and textures taken along", documentCompanions, "", "warned"},
+      {"patterns", documentPatterns, "bad_alloc"},
       {"borders", documentBorders, "bad_alloc"},
       {"writeArrays", documentArrays},
       {"lines and positions", documentLines},
