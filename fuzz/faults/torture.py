@@ -98,6 +98,8 @@ class Place:
         if status == expected and files == after and all(
                 LINES.sub(b"", a) == LINES.sub(b"", b) for a, b in ((out, expected_out), (err, expected_err))):
             return None  # said without the line
+        if command.startswith("call LoadOBJFile") and status == 0 and out == b"0\n":
+            return None  # the host's answer where there is no memory for a model
         if status == expected == 0:
             return "success, with another outcome"
         if status not in FAILED.get(command.split()[0], (1,)):
@@ -216,8 +218,8 @@ def limited(limit, value):
     return {"preexec_fn": lambda: resource.setrlimit(limit, (value, value))}
 
 
-def memory(report):
-    """All commands on a larger model in ever less address space."""
+def larger(report):
+    """All commands on a larger model, of 300 groups, in ever less address space and with few descriptors."""
     place = Place(60000)
     sizes = (200, 100, 60, 50, 40, 36, 32, 28, 24, 20, 18, 16, 14, 12)
     for command in COMMANDS:
@@ -228,6 +230,10 @@ def memory(report):
             ended = run(place.words(command), **limited(resource.RLIMIT_AS, size << 20))
             wrong = place.wrong(command, baseline, *ended, False)
             report.add("limits, 12 to 200 MB of addresses", f"{command}: {size} MB", ended[0] != baseline[0], wrong)
+        place.reset()
+        ended = run(place.words(command), **limited(resource.RLIMIT_NOFILE, 64))
+        wrong = place.wrong(command, baseline, *ended, True) or (ended[0] != baseline[0] and "needs more")
+        report.add("limits, 64 descriptors", command, ended[0] != baseline[0], wrong or None)
     shutil.rmtree(place.path)
 
 
@@ -240,8 +246,8 @@ def mounted(place, command, script):
     comes out by $keep."""
     keep = place.path / "keep"
     shutil.copytree(place.outputs, keep)
-    ended = run(["unshare", "-Urm", "sh", "-c", script + ' "$@"; s=$?; rm -f $out/zeros; [ -w $out ] || exit $s; rm -r $keep; '
-                 'cp -r $out $keep; exit $s', "sh", *place.words(command)],
+    script += ' "$@"; s=$?; rm -f $out/zeros; [ -w $out ] || exit $s; rm -r $keep; cp -r $out $keep; exit $s'
+    ended = run(["unshare", "-Urm", "sh", "-c", script, "sh", *place.words(command)],
                 env={**os.environ, "out": str(place.outputs), "keep": str(keep)})
     shutil.rmtree(place.outputs)
     keep.rename(place.outputs)
@@ -252,15 +258,15 @@ def limits(report):
     """All commands where descriptors, room, rights or the outputs of the shell are short."""
     place = Place()
     tmpfs = "mount -t tmpfs -o size=64k tmpfs $out && cp -r $keep/. $out &&"
+    full = tmpfs + " { head -c 1M /dev/zero >$out/zeros; } 2>&-;"
     read_only = "mount --bind $out $out && mount -o remount,bind,ro $out &&"
-    cases = {"64 descriptors": lambda command: run(place.words(command), **limited(resource.RLIMIT_NOFILE, 64)),
-             "6 descriptors": lambda command: run(place.words(command), **limited(resource.RLIMIT_NOFILE, 6)),
+    cases = {"6 descriptors": lambda command: run(place.words(command), **limited(resource.RLIMIT_NOFILE, 6)),
              "files of 100 bytes": lambda command: run(place.words(command), **limited(resource.RLIMIT_FSIZE, 100)),
              "no temporary folder": lambda command: run(place.words(command), env={**os.environ, "TMPDIR": "/none"}),
              "a closed standard output": lambda command: run(in_shell("exec >&-;", place, command)),
              "a full standard output": lambda command: run(in_shell("exec >/dev/full;", place, command)),
              "nothing open at all": lambda command: run(in_shell("exec <&- >&- 2>&-;", place, command)),
-             "a full disk": lambda command: mounted(place, command, tmpfs + " { head -c 1M /dev/zero >$out/zeros; } 2>&-;"),
+             "a full disk": lambda command: mounted(place, command, full),
              "a read-only folder": lambda command: mounted(place, command, read_only)}
     if mounted(place, "--version", tmpfs)[0] != 0:
         print("limits: no mounts in a user namespace here; the full disk and the read-only folder are left out")
@@ -293,7 +299,8 @@ def signals(report):
         for i in range(12 if BRIEF else 75):
             place.reset()
             number = (signal.SIGINT, signal.SIGTERM, signal.SIGPIPE)[i % 3]
-            process = subprocess.Popen(place.words(command), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            process = subprocess.Popen(place.words(command), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                       preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
             with contextlib.suppress(subprocess.TimeoutExpired):
                 process.wait(random.uniform(0, lasts))
             process.send_signal(number)
@@ -326,7 +333,7 @@ def calls(report):
 def main():
     random.seed(time.strftime("%F") if BRIEF else 0)
     report = Report()
-    for campaign in (calls, faults, memory, limits, signals):
+    for campaign in (calls, faults, larger, limits, signals):
         began = time.monotonic()
         campaign(report)
         print(f"torture: {campaign.__name__} took {time.monotonic() - began:.0f} s", flush=True)
