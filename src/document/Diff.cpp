@@ -80,14 +80,6 @@ Result elementLine(const OBJDocument& document, ElementKind kind, std::uint32_t 
   return document.lineNumber(document.elements(kind).offset(index), line);
 }
 
-/// How far a coordinate moved. One that is not finite is where it was as long as it stays the same; from
-/// there it is as far as can be to anywhere else.
-double moveAlong(double from, double to) {
-  if (from == to || (std::isnan(from) && std::isnan(to))) return 0;
-  const double move = to - from;
-  return std::isnan(move) ? std::numeric_limits<double>::infinity() : move;
-}
-
 Result comparePositions(const OBJDocument& a, const OBJDocument& b, DocumentDifference& difference,
                         const Progress& progress) {
   const std::uint32_t count = a.vectorCount(VectorKind::position);
@@ -106,10 +98,11 @@ Result comparePositions(const OBJDocument& a, const OBJDocument& b, DocumentDiff
   for (std::uint32_t v = 0; v < count; ++v) {
     const double* const p = &ours[std::size_t{3} * v];
     const double* const q = &theirs[std::size_t{3} * v];
-    // In two steps: with three arguments some libraries make no number of an infinite one.
-    const double across = std::hypot(moveAlong(p[0], q[0]), moveAlong(p[1], q[1]));
-    const double move = std::hypot(across, moveAlong(p[2], q[2]));
-    if (move == 0) continue;
+    // What is no number stays where it is.
+    const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+    if (std::equal(p, p + 3, q, same)) continue;
+    double move = std::hypot(q[0] - p[0], q[1] - p[1], q[2] - p[2]);
+    if (std::isnan(move)) move = std::numeric_limits<double>::infinity();
     if (++difference.moved == 1 || move > difference.greatestMove) {
       difference.greatestMove = move;
       difference.greatestVertex = v;

@@ -56,7 +56,7 @@ struct DocumentDifference {
   // Positions, as double precision; only with as many vertices.
   bool positionsCompared = false;
   std::uint64_t moved = 0;
-  double greatestMove = 0;           ///< distance
+  double greatestMove = 0;           ///< distance; infinite to or from what is no number
   double meanMove = 0;               ///< of the vertices that moved
   std::uint32_t greatestVertex = 0;  ///< from 0
   std::array<std::uint64_t, 2> greatestLines{};

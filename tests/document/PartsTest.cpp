@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -327,12 +326,6 @@ TEST(Diff, NamesTheFirstDifference) {
 }
 
 TEST(Diff, TellsMovesAndMemberships) {
-  // What is not finite is at its own place.
-  const OBJDocument odd = documentOf("v inf -inf nan\nv nan 1 2\nv 0 0 0\n");
-  DocumentDifference none, far;
-  ASSERT_TRUE(diff(odd, odd, none) && diff(odd, documentOf("v inf inf 0\nv nan 1 2\nv 0 0 9\n"), far));
-  EXPECT_EQ(none.moved, 0U);
-  EXPECT_TRUE(far.moved == 2 && far.greatestVertex == 0 && std::isinf(far.greatestMove)) << far.moved;
   const OBJDocument a = documentOf(
       "v 0 0 0\nv 1.0 0 0\nv 0 1 0\nvt 0 0\nvt 1 1\ng a b\ns off\nf 1/1 2/1 3/1\ng a\nf 2/1 1/1 3/1\nf 3 2 "
       "1\n");

@@ -1,4 +1,5 @@
 #include "smthgrp/Commands.h"
+#include "smthgrp/common/LastResort.h"
 #include "smthgrp/common/Manual.h"
 #include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/model/Completion.h"

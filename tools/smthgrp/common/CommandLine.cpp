@@ -24,30 +24,9 @@ bool isNegativeNumber(const std::string& word) {
   return *end == '\0';
 }
 
-constexpr const char* kNoMemory = "smthgrp: not enough memory\n";
-
-/// Says it with what memory there is: none is needed for what stands in the catch clause.
-int reportFailure(const char* message, int status) {
-  try {
-    tellFailure(message);
-  } catch (const std::bad_alloc&) {
-    std::fputs(kNoMemory, stderr);
-  }
+int reportFailure(const std::string& message, int status) {
+  tellFailure(message);
   return status;
-}
-
-/// A destructor may ask for memory as well: a library's, such as that of a JSON value, does.
-[[noreturn]] void endForWantOfMemory() {
-  try {
-    if (const std::exception_ptr failure = std::current_exception()) std::rethrow_exception(failure);
-  } catch (const std::bad_alloc&) {
-    WavefrontOBJ::Output::removeTemporaries();
-    std::fputs(kNoMemory, stderr);
-    std::_Exit(kDataError);
-  } catch (...) {
-    std::abort();
-  }
-  std::abort();
 }
 
 constexpr std::size_t kHelpColumns = 80;
@@ -168,7 +147,7 @@ std::string CommandLine::complaint(const CLI::ParseError& error) const {
   return text + (text.ends_with('?') ? " See " : "; see ") + name + " --help";
 }
 
-int CommandLine::run(int argc, char** argv) {
+int CommandLine::parseAndRun(int argc, char** argv) {
   const auto hidden = argc > 1 ? hidden_.find(argv[1]) : hidden_.end();
   try {
     if (hidden != hidden_.end()) {
@@ -178,7 +157,7 @@ int CommandLine::run(int argc, char** argv) {
     }
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app_.exit(error);
-    throw Failure(complaint(error), kUsageError);
+    return reportFailure(complaint(error), kUsageError);
   }
   if (!work_) throw Failure("a command is needed; smthgrp --help lists them", kUsageError);
   int status = EXIT_SUCCESS;
@@ -191,13 +170,12 @@ int CommandLine::run(int argc, char** argv) {
   return status;
 }
 
-int exitStatusOf(const std::function<int()>& program) {
+int CommandLine::run(int argc, char** argv) {
   // A file size limit then fails the write instead of ending the process.
   std::signal(SIGXFSZ, SIG_IGN);
   WavefrontOBJ::Output::removeTemporariesOnSignals();
-  std::set_terminate(endForWantOfMemory);
   try {
-    return program();
+    return parseAndRun(argc, argv);
   } catch (const Failure& failure) {
     return reportFailure(failure.what(), failure.status());
   } catch (const std::bad_alloc&) {

@@ -38,23 +38,19 @@ class CommandLine {
     hidden_[name] = std::move(work);
   }
 
-  /// Takes in the words of main() and does what they ask for. Answers the exit status, or throws what
-  /// `exitStatusOf` reports.
+  /// Takes in the words of main() and does what they ask for. Answers the exit status.
   int run(int argc, char** argv);
 
  private:
   std::vector<std::string> parserWords(int argc, char** argv) const;
   std::string complaint(const CLI::ParseError& error) const;
+  int parseAndRun(int argc, char** argv);
 
   CLI::App app_;
   std::set<std::string> takesNumbers_;
   std::map<std::string, std::function<void(const std::vector<std::string>& words)>> hidden_;
   std::function<void()> work_;
 };
-
-/// The exit status of all that the program does. What it throws becomes a line on standard error, whatever
-/// memory is left, and the temporary files of its outputs do not outlive it.
-int exitStatusOf(const std::function<int()>& program);
 
 /// Prints the line of a Failure, for commands that go on with another file.
 void tellFailure(const std::string& message);
