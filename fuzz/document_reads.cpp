@@ -1,5 +1,6 @@
 // The input as a document: however it is read, and when what was written is read again, it is the same; no
-// index leads out of its table; what is asked of it is answered or refused.
+// index leads out of its table; what is asked of it is answered or refused. Behind the line "%%MTL" may stand
+// the text of "m.mtl", which the document may name.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -10,8 +11,10 @@
 
 #include "EveryPart.h"
 #include "Require.h"
+#include "ScratchFolder.h"
 #include "document/DocumentWriter.h"
 #include "document/Lint.h"
+#include "document/Materials.h"
 #include "document/OBJDocument.h"
 #include "document/Selection.h"
 #include "document/TextKind.h"
@@ -78,19 +81,50 @@ std::string textOf(const OBJDocument& document, const ElementLists& lists) {
   return sink.text;
 }
 
+/// What is read of the library lies in it, and asking twice is answered twice alike.
+void requireLibraries(const OBJDocument& document, std::string_view mtl) {
+  fuzz::writeFile(fuzz::scratchFolder() + "/m.mtl", mtl);
+  require(libraryPaths(document).size() == document.libraries().size(), "a path for each library");
+  MaterialLibrary library;
+  const Result read = readMaterialLibrary(fuzz::scratchFolder() + "/m.mtl", library);
+  require(read || read.status == Status::notText, "a library of text can be read");
+  const auto exists = [&](std::size_t material) {
+    return material == MaterialLibrary::kNo || material < library.materials.size();
+  };
+  for (const MaterialLibrary::Texture& texture : library.textures) {
+    require(exists(texture.material) && !texturePath(library, texture).empty(), "textures are of materials");
+  }
+  for (const MaterialLibrary::Value& value : library.values) {
+    require(exists(value.material), "numbers are of materials");
+  }
+  Findings first, second;
+  require(static_cast<bool>(lint(document, {}, first)) && static_cast<bool>(lint(document, {}, second)),
+          "libraries can be looked through");
+  for (std::size_t k = 0; k < kFindingKindCount; ++k) {
+    const auto kind = static_cast<FindingKind>(k);
+    require(first.count(kind) == second.count(kind), "the same findings");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
+  constexpr std::string_view kSeparator = "\n%%MTL\n";
+  const std::string_view input(reinterpret_cast<const char*>(data), size);
+  const std::size_t separator = input.find(kSeparator);
+  const std::string text(input.substr(0, separator));
   OBJDocument document;
-  const Result result = document.readBytes(text, "input");
+  const Result result = document.readBytes(text, fuzz::scratchFolder() + "/input.obj");
   if (!result) {
     require(result.status == Status::notText, "text can be read");
     return 0;
   }
   requireSound(document);
+  if (separator != std::string_view::npos) {
+    requireLibraries(document, input.substr(separator + kSeparator.size()));
+  }
   DocumentReadOptions options;
   options.fastPath = false;
   for (const std::size_t windowBytes : {std::size_t{4096}, 1 + size % 13}) {

@@ -82,9 +82,16 @@ class Planner {
         if (Result result = takeTextures(path, folderPrefix(written)); !result) return result;
       } else if (!fs::path(libraries[i].text).is_absolute()) {
         std::error_code error;
-        const fs::path relative =
-            fs::relative(fs::canonical(path, error), fs::canonical(folderPath(folder_), error), error);
-        if (!error && !relative.empty()) written = relative.generic_string();
+        const fs::path from = fs::canonical(path, error);
+        const fs::path to = error ? fs::path() : fs::canonical(folderPath(folder_), error);
+        const fs::path relative = error ? fs::path() : from.lexically_relative(to);
+        if (!relative.empty()) {
+          written = relative.generic_string();
+        } else {
+          companions_.warnings.push_back(
+              path + ": where the material library lies from the new file cannot be told" +
+              (error ? " (" + error.message() + ")" : "") + "; its name stays as it is");
+        }
         if (written.find(' ') != std::string::npos && libraries[i].text.find(' ') == std::string::npos)
           companions_.warnings.push_back("mtllib " + written +
                                          ": some programs stop at blanks in the names of libraries");

@@ -57,6 +57,8 @@ void SinkBuffer::flush() {
 }
 
 void SinkBuffer::text(std::string_view text) {
+  // At the head of a file these bytes would be its byte order mark, and not the line's.
+  if (bytes_ == 0 && position_ == buffer_.get() && text.starts_with("\xEF\xBB\xBF")) this->text("\n");
   while (!text.empty()) {
     const std::size_t part = std::min(text.size(), kMaxReserve);
     char* const out = reserve(part);

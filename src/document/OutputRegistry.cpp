@@ -14,6 +14,8 @@
 namespace WavefrontOBJ {
 namespace {
 
+constexpr std::size_t kRoom = 256;
+
 std::atomic<OutputRegistry::Entry*> firstEntry{nullptr};
 
 extern "C" void removeAndDie(int signal) {
@@ -32,10 +34,12 @@ OutputRegistry::Entry* OutputRegistry::add(const std::string& path) {
     if (entry->capacity >= bytes && entry->inUse.compare_exchange_strong(used, true)) break;
   }
   if (entry == nullptr) {
-    auto text = std::make_unique<char[]>(bytes);
+    // Names of temporary files differ in length; most fit into what any other left.
+    const std::size_t capacity = (bytes / kRoom + 1) * kRoom;
+    auto text = std::make_unique<char[]>(capacity);
     entry = new Entry;
     entry->inUse = true;
-    entry->capacity = bytes;
+    entry->capacity = capacity;
     entry->path = text.release();
     entry->next = firstEntry.load();
     while (!firstEntry.compare_exchange_weak(entry->next, entry)) {

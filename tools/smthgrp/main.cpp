@@ -1,4 +1,5 @@
 #include "smthgrp/Commands.h"
+#include "smthgrp/common/LastResort.h"
 #include "smthgrp/common/Manual.h"
 #include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/model/Completion.h"
@@ -20,9 +21,7 @@ Exit status: 0 done; 1 a file cannot be read or written, or does not have what
 was asked for; 2 wrong usage; 3 warnings alone, of lint --strict.
 smthgrp COMMAND --help tells more about a command.)";
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   smthgrp::CommandLine line(kDescription, kFooter);
   smthgrp::PluginOptions plugin;
   smthgrp::addPluginOptions(line, plugin);
@@ -43,4 +42,10 @@ int main(int argc, char** argv) {
     for (const std::string& folder : words) smthgrp::writeManual(line.app(), folder);
   });
   return line.run(argc, argv);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return smthgrp::exitStatusOf([argc, argv] { return run(argc, argv); });
 }

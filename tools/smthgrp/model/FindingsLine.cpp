@@ -23,8 +23,15 @@ std::string findingsLine(const WavefrontOBJ::Findings& findings) {
   std::string text;
   if (leftOut > 0) text = counted(leftOut, "place") + " left out, ";
   if (doubted > 0) text += (leftOut > 0 ? std::to_string(doubted) : counted(doubted, "place")) + " doubted, ";
-  text += leftOut + doubted > 1 ? "the first in line " : "in line ";
-  return text + std::to_string(first->line) + ": " + std::string(rowOf(first->kind).text);
+  // A file that has gone meanwhile does not tell the line any more.
+  const std::string line = first->line > 0 ? " in line " + std::to_string(first->line) : "";
+  if (leftOut + doubted > 1) {
+    text += "the first" + line;
+  } else {
+    text.erase(text.size() - (line.empty() ? 2 : 1));
+    text += line;
+  }
+  return text + ": " + std::string(rowOf(first->kind).text);
 }
 
 }  // namespace smthgrp

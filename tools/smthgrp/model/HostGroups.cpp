@@ -51,7 +51,8 @@ std::string readAll(int file) {
   for (;;) {
     const ssize_t got = read(file, chunk, sizeof chunk);
     if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return text;
+    if (got < 0) throw systemFailure("reading");
+    if (got == 0) return text;
     text.append(chunk, static_cast<std::size_t>(got));
   }
 }
@@ -119,9 +120,15 @@ HostGroups hostGroups(const PluginOptions& plugin, const OBJDocument& document) 
   if (child == 0) loadAndEnd(plugin, path, ends[1]);
   close(ends[1]);
   if (child < 0) throw systemFailure(path);
-  const std::string text = readAll(from);
+  std::string text;
+  try {
+    text = readAll(from);
+  } catch (const Failure& failure) {
+    host.error = failure.what();
+  }
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+  if (!host.error.empty()) return host;
   if (!WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS) {
     host.error = reasonOf(text, path);
     if (host.error.empty()) host.error = "the library stopped";
