@@ -1,0 +1,94 @@
+// A read of pieces that several threads have read ahead.
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include "document/DocumentPieces.h"
+#include "document/DocumentReader.h"
+
+namespace WavefrontOBJ {
+namespace {
+
+constexpr std::size_t kMostPieceBytes = std::size_t{16} << 20;
+
+}  // namespace
+
+/// Reads from `offset` on, and moves it on to what is left to one thread, for want of others or of places to
+/// cut at: to the file's end as a rule.
+Result DocumentReader::readPieces(std::uint64_t& offset) {
+  const std::size_t bytes = std::clamp<std::size_t>(options_.windowBytes, 1, kMostPieceBytes);
+  DocumentPieces pieces(document_.source_, offset, bytes, options_.placesPerKind, document_.threads_);
+  if (!pieces.anyHelpers()) return {};
+  for (std::uint64_t i = 0; i < pieces.count(); ++i) {
+    const DocumentPiece& piece = pieces.next();
+    if (piece.outcome() == DocumentPiece::Outcome::outOfMemory) throw std::bad_alloc();
+    if (piece.outcome() == DocumentPiece::Outcome::failed) return piece.failure();
+    isWhole_ = piece.outcome() == DocumentPiece::Outcome::read;
+    if (!isWhole_) break;
+    base_ = begin_ = piece.begin();
+    end_ = piece.end();
+    windowOffset_ = piece.offset();
+    Result result = beginWindow();
+    if (!result) return result;
+    join(piece);
+    offset = offsetOf(end_);
+  }
+  begin_ = end_ = nullptr;
+  return {};
+}
+
+/// Takes in a piece, which is the window.
+void DocumentReader::join(const DocumentPiece& piece) {
+  for (std::size_t kind = 0; kind < PlainLines::kKinds; ++kind) {
+    // Faces that name what is not there yet, or never: one by one.
+    if (piece.plain().needs()[kind] > document_.vectors_[kind].size()) return takeLines();
+  }
+  const std::uint64_t firstLine = lineNumber_;
+  DocumentPiece::Counts done;
+  std::size_t nextReturn = 0;
+  for (const DocumentPiece::LeftLine& left : piece.leftLines()) {
+    joinTables(piece, done, left.before);
+    addReturns(piece.plain(), firstLine, offsetOf(left.begin), nextReturn);
+    lineNumber_ = firstLine + left.line;
+    if (left.isGroup) {
+      takePlainGroup(left.begin, left.end);
+    } else {
+      takeLine(left.begin, left.end, left.next);
+    }
+  }
+  joinTables(piece, done, piece.counts());
+  addReturns(piece.plain(), firstLine, std::numeric_limits<std::uint64_t>::max(), nextReturn);
+  lineNumber_ = firstLine + piece.lineCount();
+}
+
+/// Takes in the plain lines of a piece from `done` up to `end`, which `done` becomes.
+void DocumentReader::joinTables(const DocumentPiece& piece, DocumentPiece::Counts& done,
+                                const DocumentPiece::Counts& end) {
+  for (std::size_t kind = 0; kind < PlainLines::kKinds; ++kind) {
+    const std::size_t count = end.vectors[kind] - done.vectors[kind];
+    document_.vectors_[kind].append(piece.vectors()[kind].data() + done.vectors[kind], count);
+    anyStatement_ |= count > 0;
+  }
+  if (end.faces > done.faces) {
+    ElementTable& faces = document_.elements_[static_cast<std::size_t>(ElementKind::face)];
+    enterState(faces, faces.size());
+    faces.append(piece.faces(), done.faces, end.faces);
+    anyStatement_ = true;
+  }
+  done = end;
+}
+
+/// Finds the carriage returns of plain lines before the place `end`; `next` counts those that were.
+/// `firstLine` is the number of the line that has number 0 there.
+void DocumentReader::addReturns(const PlainLines& lines, std::uint64_t firstLine, std::uint64_t end,
+                                std::size_t& next) {
+  const auto& places = lines.returns();
+  for (; next < places.size() && places[next].offset < end; ++next) {
+    document_.findings_.add(FindingKind::carriageReturn, firstLine + places[next].line, 0,
+                            places[next].offset, {});
+  }
+  if (next == places.size() && lines.returnCount() > next && end == std::numeric_limits<std::uint64_t>::max())
+    document_.findings_.addUncounted(FindingKind::carriageReturn, lines.returnCount() - next);
+}
+
+}  // namespace WavefrontOBJ
