@@ -126,17 +126,16 @@ Result DocumentReader::fill(std::uint64_t offset) {
   // Something that ends every scan.
   base[held + bytes] = '\n';
   isWhole_ = windowOffset_ + held + bytes == size;
-  return beginWindow();
+  return beginWindow(true);
 }
 
 /// To be called when the window shows another text.
-Result DocumentReader::beginWindow() {
+Result DocumentReader::beginWindow(bool callingThread) {
   const std::uint64_t size = document_.source_.size();
-  if (options_.fastPath) plain_.setText(begin_, end_, windowOffset_);
   if (document_.lineMarks_.empty() || windowOffset_ - document_.lineMarks_.back().offset >= kMarkBytes) {
     document_.lineMarks_.push_back({windowOffset_, lineNumber_});
   }
-  if (options_.progress && size > 0 &&
+  if (callingThread && options_.progress && size > 0 &&
       !options_.progress(static_cast<double>(windowOffset_) / static_cast<double>(size))) {
     return {Status::cancelled, document_.source_.name() + ": cancelled"};
   }
@@ -186,6 +185,7 @@ Result DocumentReader::read() {
 
 /// Takes the lines of the window that are whole.
 void DocumentReader::takeLines() {
+  if (options_.fastPath) plain_.setText(begin_, end_, windowOffset_);
   for (;;) {
     if (options_.fastPath) takePlainLines();
     const char* const lineEnd = logicalLineEnd(begin_, end_);

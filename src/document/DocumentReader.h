@@ -20,7 +20,7 @@ namespace WavefrontOBJ {
 ///
 /// Every line can be read by the exact path, which walks through its words. Plain vertex and face lines take
 /// a fast path, `PlainLines`. Of large sources it is done ahead, piece by piece on several threads
-/// (`DocumentPieces`), and only joined here.
+/// (`DocumentPiece`), and only joined here.
 class DocumentReader {
  public:
   DocumentReader(OBJDocument& document, const DocumentReadOptions& options);
@@ -48,7 +48,7 @@ class DocumentReader {
 
   // The window.
   Result fill(std::uint64_t offset);
-  Result beginWindow();
+  Result beginWindow(bool callingThread);
   std::uint64_t offsetOf(const char* text) const {
     return windowOffset_ + static_cast<std::uint64_t>(text - base_);
   }

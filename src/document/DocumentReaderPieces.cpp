@@ -1,10 +1,13 @@
 // A read of pieces that several threads have read ahead.
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <new>
 
-#include "document/DocumentPieces.h"
+#include "document/DocumentPiece.h"
 #include "document/DocumentReader.h"
+#include "document/Helpers.h"
+#include "document/Turns.h"
 
 namespace WavefrontOBJ {
 namespace {
@@ -14,27 +17,57 @@ constexpr std::size_t kMostPieceBytes = std::size_t{16} << 20;
 }  // namespace
 
 /// Reads from `offset` on, and moves it on to what is left to one thread, for want of others or of places to
-/// cut at: to the file's end as a rule.
+/// cut at: to the file's end as a rule. Threads read pieces side by side and take them in one by one.
 Result DocumentReader::readPieces(std::uint64_t& offset) {
+  const Source& source = document_.source_;
   const std::size_t bytes = std::clamp<std::size_t>(options_.windowBytes, 1, kMostPieceBytes);
-  DocumentPieces pieces(document_.source_, offset, bytes, options_.placesPerKind, document_.threads_);
-  if (!pieces.anyHelpers()) return {};
-  for (std::uint64_t i = 0; i < pieces.count(); ++i) {
-    const DocumentPiece& piece = pieces.next();
+  const std::uint64_t first = offset;
+  const std::uint64_t count = (source.size() + bytes - 1) / bytes;
+  if (count == 0) return {};
+  Turns turns(count);
+  Result result;
+  std::exception_ptr thrown;
+  // False when the pieces end here. Called in turns.
+  const auto take = [&](const DocumentPiece& piece, bool callingThread) {
+    result = piece.failure();
     if (piece.outcome() == DocumentPiece::Outcome::outOfMemory) throw std::bad_alloc();
-    if (piece.outcome() == DocumentPiece::Outcome::failed) return piece.failure();
     isWhole_ = piece.outcome() == DocumentPiece::Outcome::read;
-    if (!isWhole_) break;
+    if (!isWhole_) return false;
     base_ = begin_ = piece.begin();
     end_ = piece.end();
     windowOffset_ = piece.offset();
-    Result result = beginWindow();
-    if (!result) return result;
+    result = beginWindow(callingThread);
+    if (!result) return false;
     join(piece);
     offset = offsetOf(end_);
+    return true;
+  };
+  const auto work = [&](bool callingThread) {
+    DocumentPiece piece(source, bytes, options_.placesPerKind);
+    std::uint64_t number = 0;
+    for (bool any = callingThread || turns.begin(number); any; any = turns.begin(number)) {
+      piece.read(number, first);
+      if (!turns.await(number)) return;
+      bool goesOn = false;
+      try {
+        goesOn = take(piece, callingThread);
+      } catch (...) {
+        thrown = std::current_exception();
+      }
+      if (!goesOn) return turns.stop();
+      turns.end();
+    }
+  };
+  {
+    Helpers helpers;
+    helpers.start(static_cast<unsigned>(std::min<std::uint64_t>(document_.threads_, count)) - 1,
+                  [&] { work(false); });
+    if (!helpers.any()) return {};
+    work(true);
   }
+  if (thrown) std::rethrow_exception(thrown);
   begin_ = end_ = nullptr;
-  return {};
+  return result;
 }
 
 /// Takes in a piece, which is the window.
