@@ -14,7 +14,7 @@ void addThreads(CommandLine& line) {
   line.app()
       .add_option_function<unsigned>(
           "--threads", [](unsigned threads) { KSmthGrpImpt_SetThreads(threads); },
-          "Threads that read large models at most, 1 to 64; by\ndefault one for each processor, up to 8")
+          "Threads that read large models at most, 1 to 64; by default one for each processor, up to 8")
       ->type_name("COUNT")
       ->check(CLI::Range(1U, 64U).description(""));
 }
