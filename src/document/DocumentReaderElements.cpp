@@ -214,7 +214,7 @@ std::int32_t DocumentReader::currentSmoothing() {
   const auto next = static_cast<std::int32_t>(document_.smoothings_.size());
   if (smoothing_.off && offSmoothing_ == kNoIndex) offSmoothing_ = next;
   const std::int32_t index =
-      smoothing_.off ? offSmoothing_ : knownSmoothings_.emplace(smoothing_.number, next).first->second;
+      smoothing_.off ? offSmoothing_ : knownSmoothings_.try_emplace(smoothing_.number, next).first->second;
   if (index == next) document_.smoothings_.push_back(smoothing_);
   return index;
 }
@@ -231,7 +231,7 @@ std::uint32_t DocumentReader::currentState() {
     state.object = indexOfName(document_.objects_, knownObjects_, objectText_, objectOffset_);
   }
   const auto next = static_cast<std::uint32_t>(document_.states_.size());
-  const auto [position, isNew] = knownStates_.emplace(state, next);
+  const auto [position, isNew] = knownStates_.try_emplace(state, next);
   if (isNew) document_.states_.push_back(state);
   state_ = position->second;
   stateIsNew_ = groupIsEmpty_ = false;

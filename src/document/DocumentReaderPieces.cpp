@@ -77,24 +77,35 @@ void DocumentReader::join(const DocumentPiece& piece) {
     if (piece.plain().needs()[kind] > document_.vectors_[kind].size()) return takeLines();
   }
   const std::uint64_t firstLine = lineNumber_;
+  ElementTable& faces = document_.elements_[static_cast<std::size_t>(ElementKind::face)];
   DocumentPiece::Counts done;
+  std::uint32_t entered = 0;
+  // Group lines can be many: what lies between them is taken in at once, their states beforehand.
+  const auto enterUpTo = [&](std::uint32_t end) {
+    if (end > entered) enterState(faces, faces.size() + (entered - done.faces));
+    entered = end;
+  };
   std::size_t nextReturn = 0;
   for (const DocumentPiece::LeftLine& left : piece.leftLines()) {
-    joinTables(piece, done, left.before);
+    enterUpTo(left.before.faces);
     addReturns(piece.plain(), firstLine, offsetOf(left.begin), nextReturn);
     lineNumber_ = firstLine + left.line;
     if (left.isGroup) {
       takePlainGroup(left.begin, left.end);
     } else {
+      joinTables(piece, done, left.before);
       takeLine(left.begin, left.end, left.next);
     }
   }
-  joinTables(piece, done, piece.counts());
+  const DocumentPiece::Counts all = piece.counts();
+  enterUpTo(all.faces);
+  joinTables(piece, done, all);
   addReturns(piece.plain(), firstLine, std::numeric_limits<std::uint64_t>::max(), nextReturn);
   lineNumber_ = firstLine + piece.lineCount();
 }
 
-/// Takes in the plain lines of a piece from `done` up to `end`, which `done` becomes.
+/// Takes in the plain lines of a piece from `done` up to `end`, which `done` becomes; faces without their
+/// states.
 void DocumentReader::joinTables(const DocumentPiece& piece, DocumentPiece::Counts& done,
                                 const DocumentPiece::Counts& end) {
   for (std::size_t kind = 0; kind < PlainLines::kKinds; ++kind) {
@@ -102,12 +113,9 @@ void DocumentReader::joinTables(const DocumentPiece& piece, DocumentPiece::Count
     document_.vectors_[kind].append(piece.vectors()[kind].data() + done.vectors[kind], count);
     anyStatement_ |= count > 0;
   }
-  if (end.faces > done.faces) {
-    ElementTable& faces = document_.elements_[static_cast<std::size_t>(ElementKind::face)];
-    enterState(faces, faces.size());
-    faces.append(piece.faces(), done.faces, end.faces);
-    anyStatement_ = true;
-  }
+  document_.elements_[static_cast<std::size_t>(ElementKind::face)].append(piece.faces(), done.faces,
+                                                                          end.faces);
+  anyStatement_ |= end.faces > done.faces;
   done = end;
 }
 
