@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Benches.h"
 #include "document/DocumentWriter.h"
@@ -29,16 +30,36 @@ struct CountingSink : Sink {
   }
 };
 
-void readDocument(benchmark::State& state, SheetFiles& files, Results& results) {
+/// 0 threads: as many as there are.
+void readDocument(benchmark::State& state, const std::string& name, unsigned threads, SheetFiles& files,
+                  Results& results) {
   const SheetFile& file = files.get(kComparedSheet);
+  DocumentReadOptions options;
+  options.threads = threads;
   OBJDocument document;
   measure(
-      state, "load/document", results, {file.shape.faceCount(), file.bytes},
-      [&] { return static_cast<bool>(document.read(file.path)); },
+      state, name, results, {file.shape.faceCount(), file.bytes},
+      [&] { return static_cast<bool>(document.read(file.path, options)); },
       [&] {
         if (document.faces().size() != file.shape.faceCount()) state.SkipWithError("faces are missing");
         document = OBJDocument();
       });
+}
+
+void parsePositions(benchmark::State& state, const std::string& name, unsigned threads, SheetFiles& files,
+                    Results& results) {
+  const SheetFile& file = files.get(kComparedSheet);
+  DocumentReadOptions options;
+  options.threads = threads;
+  OBJDocument document;
+  if (!document.read(file.path, options)) state.SkipWithError("the sheet cannot be read");
+  measure(
+      state, name, results, {file.shape.faceCount(), 0},
+      [&] {
+        std::vector<double> positions;
+        return static_cast<bool>(document.positions(positions));
+      },
+      [] {});
 }
 
 /// Measures `write(document)`, which answers the bytes written, 0 on failure.
@@ -106,7 +127,15 @@ void addDocumentBenches(SheetFiles& files, Results& results) {
         ->UseManualTime()
         ->Unit(benchmark::kMillisecond);
   };
-  add("load/document", 5, [&](benchmark::State& state) { readDocument(state, files, results); });
+  const auto addWithThreads = [&](const std::string& name, auto function) {
+    for (const unsigned threads : {1U, 0U}) {
+      const std::string full = threads == 1 ? name : name + "_threads";
+      add(full.c_str(), 5,
+          [=, &files, &results](benchmark::State& state) { function(state, full, threads, files, results); });
+    }
+  };
+  addWithThreads("load/document", readDocument);
+  addWithThreads("document/positions", parsePositions);
   add("export/document", 5, [&](benchmark::State& state) {
     writeDocument(state, "export/document", files.get(kComparedSheet), results,
                   [](const OBJDocument& document) {

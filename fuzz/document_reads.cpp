@@ -127,8 +127,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   DocumentReadOptions options;
   options.fastPath = false;
-  for (const std::size_t windowBytes : {std::size_t{4096}, 1 + size % 13}) {
+  for (const std::size_t windowBytes : {std::size_t{4096}, 1 + size % 13, 1 + size % 61}) {
     options.windowBytes = windowBytes;
+    // One thread, one thread, three.
+    options.threads = windowBytes == 1 + size % 61 ? 3 : 1;
+    options.threadBytes = 0;
     OBJDocument other;
     require(static_cast<bool>(other.readBytes(text, "input", options)), "every way of reading succeeds");
     requireEqual(document, other, true);

@@ -6,6 +6,7 @@
 #include "Document.h"
 #include "KSmthVersion.h"
 #include "Psd.h"
+#include "plugin/CallLimits.h"
 
 namespace ksmthgrp {
 
@@ -232,6 +233,13 @@ strict=True the first of them is an error. Numbers are parsed when they are aske
 
 Raises NotFoundError or FileError when the file cannot be read, FormatError when it is no text, is too large
 or, with strict=True, has something wrong; MemoryError. Ctrl-C stops it.)");
+  module.def("set_threads", &KSmthGrpImpt_SetThreads, py::arg("count"),
+             R"(set_threads(count)
+--
+
+Sets on how many threads, the calling one included, files from 16 MB are read and their numbers parsed at most,
+and answers what was set before. 0, the default, stands for the number in the environment's KSMTH_THREADS, or
+without one for one thread for each processor, up to 8. What comes out does not depend on it.)");
   addWriting(module, document);
   addArrays(module);
   addPsd(module);

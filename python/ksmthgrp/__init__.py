@@ -27,14 +27,14 @@ ksmthgrp.psd reads and writes Photoshop documents. ksmthgrp.__version__ is the l
 
 from . import psd
 from ._arrays import from_arrays, write_arrays
-from ._ksmthgrp import Document, __version__, diff, merge, read, written_names
+from ._ksmthgrp import Document, __version__, diff, merge, read, set_threads, written_names
 from ._types import (Border, Change, Counts, Difference, Error, FileError, Finding, FormatError, Material,
                      Membership, MergeReport, NotFoundError)
 
 __all__ = [
     "Border", "Change", "Counts", "Difference", "Document", "Error", "FileError", "Finding", "FormatError",
     "Material", "Membership", "MergeReport", "NotFoundError", "diff", "from_arrays", "merge", "psd", "read",
-    "write_arrays", "written_names",
+    "set_threads", "write_arrays", "written_names",
 ]
 
 for _name in __all__:

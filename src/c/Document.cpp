@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "ThreadCount.h"
 #include "c/Answers.h"
 #include "c/Arguments.h"
 #include "c/DocumentLists.h"
@@ -72,6 +73,10 @@ KSmthDocument* open(const KSmthReadOptions& options, const KSmthCallbacks* callb
 }
 
 }  // namespace
+
+uint32_t ksmth_set_threads(uint32_t threads) {
+  return setThreads(threads);
+}
 
 KSmthStatus ksmth_document_open(const char* path, const KSmthReadOptions* options,
                                 const KSmthCallbacks* callbacks, KSmthDocument** document) {

@@ -59,7 +59,10 @@ bool hasUpperCase(const char* begin, const char* end) {
 }  // namespace
 
 DocumentReader::DocumentReader(OBJDocument& document, const DocumentReadOptions& options)
-    : document_(document), options_(options), takeCorners_(&DocumentReader::takeFastCorners<true, true>) {
+    : document_(document),
+      options_(options),
+      plain_(document.vectors_, document.elements_[static_cast<std::size_t>(ElementKind::face)],
+             PlainLines::Before::nothing, options.placesPerKind) {
   std::fill(std::begin(firstForward_), std::end(firstForward_), std::numeric_limits<std::uint32_t>::max());
 }
 
@@ -122,15 +125,20 @@ Result DocumentReader::fill(std::uint64_t offset) {
   end_ += bytes;
   // Something that ends every scan.
   base[held + bytes] = '\n';
-  atFileEnd_ = windowOffset_ + held + bytes == size;
+  isWhole_ = windowOffset_ + held + bytes == size;
+  return beginWindow(true);
+}
+
+/// To be called when the window shows another text.
+Result DocumentReader::beginWindow(bool callingThread) {
+  const std::uint64_t size = document_.source_.size();
   if (document_.lineMarks_.empty() || windowOffset_ - document_.lineMarks_.back().offset >= kMarkBytes) {
     document_.lineMarks_.push_back({windowOffset_, lineNumber_});
   }
-  if (options_.progress && size > 0 &&
+  if (callingThread && options_.progress && size > 0 &&
       !options_.progress(static_cast<double>(windowOffset_) / static_cast<double>(size))) {
     return {Status::cancelled, document_.source_.name() + ": cancelled"};
   }
-  prepareFast();
   return checkLimits();
 }
 
@@ -157,28 +165,66 @@ Result DocumentReader::read() {
   }
   const bool mark = head.starts_with("\xEF\xBB\xBF");
   if (mark) document_.findings_.add(FindingKind::byteOrderMark, 1, 0, 0, {});
-  result = fill(mark ? 3 : 0);
-  if (!result) return result;
-  for (;;) {
-    if (options_.fastPath) takeFastLines();
-    if (begin_ == end_ && atFileEnd_) break;
-    const char* const lineEnd = logicalLineEnd(begin_, end_);
-    // A carriage return that stands last may have a line feed behind it.
-    if (!atFileEnd_ && end_ - lineEnd < 2) {
-      result = fill(offsetOf(begin_));
-      if (!result) return result;
-      continue;
-    }
-    const char* const next = behindLineEnd(lineEnd, end_);
-    takeLine(begin_, lineEnd, next);
-    lineNumber_ += countLineEnds(begin_, next);
-    begin_ = next;
+  std::uint64_t offset = mark ? 3 : 0;
+  if (document_.threads_ > 1) {
+    result = readPieces(offset);
+    if (!result) return result;
+  }
+  while (begin_ != end_ || !isWhole_) {
+    result = fill(offset);
+    if (!result) return result;
+    takeLines();
+    offset = offsetOf(begin_);
   }
   if (groupIsEmpty_) document_.emptyGroups_.push_back(groupOffset_);
   for (const ElementKind element : {ElementKind::face, ElementKind::line, ElementKind::point}) {
     checkForwardReferences(element);
   }
   return checkLimits();
+}
+
+/// Takes the lines of the window that are whole.
+void DocumentReader::takeLines() {
+  if (options_.fastPath) plain_.setText(begin_, end_, windowOffset_);
+  for (;;) {
+    if (options_.fastPath) takePlainLines();
+    const char* const lineEnd = logicalLineEnd(begin_, end_);
+    // A carriage return that stands last may have a line feed behind it.
+    if (begin_ == end_ || (!isWhole_ && end_ - lineEnd < 2)) return;
+    const char* const next = behindLineEnd(lineEnd, end_);
+    takeLine(begin_, lineEnd, next);
+    lineNumber_ += countLineEnds(begin_, next);
+    begin_ = next;
+  }
+}
+
+void DocumentReader::takePlainLines() {
+  ElementTable& faces = document_.elements_[static_cast<std::size_t>(ElementKind::face)];
+  for (;;) {
+    const std::uint32_t before = faces.size();
+    begin_ = plain_.take(begin_, lineNumber_);
+    anyStatement_ |= plain_.anyTaken();
+    if (faces.size() > before) enterState(faces, before);
+    if (plain_.returnCount() > 0) {
+      std::size_t next = 0;
+      addReturns(plain_, 0, std::numeric_limits<std::uint64_t>::max(), next);
+      plain_.forget();
+    }
+    const char* const nameEnd = plain_.groupEnd(begin_);
+    if (nameEnd == nullptr) return;
+    takePlainGroup(begin_, nameEnd);
+    begin_ = behindLineEnd(nameEnd, end_);
+    ++lineNumber_;
+  }
+}
+
+/// Takes a line of one name in plain letters.
+void DocumentReader::takePlainGroup(const char* line, const char* nameEnd) {
+  anyStatement_ = true;
+  line_ = line;
+  groupText_.assign(line + 2, nameEnd);
+  beginGroups();
+  if (*nameEnd == '\r') findLine(FindingKind::carriageReturn);
 }
 
 /// Reads [begin, end), whose line end reaches to `next`.

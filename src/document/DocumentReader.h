@@ -9,16 +9,18 @@
 #include <unordered_set>
 #include <vector>
 
+#include "document/DocumentPiece.h"
 #include "document/LogicalLine.h"
 #include "document/OBJDocument.h"
-#include "obj/text/DigitScan.h"
+#include "document/PlainLines.h"
 
 namespace WavefrontOBJ {
 
 /// One read of a source into a document: the state between lines and the work on each kind of line.
 ///
 /// Every line can be read by the exact path, which walks through its words. Plain vertex and face lines take
-/// a fast path; it either takes in the whole line, with the same outcome, or leaves everything as it was.
+/// a fast path, `PlainLines`. Of large sources it is done ahead, piece by piece on several threads
+/// (`DocumentPiece`), and only joined here.
 class DocumentReader {
  public:
   DocumentReader(OBJDocument& document, const DocumentReadOptions& options);
@@ -43,25 +45,26 @@ class DocumentReader {
   using ByText = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
   /// Names of one division that have an index.
   using KnownNames = ByText<std::int32_t>;
-  /// Corners of which the fast path knows how to take a face.
-  static constexpr std::uint32_t kFastCorners = 16;
 
   // The window.
   Result fill(std::uint64_t offset);
+  Result beginWindow(bool callingThread);
   std::uint64_t offsetOf(const char* text) const {
     return windowOffset_ + static_cast<std::uint64_t>(text - base_);
   }
   Result checkLimits() const;
 
-  // Fast path, in DocumentReaderFast.cpp.
-  void prepareFast();
-  void takeFastLines();
-  bool takeFastLine(const char* line, const char* lineFeed);
-  bool takeFastFace(const char* line, const char* end);
-  bool takeFastGroup(const char* line, const char* end);
-  template <bool kTexture, bool kNormal>
-  bool takeFastCorners(const char* line, const char* text, const char* end);
-  using TakeCorners = bool (DocumentReader::*)(const char* line, const char* text, const char* end);
+  void takeLines();
+
+  // Fast path.
+  void takePlainLines();
+  void takePlainGroup(const char* line, const char* nameEnd);
+  void addReturns(const PlainLines& lines, std::uint64_t firstLine, std::uint64_t end, std::size_t& next);
+
+  // Pieces that others have read, in DocumentReaderPieces.cpp.
+  Result readPieces(std::uint64_t& offset);
+  void join(const DocumentPiece& piece);
+  void joinTables(const DocumentPiece& piece, DocumentPiece::Counts& done, const DocumentPiece::Counts& end);
 
   // Exact path.
   void takeLine(const char* begin, const char* end, const char* next);
@@ -83,7 +86,7 @@ class DocumentReader {
   IndexOutcome resolve(std::string_view text, VectorKind kind, std::int32_t& index);
   void doubtIndex(IndexOutcome outcome, std::string_view text);
   void doubtCorners(ElementKind kind);
-  void addRow(ElementTable& table, std::uint64_t offset, std::uint32_t count);
+  void enterState(ElementTable& table, std::uint32_t first);
   void add(ElementKind kind, std::uint64_t offset, const Corner* corners, std::uint32_t count, bool textures,
            bool normals);
   static void appendColumn(PlainArray<std::int32_t>& column, std::size_t before, const std::int32_t* first,
@@ -107,13 +110,9 @@ class DocumentReader {
   const char* begin_ = nullptr;  ///< first byte not yet taken
   const char* end_ = nullptr;
   std::uint64_t windowOffset_ = 0;  ///< of `base_`
-  bool atFileEnd_ = false;
+  bool isWhole_ = false;            ///< the window ends with the file, or where a line surely does
 
-  const char* fastEnd_ = nullptr;  ///< behind the last line feed of the window
-  bool oddBytes_ = false;          ///< there is a control character other than a line feed before it
-  OBJDigitMap digits_;
-  bool digitsMade_ = false;  ///< `digits_` is of the window as it was last filled
-  TakeCorners takeCorners_;  ///< for the form of the last face
+  PlainLines plain_;
 
   // The line in work.
   const char* line_ = nullptr;

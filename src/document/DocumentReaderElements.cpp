@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
-#include <new>
 
 #include "document/DocumentReader.h"
 #include "obj/text/TokenStream.h"
@@ -160,17 +159,10 @@ void DocumentReader::appendColumn(PlainArray<std::int32_t>& column, std::size_t 
   column.extend(count);
 }
 
-/// Adds the row of an element with `count` corners, whose columns are the caller's work, in the state in
-/// force.
-void DocumentReader::addRow(ElementTable& table, std::uint64_t offset, std::uint32_t count) {
-  const std::size_t before = table.vertices_.size();
-  // Too many corners for their counts is too much memory for most machines.
-  if (before > std::numeric_limits<std::uint32_t>::max() - count) throw std::bad_alloc();
+/// The elements from `first` on have the state in force.
+void DocumentReader::enterState(ElementTable& table, std::uint32_t first) {
   const std::uint32_t state = stateIsNew_ ? currentState() : state_;
-  if (table.runs_.empty() || table.runs_.back().state != state) table.runs_.push_back({table.size(), state});
-  if (table.begins_.empty()) table.begins_.push_back(0);
-  table.begins_.push_back(static_cast<std::uint32_t>(before + count));
-  table.offsets_.push_back(offset);
+  if (table.runs_.empty() || table.runs_.back().state != state) table.runs_.push_back({first, state});
 }
 
 void DocumentReader::add(ElementKind kind, std::uint64_t offset, const Corner* corners, std::uint32_t count,
@@ -178,7 +170,8 @@ void DocumentReader::add(ElementKind kind, std::uint64_t offset, const Corner* c
   static_assert(sizeof(Corner) == 3 * sizeof(std::int32_t));
   ElementTable& table = document_.elements_[static_cast<std::size_t>(kind)];
   const std::size_t before = table.vertices_.size();
-  addRow(table, offset, count);
+  enterState(table, table.size());
+  table.addRow(offset, count);
   appendColumn(table.vertices_, before, &corners->vertex, count);
   if (textures || !table.textures_.empty()) appendColumn(table.textures_, before, &corners->texture, count);
   if (normals || !table.normals_.empty()) appendColumn(table.normals_, before, &corners->normal, count);
@@ -221,7 +214,7 @@ std::int32_t DocumentReader::currentSmoothing() {
   const auto next = static_cast<std::int32_t>(document_.smoothings_.size());
   if (smoothing_.off && offSmoothing_ == kNoIndex) offSmoothing_ = next;
   const std::int32_t index =
-      smoothing_.off ? offSmoothing_ : knownSmoothings_.emplace(smoothing_.number, next).first->second;
+      smoothing_.off ? offSmoothing_ : knownSmoothings_.try_emplace(smoothing_.number, next).first->second;
   if (index == next) document_.smoothings_.push_back(smoothing_);
   return index;
 }
@@ -238,7 +231,7 @@ std::uint32_t DocumentReader::currentState() {
     state.object = indexOfName(document_.objects_, knownObjects_, objectText_, objectOffset_);
   }
   const auto next = static_cast<std::uint32_t>(document_.states_.size());
-  const auto [position, isNew] = knownStates_.emplace(state, next);
+  const auto [position, isNew] = knownStates_.try_emplace(state, next);
   if (isNew) document_.states_.push_back(state);
   state_ = position->second;
   stateIsNew_ = groupIsEmpty_ = false;

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <new>
 #include <span>
 
 #include "KSmthExport.h"
@@ -61,10 +64,28 @@ class KSMTH_API ElementTable {
   std::size_t memoryBytes() const;
 
  private:
+  friend class DocumentPiece;
   friend class DocumentReader;
   friend class OBJDocument;
+  friend class PlainLines;
 
+  /// Adds the row of an element with `count` corners, whose columns are the caller's work.
+  void addRow(std::uint64_t offset, std::uint32_t count) {
+    const std::size_t before = vertices_.size();
+    requireRoom(before, count);
+    if (begins_.empty()) begins_.push_back(0);
+    begins_.push_back(static_cast<std::uint32_t>(before + count));
+    offsets_.push_back(offset);
+  }
+  /// Adds the elements [first, end) of `other` without their states.
+  void append(const ElementTable& other, std::uint32_t first, std::uint32_t end);
+  /// Leaves none; memory is kept.
+  void clear();
   void shrink();
+  /// Too many corners for their counts is too much memory for most machines.
+  static void requireRoom(std::size_t corners, std::size_t more) {
+    if (corners > std::numeric_limits<std::uint32_t>::max() - more) throw std::bad_alloc();
+  }
 
   std::span<const std::int32_t> row(const PlainArray<std::int32_t>& column, std::uint32_t i) const {
     if (column.empty()) return {};

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "ThreadCount.h"
 #include "document/DocumentReader.h"
 #include "document/LineText.h"
 #include "document/LogicalLine.h"
@@ -33,6 +34,8 @@ Result OBJDocument::readBytes(std::string bytes, const std::string& name,
 Result OBJDocument::readSource(const DocumentReadOptions& options) {
   findings_ = Findings(options.placesPerKind);
   Result result;
+  if (options.fastPath && source_.size() >= options.threadBytes)
+    threads_ = options.threads != 0 ? options.threads : threadCount();
   try {
     result = DocumentReader(*this, options).read();
   } catch (const std::bad_alloc&) {

@@ -75,6 +75,8 @@ struct DocumentReadOptions {
   std::size_t placesPerKind = 100;        ///< places of each kind of finding that are kept
   bool fastPath = true;                   ///< take plain lines without looking at their words
   std::size_t windowBytes = 256U * 1024;  ///< bytes asked of the source at a time
+  unsigned threads = 0;                   ///< that read it, at most; 0: what `KSmthGrpImpt_SetThreads` says
+  std::uint64_t threadBytes = 16U << 20;  ///< a source of fewer is read on the calling thread alone
 };
 
 /// A Wavefront OBJ file as its author wrote it, by the format's published rules (Wavefront, "Object Files",
@@ -92,6 +94,9 @@ struct DocumentReadOptions {
 /// any number of groups; without a name it is "default", which is also the group of faces before the first
 /// "g". "usemtl" and "o" take the rest of their line as one name, which may be empty. Limits: 2^31 - 1 lines
 /// of each kind, 2^32 - 1 corners, 1 GiB a line (`Status::tooLarge`).
+///
+/// Large files are read, and their values parsed, on several threads, none of which outlives the call;
+/// `Progress` is called on the calling one. What comes out does not depend on their number.
 ///
 /// No function throws unless it says so. Const functions may run on several threads at a time.
 class KSMTH_API OBJDocument {
@@ -204,6 +209,7 @@ class KSMTH_API OBJDocument {
   PlainArray<std::uint64_t> comments_;
   PlainArray<std::uint64_t> emptyGroups_;
   std::size_t headComments_ = 0;
+  unsigned threads_ = 1;  ///< that it was read on, and values are parsed on
   PlainArray<LineMark> lineMarks_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <span>
@@ -51,6 +52,12 @@ class PlainArray {
   }
   /// Takes over `count` values that were written behind the last, into room that was reserved.
   void extend(std::size_t count) { size_ += count; }
+  void append(const T* values, std::size_t count) {
+    if (count == 0) return;
+    reserve(count);
+    std::memcpy(data_ + size_, values, count * sizeof(T));
+    size_ += count;
+  }
   void resize(std::size_t size, T value) {
     if (size > size_) reserve(size - size_);
     for (std::size_t i = size_; i < size; ++i) data_[i] = value;

@@ -29,16 +29,15 @@ class ProgressRange {
   double to_;
 };
 
-/// Calls `visit(index, line, words)` for each vertex line of `kind`, in order, with the words behind the
-/// keyword.
+/// Calls `visit(index, line, words)` for the vertex lines [first, end) of `kind`, in order, with the words
+/// behind the keyword.
 template <class Visit>
-Result forEachVector(const OBJDocument& document, VectorKind kind, const ProgressRange& progress,
-                     Visit visit) {
+Result forEachVector(const OBJDocument& document, VectorKind kind, std::uint32_t first, std::uint32_t end,
+                     const ProgressRange& progress, Visit visit) {
   LineText lines(document.source());
   const auto offsets = document.vectorOffsets(kind);
-  const std::uint32_t count = document.vectorCount(kind);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    if (!progress.at(i, count)) return {Status::cancelled, document.source().name() + ": cancelled"};
+  for (std::uint32_t i = first; i < end; ++i) {
+    if (!progress.at(i, end)) return {Status::cancelled, document.source().name() + ": cancelled"};
     std::string_view line;
     Result result = lines.fetch(offsets[i], line);
     if (!result) return result;
@@ -47,6 +46,11 @@ Result forEachVector(const OBJDocument& document, VectorKind kind, const Progres
     visit(i, line, words);
   }
   return {};
+}
+template <class Visit>
+Result forEachVector(const OBJDocument& document, VectorKind kind, const ProgressRange& progress,
+                     Visit visit) {
+  return forEachVector(document, kind, 0, document.vectorCount(kind), progress, visit);
 }
 
 }  // namespace WavefrontOBJ

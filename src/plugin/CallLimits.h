@@ -31,6 +31,15 @@ KSMTH_API size_t KSmthGrpImpt_SetTextLimit(size_t bytes);
  */
 KSMTH_API int KSmthGrpImpt_SetAssertionAnswers(int answers);
 
+/**
+ * Sets on how many threads, the calling one included, the library works at most where it uses several: for
+ * documents of large files (OBJDocument.h), from 16 MB. The calls themselves work on the calling thread. 0,
+ * the default, stands for the number in the environment's KSMTH_THREADS, or without one for one thread for
+ * each processor, up to 8. More than 64 are 64. Answers what was set before. May be called by several threads
+ * at once; work that has begun keeps its number.
+ */
+KSMTH_API unsigned KSmthGrpImpt_SetThreads(unsigned threads);
+
 #ifdef __cplusplus
 }
 #endif

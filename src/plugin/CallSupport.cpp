@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ThreadCount.h"
 #include "Utf8Cut.h"
 #include "plugin/CallLimits.h"
 
@@ -18,6 +19,10 @@ bool answersAssertions = false;
 
 size_t KSmthGrpImpt_SetTextLimit(size_t bytes) {
   return std::exchange(textLimit, bytes);
+}
+
+unsigned KSmthGrpImpt_SetThreads(unsigned threads) {
+  return setThreads(threads);
 }
 
 int KSmthGrpImpt_SetAssertionAnswers(int answers) {

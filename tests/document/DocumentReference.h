@@ -202,6 +202,61 @@ inline PlainFile plain(const WavefrontOBJ::OBJDocument& d) {
   return file;
 }
 
+inline std::string describeFindings(const WavefrontOBJ::Findings& findings) {
+  using namespace WavefrontOBJ;
+  std::string text;
+  for (const Finding& f : findings.kept()) {
+    text += std::string(rowOf(f.kind).code) + " " + std::to_string(f.line) + ":" + std::to_string(f.column) +
+            " @" + std::to_string(f.offset) + " " + f.text + "\n";
+  }
+  for (std::size_t k = 0; k < kFindingKindCount; ++k) {
+    text += std::to_string(findings.count(static_cast<FindingKind>(k))) + " ";
+  }
+  return text;
+}
+
+/// All that a read makes, with the places.
+inline std::string describe(const WavefrontOBJ::OBJDocument& d) {
+  using namespace WavefrontOBJ;
+  std::ostringstream text;
+  const auto list = [&text](const auto& values) {
+    for (const auto value : values) text << value << ' ';
+    text << '\n';
+  };
+  const auto names = [&text](const auto& rows) {
+    for (const auto& row : rows) text << row.text << '@' << row.offset << ' ';
+    text << '\n';
+  };
+  for (std::size_t k = 0; k < kVectorKinds; ++k) list(d.vectorOffsets(static_cast<VectorKind>(k)));
+  for (std::size_t k = 0; k < kElementKinds; ++k) {
+    const ElementTable& table = d.elements(static_cast<ElementKind>(k));
+    list(table.offsets());
+    list(table.rowStarts());
+    for (const auto column : {table.vertexColumn(), table.textureColumn(), table.normalColumn()})
+      list(column);
+    for (const StateRun& run : table.runs()) text << run.first << ':' << run.state << ' ';
+    for (const std::uint64_t offset : table.offsets()) {
+      std::uint64_t line = 0;
+      text << static_cast<bool>(d.lineNumber(offset, line)) << line << ' ';
+    }
+  }
+  for (const ElementState& state : d.states()) {
+    list(std::vector{state.groupSet, state.smoothing, state.material, state.object});
+    list(d.groupSet(state.groupSet));
+  }
+  names(d.groups());
+  names(d.materials());
+  names(d.objects());
+  names(d.libraries());
+  for (const OBJSmoothing& row : d.smoothings())
+    list(std::vector{row.number, std::uint64_t{row.off}, row.offset});
+  for (const OBJStatement& row : d.statements()) text << row.offset << static_cast<int>(row.kind) << ' ';
+  list(d.comments());
+  list(d.emptyGroups());
+  text << d.headCommentCount() << '\n';
+  return text.str() + describeFindings(d.findings());
+}
+
 /// OBJ files of other programs, and the examples.
 inline std::vector<std::string> realFiles() {
   std::vector<std::string> paths;

@@ -34,18 +34,6 @@ OBJDocument documentOf(const std::string& text, const DocumentReadOptions& optio
   return document;
 }
 
-std::string describeFindings(const Findings& findings) {
-  std::string text;
-  for (const Finding& f : findings.kept()) {
-    text += std::string(rowOf(f.kind).code) + " " + std::to_string(f.line) + ":" + std::to_string(f.column) +
-            " @" + std::to_string(f.offset) + " " + f.text + "\n";
-  }
-  for (std::size_t k = 0; k < kFindingKindCount; ++k) {
-    text += std::to_string(findings.count(static_cast<FindingKind>(k))) + " ";
-  }
-  return text;
-}
-
 std::string written(const OBJDocument& document, const ElementLists& lists,
                     const WriteOptions& options = {}) {
   DocumentWriter writer(document);
@@ -131,9 +119,15 @@ void check(const std::string& text) {
   tiny.windowBytes = 1 + text.size() % 7;
   for (const DocumentReadOptions& options : {exact, tiny}) {
     const OBJDocument other = documentOf(text, options);
-    ASSERT_TRUE(plain(other) == expected);
-    ASSERT_EQ(describeFindings(other.findings()), describeFindings(document.findings()));
+    ASSERT_EQ(describe(other), describe(document));
   }
+  DocumentReadOptions few;
+  few.placesPerKind = 2;
+  DocumentReadOptions pieces = few;
+  pieces.threads = 3;
+  pieces.threadBytes = 0;
+  pieces.windowBytes = 1 + text.size() % 61;
+  ASSERT_EQ(describe(documentOf(text, pieces)), describe(documentOf(text, few)));
   const std::string whole = written(document, ElementLists::all());
   const OBJDocument back = documentOf(whole);
   ASSERT_EQ(shapeOf(plain(back)), shapeOf(expected)) << whole;

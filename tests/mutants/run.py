@@ -31,7 +31,7 @@ ROOMS = {
     "obj": ["test_obj"],
     "plugin": ["test_plugin", "test_memory", "test_threads"],
     "host": ["test_host"],
-    "document": ["test_document"],
+    "document": ["test_document", "test_threads"],
     "parts": ["test_document", "smthgrp"],
     "fix": ["test_document"],
     "meshes": ["test_document"],

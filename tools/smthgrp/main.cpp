@@ -3,6 +3,7 @@
 #include "smthgrp/common/Manual.h"
 #include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/model/Completion.h"
+#include "smthgrp/model/ReadDocument.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ int run(int argc, char** argv) {
   smthgrp::PluginOptions plugin;
   smthgrp::addPluginOptions(line, plugin);
   smthgrp::addQuiet(line);
+  smthgrp::addThreads(line);
   smthgrp::addInfo(line, plugin);
   smthgrp::addLint(line);
   smthgrp::addExport(line, plugin);

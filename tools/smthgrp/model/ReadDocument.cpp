@@ -2,12 +2,22 @@
 
 #include <unistd.h>
 
+#include "plugin/CallLimits.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/ProgressBar.h"
 #include "smthgrp/common/ReadingNote.h"
 #include "smthgrp/model/FindingsLine.h"
 
 namespace smthgrp {
+
+void addThreads(CommandLine& line) {
+  line.app()
+      .add_option_function<unsigned>(
+          "--threads", [](unsigned threads) { KSmthGrpImpt_SetThreads(threads); },
+          "Threads that read large models at most, 1 to 64; by default one for each processor, up to 8")
+      ->type_name("COUNT")
+      ->check(CLI::Range(1U, 64U).description(""));
+}
 
 std::string inputName(const std::string& path) {
   return path == kStandardInput ? "standard input" : path;

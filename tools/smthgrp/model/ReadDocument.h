@@ -4,8 +4,12 @@
 #include <string>
 
 #include "document/OBJDocument.h"
+#include "smthgrp/common/CommandLine.h"
 
 namespace smthgrp {
+
+/// The option --threads of all commands.
+void addThreads(CommandLine& line);
 
 /// The path that stands for standard input.
 inline constexpr const char* kStandardInput = "-";
