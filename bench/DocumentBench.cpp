@@ -1,4 +1,4 @@
-// The document: reading, beside the loaders of LoadBench.cpp, and writing, beside Assimp's exporter.
+// The document: linting, and writing, beside Assimp's exporter.
 #include <assimp/scene.h>
 #include <assimp/Exporter.hpp>
 #include <assimp/Importer.hpp>
@@ -28,18 +28,6 @@ struct CountingSink : Sink {
     return {};
   }
 };
-
-void readDocument(benchmark::State& state, SheetFiles& files, Results& results) {
-  const SheetFile& file = files.get(kComparedSheet);
-  OBJDocument document;
-  measure(
-      state, "load/document", results, {file.shape.faceCount(), file.bytes},
-      [&] { return static_cast<bool>(document.read(file.path)); },
-      [&] {
-        if (document.faces().size() != file.shape.faceCount()) state.SkipWithError("faces are missing");
-        document = OBJDocument();
-      });
-}
 
 /// Measures `write(document)`, which answers the bytes written, 0 on failure.
 template <class Write>
@@ -106,7 +94,6 @@ void addDocumentBenches(SheetFiles& files, Results& results) {
         ->UseManualTime()
         ->Unit(benchmark::kMillisecond);
   };
-  add("load/document", 5, [&](benchmark::State& state) { readDocument(state, files, results); });
   add("export/document", 5, [&](benchmark::State& state) {
     writeDocument(state, "export/document", files.get(kComparedSheet), results,
                   [](const OBJDocument& document) {
