@@ -14,7 +14,7 @@ namespace WavefrontOBJ {
 ///
 /// A block is kept packed until `operator[]` asks for one of its records to be written. Readers that only
 /// look at faces use a const array, `view` or `forEachFace`, which work on either form and never unpack.
-class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, &OBJFaceBlock::create> {
+class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, OBJFaceBlocks> {
  public:
   explicit OBJFaceArray(std::uint32_t blockSize_) : OBJBlocks(blockSize_) {}
 

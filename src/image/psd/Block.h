@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "image/psd/LargePages.h"
+#include "LargePages.h"
 #include "system/Memory.h"
 
 namespace psd {

@@ -3,12 +3,12 @@
 #include <iterator>
 #include <utility>
 
+#include "LargePages.h"
 #include "image/BitMap.h"
 #include "image/PSDFile.h"
 #include "image/PixelPlanes.h"
 #include "image/psd/Block.h"
 #include "image/psd/Cursor.h"
-#include "image/psd/LargePages.h"
 #include "image/psd/PackBits.h"
 #include "image/psd/Sections.h"
 
@@ -47,7 +47,7 @@ class Picture {
     if (width > INT32_MAX || height > INT32_MAX || document.pixels() > kMostPixels) return false;
     unsigned char* const buffer =
         map_.Allocate(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), 32);
-    psd::preferLargePages(buffer, static_cast<std::size_t>(map_.BufferBytes()));
+    preferLargePages(buffer, static_cast<std::size_t>(map_.BufferBytes()));
     return buffer != nullptr;
   }
   ABitMap& map() { return map_; }

@@ -7,14 +7,14 @@
 #include <sys/mman.h>
 #endif
 
-namespace psd {
+/// Bytes of a large page, where there are any, and their alignment.
+inline constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
 /// Tells the system that the block, fresh from the allocator, will be written to from end to end. Where it
-/// can give such memory in large pages, that saves most of the time that a document's first touch takes.
+/// can give such memory in large pages, that saves most of the time that the first touch of it takes.
 /// Changes nothing that a program could see.
 inline void preferLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t size) {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
-  constexpr std::uintptr_t kLargePage = std::uintptr_t{2} << 20;
   const auto address = reinterpret_cast<std::uintptr_t>(block);
   const std::uintptr_t before = (kLargePage - address % kLargePage) % kLargePage;
   // Small blocks share their pages with others.
@@ -23,5 +23,3 @@ inline void preferLargePages([[maybe_unused]] void* block, [[maybe_unused]] std:
   static_cast<void>(madvise(static_cast<unsigned char*>(block) + before, whole, MADV_HUGEPAGE));
 #endif
 }
-
-}  // namespace psd
