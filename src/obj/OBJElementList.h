@@ -27,6 +27,8 @@ class KSMTH_API OBJElementList {
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
+  /// Each face follows the one before.
+  bool isRun() const { return entries_.empty(); }
   /// The i-th entry, i below `size()`.
   std::uint32_t operator[](std::size_t i) const {
     return entries_.empty() ? first_ + static_cast<std::uint32_t>(i) : entries_[i];

@@ -55,6 +55,8 @@ class KSMTH_API OBJFaceBlock {
   /// The face in `slot`.
   OBJFaceView view(std::uint32_t slot) const;
   OBJFaceGeometry geometry(std::uint32_t slot) const;
+  /// Has what `view` reads brought close.
+  void prefetch(std::uint32_t slot) const;
   /// Every field of the face in `slot`, all entries of its arrays included.
   void load(std::uint32_t slot, OBJFace& face) const;
 
