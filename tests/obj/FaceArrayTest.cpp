@@ -38,7 +38,7 @@ TEST(FaceArray, KeepsRecordsAsGiven) {
   OBJFaceArray faces(16);
   std::deque<OBJFace> expected;  // a vector that grows would copy, which resets the geometry
   std::vector<std::pair<std::uint32_t, OBJFace*>> references;
-  for (int step = 0; step < 6000; ++step) {
+  for (int step = 0; step < 16000; ++step) {
     const std::uint32_t action = below(random, 100);
     const auto size = static_cast<std::uint32_t>(expected.size());
     const std::uint32_t i = below(random, std::max(size, 1U));
