@@ -64,9 +64,9 @@ class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, O
   /// Calls `visit(index, view)` for the faces of a list, in its order. The same checks as `operator[]`.
   template <class Visitor>
   void forEachFaceOf(const OBJElementList& list, Visitor visit) const {
-    // Faces that do not follow one another would each be waited for.
+    // Faces that are not brought along would each be waited for.
     constexpr std::size_t kAhead = 12;
-    const std::size_t ahead = list.isRun() ? list.size() : kAhead;
+    const std::size_t ahead = list.isScattered() ? kAhead : list.size();
     for (std::size_t i = 0; i < list.size(); ++i) {
       if (ahead < list.size() - i) prefetch(list[i + ahead]);
       const std::uint32_t index = list[i];
