@@ -51,7 +51,9 @@ class OBJBlocks {
   const std::uint32_t blockSize;  ///< elements per block
   std::uint32_t count = 0;        ///< elements stored
   std::int32_t lastBlock = -1;    ///< index of the last block in use, -1 while there is none
-  std::vector<Block> blocks;      ///< one entry per block, owned
+  /// One entry per block, owned. A block that is taken out is not to be freed: its memory goes with the
+  /// array.
+  std::vector<Block> blocks;
 
   OBJBlocks(const OBJBlocks&) = delete;
   OBJBlocks& operator=(const OBJBlocks&) = delete;
