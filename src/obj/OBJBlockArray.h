@@ -7,8 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "obj/OBJBlockMemory.h"
-
 namespace WavefrontOBJ {
 
 /// Splits an element index into block and slot without a division on 64-bit machines: the block is the upper
@@ -51,9 +49,7 @@ class OBJBlocks {
   const std::uint32_t blockSize;  ///< elements per block
   std::uint32_t count = 0;        ///< elements stored
   std::int32_t lastBlock = -1;    ///< index of the last block in use, -1 while there is none
-  /// One entry per block, owned. A block that is taken out is not to be freed: its memory goes with the
-  /// array.
-  std::vector<Block> blocks;
+  std::vector<Block> blocks;      ///< one entry per block, owned
 
   OBJBlocks(const OBJBlocks&) = delete;
   OBJBlocks& operator=(const OBJBlocks&) = delete;
@@ -65,7 +61,7 @@ class OBJBlocks {
   static constexpr std::uint32_t kNoSlot = UINT32_MAX;
 
   const OBJBlockIndex index_;
-  Maker maker_;
+  [[no_unique_address]] Maker maker_;
 
   /// A block size of 0 is taken as 1.
   explicit OBJBlocks(std::uint32_t blockSize_)
@@ -122,14 +118,13 @@ class OBJBlocks {
   std::int32_t usedBlock_ = -1;
 };
 
-/// Makes blocks of zeros, rather than of what the process had in that memory before: an unwritten slot may be
-/// read (more normals than texture coordinates in a whole-model write).
+/// Makes blocks of zeros, each from the system allocator. Zeros rather than what the process had in that
+/// memory before: an unwritten slot may be read (more normals than texture coordinates in a whole-model
+/// write).
 template <class Element>
 struct OBJZeroedBlocks {
-  OBJBlockMemory memory{OBJBlockMemory::Content::zeros};
-
-  Element* operator()(std::uint32_t blockSize) {
-    return static_cast<Element*>(memory.take(blockSize, sizeof(Element)));
+  Element* operator()(std::uint32_t blockSize) const {
+    return static_cast<Element*>(std::calloc(blockSize, sizeof(Element)));
   }
 };
 
@@ -142,10 +137,7 @@ class OBJBlockArray : public OBJBlocks<Element*, OBJZeroedBlocks<Element>> {
  protected:
   using Base::Base;
   ~OBJBlockArray() {
-    // One that a program has put in place of ours is a block of its own.
-    for (Element* block : this->blocks) {
-      if (!this->maker_.memory.owns(block)) std::free(block);
-    }
+    for (Element* block : this->blocks) std::free(block);
   }
 
   bool append(const Element& element) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <functional>
 #include <new>
 #include <utility>
 
@@ -39,8 +38,7 @@ bool OBJBlockMemory::addPiece(std::size_t bytes) {
   bytes = roundUp(bytes, alignment);
   // What alignment passes over is never touched.
   const std::size_t before = sizeof(Piece) + alignment;
-  void* const memory =
-      content_ == Content::zeros ? std::calloc(1, before + bytes) : std::malloc(before + bytes);
+  void* const memory = std::malloc(before + bytes);
   if (memory == nullptr) return false;
   auto* const first = static_cast<unsigned char*>(memory);
   unsigned char* const begin = first + before - reinterpret_cast<std::uintptr_t>(first + before) % alignment;
@@ -60,14 +58,6 @@ void* OBJBlockMemory::take(std::size_t count, std::size_t size) {
     return nullptr;
   }
   return std::exchange(next_, next_ + bytes);
-}
-
-bool OBJBlockMemory::owns(const void* block) const {
-  const std::less<> before;
-  for (Piece* piece = pieces_; piece != nullptr; piece = piece->next) {
-    if (!before(block, piece->begin) && before(block, piece->end)) return true;
-  }
-  return false;
 }
 
 }  // namespace WavefrontOBJ

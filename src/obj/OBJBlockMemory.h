@@ -6,14 +6,12 @@
 
 namespace WavefrontOBJ {
 
-/// Memory for the blocks of one array. It comes from the system allocator in pieces that grow with the array,
-/// so that the system can give it in large pages: touching memory for the first time is a good part of the
-/// time that a file takes to be read in a fresh process. All of it goes at once, with this.
+/// Memory for the packed faces of one array. It comes from the system allocator in pieces that grow with the
+/// array, so that the system can give it in large pages: touching memory for the first time is a good part of
+/// the time that a file takes to be read in a fresh process. All of it goes at once, with this.
 class KSMTH_API OBJBlockMemory {
  public:
-  enum class Content : bool { any, zeros };
-
-  explicit OBJBlockMemory(Content content) : content_(content) {}
+  OBJBlockMemory() = default;
   OBJBlockMemory(const OBJBlockMemory&) = delete;
   OBJBlockMemory& operator=(const OBJBlockMemory&) = delete;
   ~OBJBlockMemory();
@@ -22,15 +20,11 @@ class KSMTH_API OBJBlockMemory {
   /// when there is no memory for them.
   void* take(std::size_t count, std::size_t size);
 
-  /// `block` has come from `take`.
-  bool owns(const void* block) const;
-
  private:
   struct Piece;
 
   bool addPiece(std::size_t bytes);
 
-  const Content content_;
   Piece* pieces_ = nullptr;        ///< the newest first
   unsigned char* next_ = nullptr;  ///< what comes next from the newest piece
   std::size_t total_ = 0;          ///< bytes of all pieces

@@ -13,7 +13,7 @@ namespace WavefrontOBJ {
 
 /// The memory of packed faces, shared by the blocks of an array and freed with the last of them.
 struct OBJFaceMemory {
-  OBJBlockMemory blocks{OBJBlockMemory::Content::any};
+  OBJBlockMemory blocks;
   std::uint32_t* corners = nullptr;  ///< the piece that the corners of the next face go to
   std::uint32_t cornersUsed = 0;     ///< words of it
   std::uint32_t cornersLeft = 0;
