@@ -13,7 +13,7 @@ namespace bench {
 void addLoadBenches(SheetFiles& files, Results& results);
 /// Whole-model export beside standard streams: "export/<writer>".
 void addExportBenches(SheetFiles& files, Results& results);
-/// The document beside them: "load/document", "load/document_threads", "export/document", "export/assimp", "document/<work>".
+/// The document beside them: "export/document", "export/assimp", "document/<work>".
 void addDocumentBenches(SheetFiles& files, Results& results);
 /// The calls over sheets of growing size: "<call>/<sheet>", see `kScalingCalls` and `scalingSheets`.
 void addScalingBenches(SheetFiles& files, Results& results);

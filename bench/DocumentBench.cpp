@@ -1,4 +1,4 @@
-// The document: reading, beside the loaders of LoadBench.cpp, and writing, beside Assimp's exporter.
+// The document: linting, and writing, beside Assimp's exporter.
 #include <assimp/scene.h>
 #include <assimp/Exporter.hpp>
 #include <assimp/Importer.hpp>
@@ -31,21 +31,6 @@ struct CountingSink : Sink {
 };
 
 /// 0 threads: as many as there are.
-void readDocument(benchmark::State& state, const std::string& name, unsigned threads, SheetFiles& files,
-                  Results& results) {
-  const SheetFile& file = files.get(kComparedSheet);
-  DocumentReadOptions options;
-  options.threads = threads;
-  OBJDocument document;
-  measure(
-      state, name, results, {file.shape.faceCount(), file.bytes},
-      [&] { return static_cast<bool>(document.read(file.path, options)); },
-      [&] {
-        if (document.faces().size() != file.shape.faceCount()) state.SkipWithError("faces are missing");
-        document = OBJDocument();
-      });
-}
-
 void parsePositions(benchmark::State& state, const std::string& name, unsigned threads, SheetFiles& files,
                     Results& results) {
   const SheetFile& file = files.get(kComparedSheet);
@@ -127,15 +112,12 @@ void addDocumentBenches(SheetFiles& files, Results& results) {
         ->UseManualTime()
         ->Unit(benchmark::kMillisecond);
   };
-  const auto addWithThreads = [&](const std::string& name, auto function) {
-    for (const unsigned threads : {1U, 0U}) {
-      const std::string full = threads == 1 ? name : name + "_threads";
-      add(full.c_str(), 5,
-          [=, &files, &results](benchmark::State& state) { function(state, full, threads, files, results); });
-    }
-  };
-  addWithThreads("load/document", readDocument);
-  addWithThreads("document/positions", parsePositions);
+  for (const unsigned threads : {1U, 0U}) {
+    const std::string name = threads == 1 ? "document/positions" : "document/positions_threads";
+    add(name.c_str(), 5, [=, &files, &results](benchmark::State& state) {
+      parsePositions(state, name, threads, files, results);
+    });
+  }
   add("export/document", 5, [&](benchmark::State& state) {
     writeDocument(state, "export/document", files.get(kComparedSheet), results,
                   [](const OBJDocument& document) {

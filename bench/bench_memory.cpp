@@ -5,24 +5,15 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
-#include <string>
 
 #include "PluginCalls.h"
+#include "ProcessMemory.h"
 #include "document/OBJDocument.h"
 #include "host/HostMesh.h"
 
 namespace {
 
-/// A value in KiB from the process's status, 0 where it is not there.
-unsigned long long statusKiB(const std::string& key) {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line)) {
-    if (line.rfind(key + ":", 0) == 0) return std::stoull(line.substr(key.size() + 1));
-  }
-  return 0;
-}
+using bench::statusKiB;
 
 /// Bytes that the allocator has handed out, its own overhead included.
 std::size_t heapInUse() {

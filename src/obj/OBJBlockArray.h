@@ -41,7 +41,9 @@ class OBJBlockIndex {
 ///
 /// The fields are public by the host's contract and may be set to anything: a push goes where they say, and
 /// nowhere if there is no such block.
-template <class Block, Block (*kMakeBlock)(std::uint32_t blockSize)>
+///
+/// A `Maker` is called with the block size and answers a block, or null where there is no memory for it.
+template <class Block, class Maker>
 class OBJBlocks {
  public:
   const std::uint32_t blockSize;  ///< elements per block
@@ -59,6 +61,7 @@ class OBJBlocks {
   static constexpr std::uint32_t kNoSlot = UINT32_MAX;
 
   const OBJBlockIndex index_;
+  [[no_unique_address]] Maker maker_;
 
   /// A block size of 0 is taken as 1.
   explicit OBJBlocks(std::uint32_t blockSize_)
@@ -69,7 +72,7 @@ class OBJBlocks {
   bool addBlock() {
     // Room for the pointer first: nothing may throw between obtaining the block and owning it.
     if (blocks.size() == blocks.capacity()) blocks.reserve(blocks.size() * 2 + 1);
-    Block block = kMakeBlock(blockSize);
+    Block block = maker_(blockSize);
     if (block == nullptr) return false;
     blocks.push_back(std::move(block));
     ++lastBlock;
@@ -116,19 +119,21 @@ class OBJBlocks {
   std::int32_t usedBlock_ = -1;
 };
 
-/// `blockSize` elements of zeros from the system allocator; null when there is no memory for them.
-/// Zeros rather than what the process had in that memory before: an unwritten slot may be read (more normals
-/// than texture coordinates in a whole-model write).
+/// Makes blocks of zeros, each from the system allocator. Zeros rather than what the process had in that
+/// memory before: an unwritten slot may be read (more normals than texture coordinates in a whole-model
+/// write).
 template <class Element>
-Element* makeZeroedBlock(std::uint32_t blockSize) {
-  return static_cast<Element*>(std::calloc(blockSize, sizeof(Element)));
-}
+struct OBJZeroedBlocks {
+  Element* operator()(std::uint32_t blockSize) const {
+    return static_cast<Element*>(std::calloc(blockSize, sizeof(Element)));
+  }
+};
 
 /// Elements in blocks from the system allocator. Slots are raw memory, zero until they are written.
 template <class Element>
-class OBJBlockArray : public OBJBlocks<Element*, &makeZeroedBlock<Element>> {
+class OBJBlockArray : public OBJBlocks<Element*, OBJZeroedBlocks<Element>> {
   static_assert(std::is_trivially_copyable_v<Element>, "slots are written by plain copy, never constructed");
-  using Base = OBJBlocks<Element*, &makeZeroedBlock<Element>>;
+  using Base = OBJBlocks<Element*, OBJZeroedBlocks<Element>>;
 
  protected:
   using Base::Base;

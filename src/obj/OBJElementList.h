@@ -27,6 +27,12 @@ class KSMTH_API OBJElementList {
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
+  /// Most entries are far from the one before: what is read for them does not come with it.
+  bool isScattered() const {
+    constexpr std::size_t kFar = 8;
+    return !entries_.empty() && entries_.back() > entries_.front() &&
+           entries_.back() - entries_.front() > kFar * size_;
+  }
   /// The i-th entry, i below `size()`.
   std::uint32_t operator[](std::size_t i) const {
     return entries_.empty() ? first_ + static_cast<std::uint32_t>(i) : entries_[i];

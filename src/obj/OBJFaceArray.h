@@ -6,6 +6,7 @@
 
 #include "KSmthExport.h"
 #include "obj/OBJBlockArray.h"
+#include "obj/OBJElementList.h"
 #include "obj/OBJFaceBlock.h"
 
 namespace WavefrontOBJ {
@@ -14,7 +15,7 @@ namespace WavefrontOBJ {
 ///
 /// A block is kept packed until `operator[]` asks for one of its records to be written. Readers that only
 /// look at faces use a const array, `view` or `forEachFace`, which work on either form and never unpack.
-class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, &OBJFaceBlock::create> {
+class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, OBJFaceBlocks> {
  public:
   explicit OBJFaceArray(std::uint32_t blockSize_) : OBJBlocks(blockSize_) {}
 
@@ -60,6 +61,19 @@ class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, &
     }
   }
 
+  /// Calls `visit(index, view)` for the faces of a list, in its order. The same checks as `operator[]`.
+  template <class Visitor>
+  void forEachFaceOf(const OBJElementList& list, Visitor visit) const {
+    // Faces that are not brought along would each be waited for.
+    constexpr std::size_t kAhead = 12;
+    const std::size_t ahead = list.isScattered() ? kAhead : list.size();
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      if (ahead < list.size() - i) prefetch(list[i + ahead]);
+      const std::uint32_t index = list[i];
+      visit(index, view(index));
+    }
+  }
+
   /// Computes and stores normal and centre of every face, in index order.
   void ComputeNormalsAndCenters(const OBJVectorArray& vertices);
 
@@ -83,6 +97,11 @@ class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, &
     return true;
   }
   OBJFaceBlock& blockOf(std::uint32_t index, std::uint32_t& slot) const;
+  /// Has what a view of face `index`, if there is one, reads brought close.
+  void prefetch(std::uint32_t index) const {
+    const std::uint32_t block = index_.block(index);
+    if (block < blocks.size()) blocks[block]->prefetch(index_.slot(index, block));
+  }
 };
 
 }  // namespace WavefrontOBJ

@@ -29,8 +29,37 @@ void fill(OBJFace& face, const OBJFaceView& view, const OBJFaceGeometry& geometr
   face.reserved = geometry.reserved;
 }
 
-/// The packed form has no place for other counts and flags, nor for entries behind the corners in use.
-bool canBePacked(const OBJFace& face) {
+OBJFaceGeometry geometryOf(const OBJFace& face) {
+  return {face.normal, face.center, face.reserved};
+}
+
+}  // namespace
+
+bool OBJFaceMemory::reserveCorners(std::uint32_t words) {
+  if (words <= cornersLeft) return true;
+  void* const piece = blocks.take(kPieceWords, sizeof(std::uint32_t));
+  if (piece == nullptr) return false;
+  corners = static_cast<std::uint32_t*>(piece);
+  cornersUsed = 0;
+  cornersLeft = kPieceWords;
+  return true;
+}
+
+std::unique_ptr<OBJFaceBlock> OBJFaceBlocks::operator()(std::uint32_t blockSize) try {
+  if (blockSize > kMaxBlockSize) return nullptr;
+  if (memory == nullptr) memory = std::make_shared<OBJFaceMemory>();
+  return std::make_unique<OBJFaceBlock>(blockSize, memory);
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
+
+/// The packed form has no place for other values.
+bool OBJFaceBlock::canBePacked(const OBJFaceGeometry& geometry) {
+  return geometry.center.w == 1.0F && geometry.reserved == -1.0F;
+}
+
+/// Nor for other counts and flags, and for entries behind the corners in use.
+bool OBJFaceBlock::canBePacked(const OBJFace& face) {
   if (face.vertexCount > OBJFace::kMaxVertexCount || face.hasTexture > 1 || face.hasNormal > 1) return false;
   const auto endsInZeros = [&face](const std::uint32_t* indices) {
     return std::all_of(indices + face.vertexCount, indices + OBJFace::kMaxVertexCount,
@@ -39,92 +68,74 @@ bool canBePacked(const OBJFace& face) {
   return endsInZeros(face.vertexIndex) && endsInZeros(face.textureIndex) && endsInZeros(face.normalIndex);
 }
 
-OBJFaceGeometry geometryOf(const OBJFace& face) {
-  return {face.normal, face.center, face.reserved};
-}
-
-}  // namespace
-
-std::unique_ptr<OBJFaceBlock> OBJFaceBlock::create(std::uint32_t blockSize) {
-  static_assert(std::is_trivially_copyable_v<Header> && sizeof(Header) == 16);
-  static_assert(std::is_trivially_copyable_v<OBJFaceGeometry> && sizeof(OBJFaceGeometry) == 36);
-  std::unique_ptr<OBJFaceBlock> block(new (std::nothrow) OBJFaceBlock(blockSize));
-  if (block == nullptr) return nullptr;
-  if (blockSize > kMaxBlockSize) return nullptr;
-  // Not zeroed: only slots in use are read, and memory that is touched twice costs twice.
-  Packed& packed = block->packed_;
-  packed.headers.reset(static_cast<Header*>(std::malloc(std::size_t{blockSize} * sizeof(Header))));
-  packed.geometries.reset(
-      static_cast<OBJFaceGeometry*>(std::malloc(std::size_t{blockSize} * sizeof(OBJFaceGeometry))));
-  // Room for a block of textured quads with normals. What stays unused is never touched.
-  Buffer<std::uint32_t> none;
-  const bool complete = packed.headers != nullptr && packed.geometries != nullptr &&
-                        block->reserveCorners(blockSize * 12 + kCornerRoom, none);
-  if (!complete) return nullptr;
-  return block;
-}
-
-/// Makes room for `wanted` words of corners. Where they move, the place that they leave goes to `replaced`.
-bool OBJFaceBlock::reserveCorners(std::uint32_t wanted, Buffer<std::uint32_t>& replaced) {
-  if (wanted <= cornerCapacity_) return true;
-  const std::uint64_t capacity = std::max<std::uint64_t>(wanted, std::uint64_t{cornerCapacity_} * 2);
-  if (capacity > SIZE_MAX / sizeof(std::uint32_t) || capacity > UINT32_MAX) return false;
-  Buffer<std::uint32_t> larger(
-      static_cast<std::uint32_t*>(std::malloc(static_cast<std::size_t>(capacity) * sizeof(std::uint32_t))));
+/// Makes room for one more packed face: its corners, a run, and with the first the rest of all of them. False
+/// without memory; what has been had by then serves the next try.
+bool OBJFaceBlock::reserve() {
+  static_assert(std::is_trivially_copyable_v<Header> && sizeof(Header) == 8);
+  static_assert(std::is_trivially_copyable_v<Geometry> && sizeof(Geometry) == 28);
+  static_assert(std::is_trivially_copyable_v<Run>);
+  if (!memory_->reserveCorners(kCornerRoom)) return false;
+  if (runCount_ < runCapacity_) return true;
+  if (headers_ == nullptr) {
+    // Not zeroed: only slots in use are read, and memory that is touched twice costs twice.
+    void* const faces = memory_->blocks.take(blockSize_, sizeof(Geometry) + sizeof(Header));
+    if (faces == nullptr) return false;
+    geometries_ = static_cast<Geometry*>(faces);
+    headers_ = reinterpret_cast<Header*>(geometries_ + blockSize_);
+  }
+  const std::uint32_t capacity = runCapacity_ * 2 + 4;
+  void* const larger = std::realloc(runs_.get(), capacity * sizeof(Run));
   if (larger == nullptr) return false;
-  std::copy_n(packed_.corners.get(), cornerCount_, larger.get());
-  replaced = std::exchange(packed_.corners, std::move(larger));
-  cornerCapacity_ = static_cast<std::uint32_t>(capacity);
+  static_cast<void>(runs_.release());
+  runs_.reset(static_cast<Run*>(larger));
+  runCapacity_ = capacity;
   return true;
 }
 
-/// Turns the block flat. The packed buffers, if it had any, go to `replaced`.
-bool OBJFaceBlock::makeFlat(Packed& replaced) {
+/// Turns the block flat.
+bool OBJFaceBlock::makeFlat() {
   if (records_ != nullptr) return true;
   Buffer<OBJFace> records(static_cast<OBJFace*>(std::calloc(blockSize_, sizeof(OBJFace))));
   if (records == nullptr) return false;
   for (std::uint32_t i = 0; i < used_; ++i) fill(records[i], view(i), geometry(i));
   records_ = std::move(records);
-  replaced = std::move(packed_);
   return true;
 }
 
 std::uint32_t* OBJFaceBlock::cornerRoom(std::uint32_t slot) {
   if (records_ != nullptr || slot != used_) return nullptr;
-  if (cornerCount_ + kCornerRoom > cornerCapacity_) {
-    Buffer<std::uint32_t> replaced;
-    if (!reserveCorners(cornerCount_ + kCornerRoom, replaced)) return nullptr;
-  }
-  return packed_.corners.get() + cornerCount_;
+  const bool ready = memory_->cornersLeft >= kCornerRoom && runCount_ < runCapacity_;
+  return ready || reserve() ? memory_->corners + memory_->cornersUsed : nullptr;
 }
 
 void OBJFaceBlock::commitCorners(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
+  OBJFaceMemory& memory = *memory_;
   const bool storesTexture = face.textureIndex.isStored();
   const bool storesNormal = face.normalIndex.isStored();
-  Header& header = packed_.headers[used_];
-  header.firstCorner = cornerCount_;
-  header.smoothingGroup = face.smoothingGroup;
-  header.materialIndex = face.materialIndex;
-  header.vertexCount = static_cast<std::uint8_t>(face.vertexCount);
-  header.hasTexture = face.hasTexture;
-  header.hasNormal = face.hasNormal;
-  header.storesTexture = storesTexture;
-  header.storesNormal = storesNormal;
-  packed_.geometries[used_] = geometry;
-  cornerCount_ += face.vertexCount * (1U + (storesTexture ? 1U : 0U) + (storesNormal ? 1U : 0U));
+  const Run run{memory.corners, face.smoothingGroup, face.materialIndex, face.hasTexture,
+                face.hasNormal, storesTexture,       storesNormal};
+  if (runCount_ == 0 || !(runs_[runCount_ - 1] == run)) runs_[runCount_++] = run;
+  headers_[used_] = {runCount_ - 1, static_cast<std::uint16_t>(memory.cornersUsed),
+                     static_cast<std::uint8_t>(face.vertexCount)};
+  setPacked(used_, geometry.normal, geometry.center);
+  const std::uint32_t words = face.vertexCount * (1U + (storesTexture ? 1U : 0U) + (storesNormal ? 1U : 0U));
+  memory.cornersUsed += words;
+  memory.cornersLeft -= words;
   ++used_;
 }
 
+/// Stores what the packed form keeps of a face's geometry.
+void OBJFaceBlock::setPacked(std::uint32_t slot, const OBJVector& normal, const OBJVector& center) {
+  geometries_[slot] = {normal, {center.x, center.y, center.z}};
+}
+
 bool OBJFaceBlock::store(std::uint32_t slot, const OBJFaceView& face, const OBJFaceGeometry& geometry) {
-  // The face may be shown from buffers of this block: they go when it has been copied.
-  Packed replaced;
-  if (records_ != nullptr || slot != used_) {
-    if (!makeFlat(replaced)) return false;
+  std::uint32_t* out = canBePacked(geometry) ? cornerRoom(slot) : nullptr;
+  if (out == nullptr) {
+    if (!makeFlat()) return false;
     fill(records_[slot], face, geometry);
     return true;
   }
-  if (!reserveCorners(cornerCount_ + kCornerRoom, replaced.corners)) return false;
-  std::uint32_t* out = packed_.corners.get() + cornerCount_;
   for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
     *out++ = face.vertexIndex[i];
     if (face.textureIndex.isStored()) *out++ = face.textureIndex[i];
@@ -138,8 +149,7 @@ bool OBJFaceBlock::store(std::uint32_t slot, const OBJFace& face) {
   if (records_ == nullptr && slot == used_ && canBePacked(face)) {
     return store(slot, OBJFaceView::of(face), geometryOf(face));
   }
-  Packed replaced;
-  if (!makeFlat(replaced)) return false;
+  if (!makeFlat()) return false;
   records_[slot] = face;
   return true;
 }
@@ -151,23 +161,35 @@ OBJFaceView OBJFaceBlock::view(std::uint32_t slot) const {
     view.materialIndex = 0;
     return view;
   }
-  const Header& header = packed_.headers[slot];
-  const std::uint32_t stride = 1U + (header.storesTexture ? 1U : 0U) + (header.storesNormal ? 1U : 0U);
-  const std::uint32_t* corners = packed_.corners.get() + header.firstCorner;
+  const Header& header = headers_[slot];
+  const Run& run = runs_[header.run];
+  const std::uint32_t stride = 1U + (run.storesTexture ? 1U : 0U) + (run.storesNormal ? 1U : 0U);
+  const std::uint32_t* corners = run.corners + header.firstCorner;
   view.vertexIndex = OBJCornerIndices(corners, stride);
-  if (header.storesTexture) view.textureIndex = OBJCornerIndices(corners + 1, stride);
-  if (header.storesNormal) view.normalIndex = OBJCornerIndices(corners + stride - 1, stride);
+  if (run.storesTexture) view.textureIndex = OBJCornerIndices(corners + 1, stride);
+  if (run.storesNormal) view.normalIndex = OBJCornerIndices(corners + stride - 1, stride);
   view.vertexCount = header.vertexCount;
-  view.smoothingGroup = header.smoothingGroup;
-  view.materialIndex = header.materialIndex;
-  view.hasTexture = header.hasTexture;
-  view.hasNormal = header.hasNormal;
+  view.smoothingGroup = run.smoothingGroup;
+  view.materialIndex = run.materialIndex;
+  view.hasTexture = run.hasTexture;
+  view.hasNormal = run.hasNormal;
   return view;
+}
+
+void OBJFaceBlock::prefetch(std::uint32_t slot) const {
+  if (records_ != nullptr || slot >= used_) return;
+  const Header& header = headers_[slot];
+  const std::uint32_t* const corners = runs_[header.run].corners + header.firstCorner;
+  // A quad's corners lie in two lines of the cache, mostly.
+  __builtin_prefetch(corners);
+  __builtin_prefetch(corners + 10);
 }
 
 OBJFaceGeometry OBJFaceBlock::geometry(std::uint32_t slot) const {
   if (records_ != nullptr) return geometryOf(records_[slot]);
-  return slot < used_ ? packed_.geometries[slot] : OBJFaceGeometry{{0, 0, 0, 0}, {0, 0, 0, 0}, 0};
+  if (slot >= used_) return {{0, 0, 0, 0}, {0, 0, 0, 0}, 0};
+  const Geometry& packed = geometries_[slot];
+  return {packed.normal, {packed.center[0], packed.center[1], packed.center[2]}, -1.0F};
 }
 
 void OBJFaceBlock::load(std::uint32_t slot, OBJFace& face) const {
@@ -179,9 +201,8 @@ void OBJFaceBlock::load(std::uint32_t slot, OBJFace& face) const {
 }
 
 void OBJFaceBlock::setNormalAndCenter(std::uint32_t slot, const OBJVector& normal, const OBJVector& center) {
-  if (records_ == nullptr && slot < used_) {
-    packed_.geometries[slot].normal = normal;
-    packed_.geometries[slot].center = center;
+  if (records_ == nullptr && slot < used_ && center.w == 1.0F) {
+    setPacked(slot, normal, center);
     return;
   }
   OBJFace& face = record(slot);
@@ -190,8 +211,7 @@ void OBJFaceBlock::setNormalAndCenter(std::uint32_t slot, const OBJVector& norma
 }
 
 OBJFace& OBJFaceBlock::record(std::uint32_t slot) {
-  Packed replaced;
-  if (!makeFlat(replaced)) throw std::bad_alloc();
+  if (!makeFlat()) throw std::bad_alloc();
   return records_[slot];
 }
 

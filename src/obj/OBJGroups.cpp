@@ -28,7 +28,8 @@ std::uint32_t OBJModel::GetGroupVertexRange(std::uint32_t group, std::uint32_t& 
   start = _vertices != nullptr ? _vertices->count : 0;
   if (start == 0 || group >= _groupNames.size()) return 0;
   VertexRange range{start};
-  for (const std::uint32_t face : _groups.at(_groupNames[group])) range.add(_faces->view(face));
+  _faces->forEachFaceOf(_groups.at(_groupNames[group]),
+                        [&](std::uint32_t, const OBJFaceView& face) { range.add(face); });
   start = range.smallest;
   return range.count();
 }

@@ -7,6 +7,7 @@
 
 #include "obj/OBJAssert.h"
 #include "obj/OBJModel.h"
+#include "obj/text/FormatNumber.h"
 #include "obj/text/TextSink.h"
 
 namespace WavefrontOBJ {
@@ -52,12 +53,14 @@ class OBJLineWriter {
 
   /// "v", "vt" or "vn" with three components, each followed by a space.
   void vector(std::string_view keyword, const OBJVector& vector) {
-    out_.text(keyword);
+    char* text = out_.room(8 + 3 * (kMaxNumberText + 1));
+    text = std::copy(keyword.begin(), keyword.end(), text);
     for (const float component : {vector.x, vector.y, vector.z}) {
-      out_.coordinate(component);
-      out_.character(' ');
+      text = formatCoordinate(text, component);
+      *text++ = ' ';
     }
-    out_.character('\n');
+    *text++ = '\n';
+    out_.written(text);
   }
 
   void positions(std::uint32_t start, std::uint32_t count) {
@@ -71,7 +74,7 @@ class OBJLineWriter {
   }
   void group(std::uint32_t number) {
     out_.text("g ");
-    out_.number(number);
+    out_.written(formatUnsigned(out_.room(kMaxNumberText), number));
     out_.character('\n');
   }
   /// The next face with a material gets a material line.
@@ -87,16 +90,19 @@ class OBJLineWriter {
     const bool normal = face.hasNormal && corners == Corners::complete;
     out_.character('f');
     for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
-      out_.character(' ');
-      out_.number(face.vertexIndex[i] - start + 1);
+      char* text = out_.room(3 * (kMaxNumberText + 1));
+      *text++ = ' ';
+      text = formatUnsigned(text, face.vertexIndex[i] - start + 1);
       if (texture) {
-        out_.character('/');
-        out_.number(face.textureIndex[i] + 1);
+        *text++ = '/';
+        text = formatUnsigned(text, face.textureIndex[i] + 1);
       }
       if (normal) {
-        out_.text(texture ? "/" : "//");
-        out_.number(face.normalIndex[i] + 1);
+        *text++ = '/';
+        if (!texture) *text++ = '/';
+        text = formatUnsigned(text, face.normalIndex[i] + 1);
       }
+      out_.written(text);
     }
     out_.text(face.vertexCount == 0 ? " \n" : "\n");
   }

@@ -199,7 +199,8 @@ std::optional<std::int32_t> creaseGroup(const MarkBytes& faces, OBJModel& model,
   } else {
     const auto& list = model.getGroupElements(model._groupNames[group.index]);
     for (const std::uint32_t face : list) members.add(face);
-    for (const std::uint32_t face : list) border.add(face, model._faces->view(face));
+    model._faces->forEachFaceOf(list,
+                                [&](std::uint32_t face, const OBJFaceView& view) { border.add(face, view); });
   }
   return border.writeTo(faces);
 }

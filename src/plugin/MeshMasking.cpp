@@ -39,9 +39,8 @@ std::int32_t maskWith(const MarkBytes& vertices, const OBJModel& model, const Ma
       if (face.smoothingGroup == number) mask(face);
     });
   } else {
-    for (const std::uint32_t face : model.getGroupElements(model._groupNames[group.index])) {
-      mask(model._faces->view(face));
-    }
+    model._faces->forEachFaceOf(model.getGroupElements(model._groupNames[group.index]),
+                                [&](std::uint32_t, const OBJFaceView& face) { mask(face); });
   }
   return static_cast<std::int32_t>(writes);
 }

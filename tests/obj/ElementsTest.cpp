@@ -1,3 +1,4 @@
+#include <map>
 #include <utility>
 
 #include "RandomModel.h"
@@ -86,6 +87,24 @@ TEST(BlockArrays, PushWhereTheirFieldsSay) {
   pushAsTheFieldsSay<OBJLinkArray>(OBJLinks(), &OBJLinks::count, false);  // false in every case
 }
 
+TEST(BlockMemory, GivesPlacesOfTheirOwn) {
+  Random random(7);
+  OBJBlockMemory memory;
+  std::map<unsigned char*, std::size_t> taken;
+  for (std::size_t total = 0; total < 24U << 20;) {
+    const std::size_t count = below(random, 1U << (8 + below(random, 9))), size = 1 + below(random, 16);
+    auto* const place = static_cast<unsigned char*>(memory.take(count, size));
+    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(place) % alignof(std::max_align_t), 0U);
+    if (count == 0) continue;
+    std::fill_n(place, count * size, 0xA5);
+    ASSERT_TRUE(taken.emplace(place, count * size).second);
+    const auto next = taken.upper_bound(place);
+    ASSERT_TRUE(next == taken.end() || place + count * size <= next->first);
+    total += count * size;
+  }
+  EXPECT_EQ(memory.take(SIZE_MAX / 8, 9), nullptr);
+}
+
 TEST(BlockArrays, StayInPlaceAndCheckTheBlockAndNotTheCount) {
   OBJVectorArray vectors(3);
   OBJFaceArray faces(4);
@@ -99,6 +118,8 @@ TEST(BlockArrays, StayInPlaceAndCheckTheBlockAndNotTheCount) {
   vectors.push_back(vectors[7]);
   EXPECT_EQ(vectors[3000].x, 7.0F);
   EXPECT_EQ(vectors[3002].w, 0.0F) << "an unwritten slot holds nothing of other memory";
+  std::memcpy(vectors.blocks[5] = static_cast<OBJVector*>(std::calloc(3, sizeof(OBJVector))), &vectors[12],
+              3 * sizeof(OBJVector));  // the array frees blocks that a program has put there
   std::vector<float> flat(4 * 3001 + 1, -1.0F);
   vectors.ExtractVertices(flat.data());
   EXPECT_EQ(flat[4 * 2999], 2999.0F);

@@ -15,9 +15,11 @@ void fillRandomly(OBJFace& face, Random& random) {
   for (std::uint32_t i = below(random, 8) == 0 ? 88 : below(random, 7); i > 0; --i) {
     face.addVertex(i * 1000 + below(random, 1000), random(), random(), texture, normal);
   }
-  face.smoothingGroup = random();
-  face.materialIndex = static_cast<std::int32_t>(below(random, 5)) - 1;
-  face.normal.x = face.center.w = face.reserved = static_cast<float>(below(random, 1000)) / 8;
+  face.smoothingGroup = below(random, 3);
+  face.materialIndex = static_cast<std::int32_t>(below(random, 2)) - 1;
+  face.normal.w = face.center.z = static_cast<float>(below(random, 1000)) / 8;
+  face.center.w = below(random, 48) == 0 ? 2.0F : 1.0F;
+  face.reserved = below(random, 48) == 0 ? 1.0F : -1.0F;
   std::uint32_t* const odd[] = {&face.vertexIndex[87], &face.textureIndex[87], &face.normalIndex[87],
                                 &face.hasTexture,      &face.hasNormal,        &face.vertexCount};
   if (const std::uint32_t i = below(random, 48); i < 6) *odd[i] = i < 5 ? 7 : 1000;
@@ -36,7 +38,7 @@ TEST(FaceArray, KeepsRecordsAsGiven) {
   OBJFaceArray faces(16);
   std::deque<OBJFace> expected;  // a vector that grows would copy, which resets the geometry
   std::vector<std::pair<std::uint32_t, OBJFace*>> references;
-  for (int step = 0; step < 6000; ++step) {
+  for (int step = 0; step < 16000; ++step) {
     const std::uint32_t action = below(random, 100);
     const auto size = static_cast<std::uint32_t>(expected.size());
     const std::uint32_t i = below(random, std::max(size, 1U));

@@ -158,6 +158,9 @@ TEST(NumberText, CoordinatesAsPrintfWritesThem) {
     const float half = static_cast<float>(100000 + below(random, 900000)) + 0.5F;
     check(random());
     check(0x3727C5ACU + below(random, 0x22E6561EU));
+    char text[kMaxNumberText];
+    const std::uint32_t index = random() >> below(random, 32);
+    ASSERT_EQ(std::string(text, formatUnsigned(text, index)), std::to_string(index));
     for (const float value : {std::nextafter(half, 0.0F), half, std::nextafter(half, 1e9F)}) {
       check(std::bit_cast<std::uint32_t>(value));
     }

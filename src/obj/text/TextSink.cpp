@@ -1,5 +1,7 @@
 #include "obj/text/TextSink.h"
 
+#include <cstring>
+
 namespace WavefrontOBJ {
 
 OBJTextSink::OBJTextSink(const std::string& path)
@@ -28,9 +30,9 @@ void OBJTextSink::flush() {
 
 void OBJTextSink::text(std::string_view text) {
   while (!text.empty()) {
-    reserve(1);
-    const auto room = static_cast<std::size_t>(buffer_.get() + kBufferBytes - position_);
-    const std::size_t part = text.size() < room ? text.size() : room;
+    static_cast<void>(room(1));
+    const auto left = static_cast<std::size_t>(buffer_.get() + kBufferBytes - position_);
+    const std::size_t part = text.size() < left ? text.size() : left;
     std::memcpy(position_, text.data(), part);
     position_ += part;
     text.remove_prefix(part);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -9,7 +8,6 @@
 #include <string_view>
 
 #include "obj/OBJStreams.h"
-#include "obj/text/FormatNumber.h"
 
 namespace WavefrontOBJ {
 
@@ -36,17 +34,15 @@ class OBJTextSink {
   void flush();
 
   void text(std::string_view text);
-  void coordinate(float value) {
-    reserve(kMaxNumberText);
-    position_ = formatCoordinate(position_, value);
+  /// A place for up to `bytes` characters, a line's at most; `written` says where they end.
+  char* room(std::size_t bytes) {
+    if (static_cast<std::size_t>(buffer_.get() + kBufferBytes - position_) < bytes) flush();
+    return position_;
   }
-  void number(std::uint32_t value) {
-    reserve(kMaxNumberText);
-    position_ = formatUnsigned(position_, value);
-  }
+  void written(char* end) { position_ = end; }
   void character(char c) {
-    reserve(1);
-    *position_++ = c;
+    *room(1) = c;
+    ++position_;
   }
 
  private:
@@ -55,10 +51,6 @@ class OBJTextSink {
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
-
-  void reserve(std::size_t bytes) {
-    if (static_cast<std::size_t>(buffer_.get() + kBufferBytes - position_) < bytes) flush();
-  }
 
   std::unique_ptr<std::FILE, Close> file_;
   const OBJByteSink* sink_ = nullptr;  ///< in place of the file
