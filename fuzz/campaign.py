@@ -52,7 +52,10 @@ def fuzz(target, seconds, totals):
             reason = re.search(r"does not hold: .*|runtime error: .*|ERROR: .*", text)
             print(f"found by {target}: {path}: {reason and reason[0]}", flush=True)
             pathlib.Path(path + ".txt").write_text(text[-20000:])
-        row["found"] += found
+        fresh = [path for path in found if path not in row["found"]]
+        row["found"] += fresh
+        if found and not fresh:
+            break  # it is among the inputs by now, and ends each run
         if not found and time.monotonic() - began < 1:
             sys.exit(f"campaign: {target} does not run:\n{text}")
     TOTALS.write_text(json.dumps(totals, indent=1))
