@@ -1,5 +1,6 @@
 """Materials of material libraries (MTL files) and those of Blender."""
 
+import contextlib
 import os
 
 import bpy
@@ -94,6 +95,11 @@ def library_text(materials, folder):
 def write_library(path, materials):
     """Writes a library; what is at `path` stays until all of it is written. Raises OSError."""
     beside = path + ".new"
-    with open(beside, "w", encoding="utf-8", errors="surrogateescape", newline="\n") as file:
-        file.write(library_text(materials, os.path.dirname(os.path.abspath(path))))
-    os.replace(beside, path)
+    try:
+        with open(beside, "w", encoding="utf-8", errors="surrogateescape", newline="\n") as file:
+            file.write(library_text(materials, os.path.dirname(os.path.abspath(path))))
+        os.replace(beside, path)
+    except BaseException:
+        with contextlib.suppress(OSError):
+            os.remove(beside)
+        raise

@@ -284,6 +284,10 @@ def check_materials():
     assert before["look"].textures == after["look"].textures
     for keyword, numbers in before["look"].values.items():
         assert np.allclose(after["look"].values[keyword], numbers, atol=1e-4), keyword
+    # A folder where the library is to be: nothing is written.
+    os.mkdir(os.path.join(work, "taken.mtl"))
+    refused(bpy.ops.export_scene.obj_groups, "taken.mtl", filepath=os.path.join(work, "taken.obj"))
+    assert not [name for name in os.listdir(work) if name in ("taken.obj", "taken.mtl.new")]
 
 
 def check_normals_and_files(robot):
