@@ -118,8 +118,6 @@ TEST(BlockArrays, StayInPlaceAndCheckTheBlockAndNotTheCount) {
   vectors.push_back(vectors[7]);
   EXPECT_EQ(vectors[3000].x, 7.0F);
   EXPECT_EQ(vectors[3002].w, 0.0F) << "an unwritten slot holds nothing of other memory";
-  std::memcpy(vectors.blocks[5] = static_cast<OBJVector*>(std::calloc(3, sizeof(OBJVector))), &vectors[12],
-              3 * sizeof(OBJVector));  // the array frees blocks that a program has put there
   std::vector<float> flat(4 * 3001 + 1, -1.0F);
   vectors.ExtractVertices(flat.data());
   EXPECT_EQ(flat[4 * 2999], 2999.0F);
