@@ -24,10 +24,10 @@ KSMTH_API size_t KSmthGrpImpt_SetTextLimit(size_t bytes);
 /**
  * Not 0: a call that fails an assertion (an 89th corner, a numbered "s" line after 256 smoothing groups, an
  * index past an array's blocks, an output file that cannot be opened) answers -1, with the reason in the text
- * buffer where the call got one. The current model stays as it was before the call; only of a `LoadOBJFile`
- * there is none, as of any that fails. Nothing is logged, and no handler of `OBJSetAssertionHandler` is
- * called. An output file has the lines before the failure. 0, the default: the process ends, as the host's
- * contract has it. Answers what was set before, 0 or 1.
+ * buffer where the call got one. The current model is given up and its memory freed, as after a failed
+ * `LoadOBJFile`. Nothing is logged, and no handler of `OBJSetAssertionHandler` is called. An output file has
+ * the lines before the failure. 0, the default: the process ends, as the host's contract has it. Answers what
+ * was set before, 0 or 1.
  */
 KSMTH_API int KSmthGrpImpt_SetAssertionAnswers(int answers);
 

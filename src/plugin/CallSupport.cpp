@@ -8,7 +8,9 @@
 
 #include "ThreadCount.h"
 #include "Utf8Cut.h"
+#include "obj/OBJModel.h"
 #include "plugin/CallLimits.h"
+#include "plugin/KOBJRev01.h"
 
 namespace {
 
@@ -40,7 +42,8 @@ AssertionsAsAsked::AssertionsAsAsked() {
   if (answersAssertions) answered_.emplace();
 }
 
-void answer(char* block1, const WavefrontOBJ::OBJFailedAssertion& failed) noexcept {
+void giveUpModel(char* block1, const WavefrontOBJ::OBJFailedAssertion& failed) noexcept {
+  delete std::exchange(gOBJModel, nullptr);
   std::array<char, 256> text{};
   answer(block1, failed.text(text));
 }

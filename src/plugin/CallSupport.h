@@ -20,18 +20,17 @@ class AssertionsAsAsked {
   std::optional<WavefrontOBJ::OBJAnsweredAssertions> answered_;
 };
 
-/// Writes to `block1` which assertion has failed.
-void answer(char* block1, const WavefrontOBJ::OBJFailedAssertion& failed) noexcept;
+/// Frees the current model and writes to `block1` why.
+void giveUpModel(char* block1, const WavefrontOBJ::OBJFailedAssertion& failed) noexcept;
 
-/// The work of a call; -1 for an exception, and for a failed assertion where such are answered. What work
-/// there is changes the current model at its end, when nothing can fail any more, and `LoadOBJFile` frees it.
+/// The work of a call; -1 for an exception, and for a failed assertion where such are answered.
 template <class Work>
 float guarded(char* block1, Work work) {
   try {
     const AssertionsAsAsked assertions;
     return work();
   } catch (const WavefrontOBJ::OBJFailedAssertion& failed) {
-    answer(block1, failed);
+    giveUpModel(block1, failed);
     return -1.0F;
   } catch (...) {
     return -1.0F;
