@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "obj/OBJBlockMemory.h"
+
 namespace WavefrontOBJ {
 
 /// Splits an element index into block and slot without a division on 64-bit machines: the block is the upper
@@ -123,10 +125,21 @@ class OBJBlocks {
 /// memory before: an unwritten slot may be read (more normals than texture coordinates in a whole-model
 /// write).
 template <class Element>
-struct OBJZeroedBlocks {
-  Element* operator()(std::uint32_t blockSize) const {
+class OBJZeroedBlocks {
+ public:
+  Element* operator()(std::uint32_t blockSize) {
+    // Arrays of a few blocks are not worth it.
+    constexpr std::size_t kSmall = std::size_t{2} << 20;
+    const std::size_t bytes = blockSize * sizeof(Element);
+    if (left_ < bytes && taken_ >= kSmall) left_ = OBJBlockMemory::expectBlocks();
+    taken_ += bytes;
+    left_ -= std::min(left_, bytes);
     return static_cast<Element*>(std::calloc(blockSize, sizeof(Element)));
   }
+
+ private:
+  std::size_t taken_ = 0;  ///< bytes of all blocks
+  std::size_t left_ = 0;   ///< bytes that large pages were last preferred for and that were not taken since
 };
 
 /// Elements in blocks from the system allocator. Slots are raw memory, zero until they are written.

@@ -49,6 +49,20 @@ bool OBJBlockMemory::addPiece(std::size_t bytes) {
   return true;
 }
 
+std::size_t OBJBlockMemory::expectBlocks() {
+  constexpr std::size_t kBytes = std::size_t{16} << 20;
+#if defined(__GLIBC__)
+  // What was asked for at once and has been given back is where the next blocks lie. So much comes from
+  // glibc's heap once it has had as much back: the second time at the latest.
+  for (int i = 0; i < 2; ++i) {
+    void* const memory = std::malloc(kBytes);
+    preferLargePages(memory, kBytes);
+    std::free(memory);
+  }
+#endif
+  return kBytes;
+}
+
 void* OBJBlockMemory::take(std::size_t count, std::size_t size) {
   if (size != 0 && count > SIZE_MAX / 4 / size) return nullptr;
   const std::size_t bytes = roundUp(count * size, kAlignment);

@@ -20,6 +20,10 @@ class KSMTH_API OBJBlockMemory {
   /// when there is no memory for them.
   void* take(std::size_t count, std::size_t size);
 
+  /// Tells the system allocator that many blocks, each smaller than a large page, will be asked of it one by
+  /// one, so that they come to lie in large pages as well; for so many bytes of them as it answers.
+  static std::size_t expectBlocks();
+
  private:
   struct Piece;
 
