@@ -4,19 +4,30 @@
 
 #include <assimp/scene.h>
 #include <assimp/Importer.hpp>
+#include <thread>
 #include <vector>
 
 #include "PluginCalls.h"
 #include "document/OBJDocument.h"
+#include "plugin/CallLimits.h"
 
 namespace bench {
 namespace {
 
 class PluginLoader : public Loader {
  public:
-  bool load(const std::string& path) override { return loadModel(path) > 0.0F; }
+  explicit PluginLoader(unsigned threads) : threads_(threads) {}
+  bool load(const std::string& path) override {
+    const unsigned before = KSmthGrpImpt_SetThreads(threads_);
+    const bool loaded = loadModel(path) > 0.0F;
+    KSmthGrpImpt_SetThreads(before);
+    return loaded;
+  }
   std::uint64_t faceCount() const override { return static_cast<std::uint64_t>(modelInfo("faceCount")); }
   void clear() override { freeModel(); }
+
+ private:
+  unsigned threads_;
 };
 
 class DocumentLoader : public Loader {
@@ -77,7 +88,8 @@ class AssimpLoader : public Loader {
 }  // namespace
 
 std::unique_ptr<Loader> makeLoader(const std::string& name) {
-  if (name == "plugin") return std::make_unique<PluginLoader>();
+  if (name == "plugin") return std::make_unique<PluginLoader>(1);
+  if (name == "plugin_threads") return std::make_unique<PluginLoader>(std::thread::hardware_concurrency());
   if (name == "document") return std::make_unique<DocumentLoader>(1);
   if (name == "document_threads") return std::make_unique<DocumentLoader>(0);
   if (name == "tinyobjloader") return std::make_unique<TinyLoader>();

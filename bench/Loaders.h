@@ -17,8 +17,8 @@ class Loader {
 };
 
 /// What can be compared, ours first. Polygons stay polygons with all of them.
-inline constexpr const char* kLoaders[] = {"plugin", "document", "document_threads", "tinyobjloader",
-                                           "assimp"};
+inline constexpr const char* kLoaders[] = {"plugin",           "plugin_threads", "document",
+                                           "document_threads", "tinyobjloader",  "assimp"};
 
 /// Null for any other name.
 std::unique_ptr<Loader> makeLoader(const std::string& name);

@@ -75,12 +75,13 @@ GOALS = [
     Goal("memory of a cold load, over the empty process", counter("cold/plugin", "MiB"), "faces, 84 bytes each",
          unit="MiB", most=132),
     # One thread and all; the goals are those of two.
-    Goal("document on all threads, cold", beside("cold/document_threads", "cold/document"),
-         "the join of the pieces; memory", least=1.6),
-    Goal("document on all threads, warm", beside("warm/document_threads", "warm/document"), "the join of the pieces",
-         least=1.6),
-    Goal("memory on all threads, beside one", ratio("cold/document_threads", "cold/document", "MiB"),
-         "pieces until joined", most=1.25),
+    *[goal for name, loader in (("load", "plugin"), ("document", "document")) for goal in (
+        Goal(f"{name} on all threads, cold", beside(f"cold/{loader}_threads", f"cold/{loader}"),
+             "what is taken in by one; memory", least=1.6),
+        Goal(f"{name} on all threads, warm", beside(f"warm/{loader}_threads", f"warm/{loader}"),
+             "what is taken in by one", least=1.6),
+        Goal(f"{name} on all threads, memory beside one", ratio(f"cold/{loader}_threads", f"cold/{loader}", "MiB"),
+             "pieces until taken in", most=1.25))],
     # The model of the host's calls.
     Goal("whole export", megabytes("export/plugin"), "digits of numbers", unit="MB/s", least=800),
     Goal("ranges of interleaved groups", counter("scale_group_ranges/1M_interleaved", "ns_per_face"), "faces of a group "

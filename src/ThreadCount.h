@@ -16,16 +16,21 @@ inline unsigned setThreads(unsigned threads) {
   return gThreadsAsked.exchange(std::min(threads, kMostThreads));
 }
 
-/// Threads that large work may use, the calling one included: what the program asked for, else the
-/// environment's KSMTH_THREADS, else one for each processor, up to eight.
-inline unsigned threadCount() {
+/// The same or, for nothing, the number in the environment's KSMTH_THREADS; 0 for none there either.
+inline unsigned threadsAsked() {
   if (const unsigned asked = gThreadsAsked; asked != 0) return asked;
+  const char* text = std::getenv("KSMTH_THREADS");
+  if (text == nullptr) return 0;
   unsigned threads = 0;
-  if (const char* text = std::getenv("KSMTH_THREADS")) {
-    for (; *text >= '0' && *text <= '9'; ++text)
-      threads = std::min(threads * 10 + static_cast<unsigned>(*text - '0'), kMostThreads);
-    if (*text == '\0' && threads != 0) return threads;
-  }
+  for (; *text >= '0' && *text <= '9'; ++text)
+    threads = std::min(threads * 10 + static_cast<unsigned>(*text - '0'), kMostThreads);
+  return *text == '\0' ? threads : 0;
+}
+
+/// Threads that large work may use, the calling one included: what was asked for, else one for each
+/// processor, up to eight.
+inline unsigned threadCount() {
   constexpr unsigned kMostByItself = 8;
-  return std::clamp(std::thread::hardware_concurrency(), 1U, kMostByItself);
+  const unsigned asked = threadsAsked();
+  return asked != 0 ? asked : std::clamp(std::thread::hardware_concurrency(), 1U, kMostByItself);
 }

@@ -6,7 +6,7 @@
 
 #include "document/DocumentPiece.h"
 #include "document/DocumentReader.h"
-#include "document/Helpers.h"
+#include "Helpers.h"
 #include "document/Turns.h"
 
 namespace WavefrontOBJ {

@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-#include "document/Helpers.h"
+#include "Helpers.h"
 #include "document/NumberText.h"
 #include "document/OBJDocument.h"
 #include "document/VectorLines.h"

@@ -25,6 +25,16 @@ class KSMTH_API OBJFaceArray : public OBJBlocks<std::unique_ptr<OBJFaceBlock>, O
   /// The same for a face that is not a flat record.
   bool push_back(const OBJFaceView& face, const OBJFaceGeometry& geometry) { return append(face, geometry); }
 
+  /// The same for a face whose corners stand in memory that `addMemory` gave.
+  bool push_back(const OBJFaceView& face, const OBJFaceGeometry& geometry, const OBJPlacedCorners& corners) {
+    return append(face, geometry, corners);
+  }
+  /// Memory beside that of `cornerRoom`, for a thread that puts corners in their place. It lives as long as
+  /// the faces. Throws std::bad_alloc.
+  OBJFaceMemory& addMemory() {
+    return *maker_.allMemory().others.emplace_back(std::make_unique<OBJFaceMemory>());
+  }
+
   /// Where the corners of the next face can be written before `commitCorners`, see
   /// `OBJFaceBlock::cornerRoom`. Null when there is no such place: the next face begins a block, the block is
   /// flat, or there is no memory.

@@ -45,9 +45,14 @@ bool OBJFaceMemory::reserveCorners(std::uint32_t words) {
   return true;
 }
 
+OBJFaceMemory& OBJFaceBlocks::allMemory() {
+  if (memory == nullptr) memory = std::make_shared<OBJFaceMemory>();
+  return *memory;
+}
+
 std::unique_ptr<OBJFaceBlock> OBJFaceBlocks::operator()(std::uint32_t blockSize) try {
   if (blockSize > kMaxBlockSize) return nullptr;
-  if (memory == nullptr) memory = std::make_shared<OBJFaceMemory>();
+  allMemory();
   return std::make_unique<OBJFaceBlock>(blockSize, memory);
 } catch (const std::bad_alloc&) {
   return nullptr;
@@ -68,13 +73,12 @@ bool OBJFaceBlock::canBePacked(const OBJFace& face) {
   return endsInZeros(face.vertexIndex) && endsInZeros(face.textureIndex) && endsInZeros(face.normalIndex);
 }
 
-/// Makes room for one more packed face: its corners, a run, and with the first the rest of all of them. False
+/// Makes room for one more run of packed faces, and with the first for all of them but their corners. False
 /// without memory; what has been had by then serves the next try.
-bool OBJFaceBlock::reserve() {
+bool OBJFaceBlock::reserveRun() {
   static_assert(std::is_trivially_copyable_v<Header> && sizeof(Header) == 8);
   static_assert(std::is_trivially_copyable_v<Geometry> && sizeof(Geometry) == 28);
   static_assert(std::is_trivially_copyable_v<Run>);
-  if (!memory_->reserveCorners(kCornerRoom)) return false;
   if (runCount_ < runCapacity_) return true;
   if (headers_ == nullptr) {
     // Not zeroed: only slots in use are read, and memory that is touched twice costs twice.
@@ -103,24 +107,28 @@ bool OBJFaceBlock::makeFlat() {
 }
 
 std::uint32_t* OBJFaceBlock::cornerRoom(std::uint32_t slot) {
-  if (records_ != nullptr || slot != used_) return nullptr;
+  if (!takesPacked(slot)) return nullptr;
   const bool ready = memory_->cornersLeft >= kCornerRoom && runCount_ < runCapacity_;
-  return ready || reserve() ? memory_->corners + memory_->cornersUsed : nullptr;
+  if (!ready && !(memory_->reserveCorners(kCornerRoom) && reserveRun())) return nullptr;
+  return memory_->corners + memory_->cornersUsed;
 }
 
 void OBJFaceBlock::commitCorners(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
-  OBJFaceMemory& memory = *memory_;
-  const bool storesTexture = face.textureIndex.isStored();
-  const bool storesNormal = face.normalIndex.isStored();
-  const Run run{memory.corners, face.smoothingGroup, face.materialIndex, face.hasTexture,
-                face.hasNormal, storesTexture,       storesNormal};
+  commit(face, geometry, memory_->next());
+  const std::uint32_t indices =
+      1U + (face.textureIndex.isStored() ? 1U : 0U) + (face.normalIndex.isStored() ? 1U : 0U);
+  memory_->keep(face.vertexCount * indices);
+}
+
+/// Stores a packed face whose corners are in their place.
+void OBJFaceBlock::commit(const OBJFaceView& face, const OBJFaceGeometry& geometry,
+                          const OBJPlacedCorners& corners) {
+  const Run run{corners.piece,  face.smoothingGroup,          face.materialIndex,         face.hasTexture,
+                face.hasNormal, face.textureIndex.isStored(), face.normalIndex.isStored()};
   if (runCount_ == 0 || !(runs_[runCount_ - 1] == run)) runs_[runCount_++] = run;
-  headers_[used_] = {runCount_ - 1, static_cast<std::uint16_t>(memory.cornersUsed),
+  headers_[used_] = {runCount_ - 1, static_cast<std::uint16_t>(corners.first),
                      static_cast<std::uint8_t>(face.vertexCount)};
   setPacked(used_, geometry.normal, geometry.center);
-  const std::uint32_t words = face.vertexCount * (1U + (storesTexture ? 1U : 0U) + (storesNormal ? 1U : 0U));
-  memory.cornersUsed += words;
-  memory.cornersLeft -= words;
   ++used_;
 }
 
@@ -145,8 +153,15 @@ bool OBJFaceBlock::store(std::uint32_t slot, const OBJFaceView& face, const OBJF
   return true;
 }
 
+bool OBJFaceBlock::store(std::uint32_t slot, const OBJFaceView& face, const OBJFaceGeometry& geometry,
+                         const OBJPlacedCorners& corners) {
+  if (!canBePacked(geometry) || !takesPacked(slot) || !reserveRun()) return store(slot, face, geometry);
+  commit(face, geometry, corners);
+  return true;
+}
+
 bool OBJFaceBlock::store(std::uint32_t slot, const OBJFace& face) {
-  if (records_ == nullptr && slot == used_ && canBePacked(face)) {
+  if (takesPacked(slot) && canBePacked(face)) {
     return store(slot, OBJFaceView::of(face), geometryOf(face));
   }
   if (!makeFlat()) return false;

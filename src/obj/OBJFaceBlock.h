@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "KSmthExport.h"
 #include "obj/OBJBlockMemory.h"
@@ -11,15 +12,31 @@
 
 namespace WavefrontOBJ {
 
+/// Where the corners of a face stand, for each its vertex index, then its texture index and its normal index,
+/// each where the face has them.
+struct OBJPlacedCorners {
+  const std::uint32_t* piece;  ///< of an `OBJFaceMemory`
+  std::uint32_t first;         ///< word of it, below `OBJFaceMemory::kPieceWords`
+};
+
 /// The memory of packed faces, shared by the blocks of an array and freed with the last of them.
 struct OBJFaceMemory {
   OBJBlockMemory blocks;
   std::uint32_t* corners = nullptr;  ///< the piece that the corners of the next face go to
   std::uint32_t cornersUsed = 0;     ///< words of it
   std::uint32_t cornersLeft = 0;
+  /// For threads that place corners beside one another.
+  std::vector<std::unique_ptr<OBJFaceMemory>> others;
 
   /// Makes room for `words`, of `kPieceWords` at most. False without memory for them.
   bool reserveCorners(std::uint32_t words);
+  /// Where the corners of the next face belong.
+  OBJPlacedCorners next() const { return {corners, cornersUsed}; }
+  /// Keeps the next `words` corners.
+  void keep(std::uint32_t words) {
+    cornersUsed += words;
+    cornersLeft -= words;
+  }
   static constexpr std::uint32_t kPieceWords = 1U << 16;
 };
 
@@ -44,10 +61,14 @@ class KSMTH_API OBJFaceBlock {
   bool store(std::uint32_t slot, const OBJFace& face);
   /// The same for a face that is not a flat record.
   bool store(std::uint32_t slot, const OBJFaceView& face, const OBJFaceGeometry& geometry);
+  /// The same for a face whose corners stand in the array's memory already, in the form of
+  /// `OBJPlacedCorners`.
+  bool store(std::uint32_t slot, const OBJFaceView& face, const OBJFaceGeometry& geometry,
+             const OBJPlacedCorners& corners);
 
-  /// Where the corners of the face for `slot` can be written before `commitCorners`: for each corner its
-  /// vertex index, then its texture index and its normal index, each where the face has them. `kCornerRoom`
-  /// words. Null when the block is flat, when `slot` is not the next one, or without memory.
+  /// Where the corners of the face for `slot` can be written before `commitCorners`, in the form of
+  /// `OBJPlacedCorners`. `kCornerRoom` words. Null when the block is flat, when `slot` is not the next one,
+  /// or without memory.
   std::uint32_t* cornerRoom(std::uint32_t slot);
   /// Stores the face whose corners stand in `cornerRoom`, which `face` shows.
   void commitCorners(const OBJFaceView& face, const OBJFaceGeometry& geometry);
@@ -101,8 +122,10 @@ class KSMTH_API OBJFaceBlock {
 
   static bool canBePacked(const OBJFaceGeometry& geometry);
   static bool canBePacked(const OBJFace& face);
-  bool reserve();
+  bool takesPacked(std::uint32_t slot) const { return records_ == nullptr && slot == used_; }
+  bool reserveRun();
   bool makeFlat();
+  void commit(const OBJFaceView& face, const OBJFaceGeometry& geometry, const OBJPlacedCorners& corners);
   void setPacked(std::uint32_t slot, const OBJVector& normal, const OBJVector& center);
 
   std::uint32_t blockSize_;
@@ -120,6 +143,8 @@ class KSMTH_API OBJFaceBlock {
 struct OBJFaceBlocks {
   std::shared_ptr<OBJFaceMemory> memory;
 
+  /// Made with the first use. Throws std::bad_alloc.
+  KSMTH_API OBJFaceMemory& allMemory();
   /// Null when there is no memory, or can be none, for a block of `blockSize` faces.
   KSMTH_API std::unique_ptr<OBJFaceBlock> operator()(std::uint32_t blockSize);
 };

@@ -45,6 +45,12 @@ bool OBJModel::appendFace(const OBJFaceView& face, bool inPlace) {
   return true;
 }
 
+bool OBJModel::appendFace(const OBJFaceView& face, const OBJPlacedCorners& corners) {
+  if (!_faces->push_back(face, faceGeometry(face, *_vertices), corners)) return false;
+  fileLastFace(face.materialIndex);
+  return true;
+}
+
 void OBJModel::fileLastFace(std::int32_t materialIndex) {
   // -1, for none, is past every list.
   const auto list = static_cast<std::uint32_t>(materialIndex);

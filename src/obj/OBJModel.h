@@ -194,6 +194,8 @@ class KSMTH_API OBJModel {
   /// material. `inPlace` tells that its corners stand in `OBJFaceArray::cornerRoom` already. False when there
   /// is no memory for it.
   bool appendFace(const OBJFaceView& face, bool inPlace);
+  /// The same for a face whose corners stand in memory of `OBJFaceArray::addMemory`.
+  bool appendFace(const OBJFaceView& face, const OBJPlacedCorners& corners);
   /// Appends the index of the last face to its material's list.
   void fileLastFace(std::int32_t materialIndex);
   /// The list of group `name`, made where it is new.

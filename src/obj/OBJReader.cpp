@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "ThreadCount.h"
 #include "obj/OBJAssert.h"
 #include "obj/text/ScanFloats.h"
 #include "obj/text/TokenStream.h"
@@ -43,7 +44,9 @@ struct OwnedMaterials {
 }
 
 bool readFrom(OBJModel& model, const OBJByteSource* source, std::string& path, bool strict) try {
-  return OBJReader(model, std::move(path), strict).read(source);
+  OBJReadOptions options;
+  options.threads = threadsAsked();
+  return OBJReader(model, std::move(path), strict, options).read(source);
 } catch (const std::bad_alloc&) {
   // Short enough to need no memory of its own.
   model._errorMessage = "Out of memory.";
@@ -98,7 +101,7 @@ OBJReader::OBJReader(OBJModel& model, std::string path, bool strict, const OBJRe
       path_(std::move(path)),
       directory_(OBJModel::getPath(path_)),
       strict_(strict),
-      fastPath_(options.fastPath),
+      options_(options),
       source_(std::max<std::size_t>(options.blockBytes, 1), kMaxLineCharacters + 1) {
   for (std::size_t i = 0; i < model._materials.size(); ++i) {
     materials_.emplace(model._materials[i].name, static_cast<std::int32_t>(i));
@@ -114,12 +117,23 @@ bool OBJReader::read(const OBJByteSource* source) {
     model_._errorMessage = "OBJ file not found: " + path_;
     return false;
   }
-  mapDigits();
+  showText();
+  // Threads do not come cheaper than so much text.
+  constexpr int kBlocksAlone = 8;
+  const bool alone = options_.threads <= 1 || !options_.fastPath || source != nullptr;
+  for (int blocks = 1;; ++blocks) {
+    if (!readShown()) return false;
+    if (!source_.needsFill()) return true;
+    if (!alone && blocks >= kBlocksAlone) return readPieces();
+    fillSource();
+  }
+}
+
+/// Reads the lines that the source shows as a whole.
+bool OBJReader::readShown() {
   for (;;) {
-    if (source_.needsFill()) fillSource();
-    if (fastPath_) readFastLines();
-    if (source_.needsFill()) continue;
-    if (source_.begin() == source_.end()) return true;
+    if (options_.fastPath) readFastLines();
+    if (source_.needsFill() || source_.begin() == source_.end()) return true;
     copyLine();
     if (readLine() == Outcome::readFailed) return false;
   }
@@ -128,19 +142,20 @@ bool OBJReader::read(const OBJByteSource* source) {
 void OBJReader::fillSource() {
   token();
   source_.fill();
-  mapDigits();
+  showText();
 }
 
-void OBJReader::mapDigits() {
-  if (!fastPath_) return;
-  digits_.build(source_.begin(), static_cast<std::size_t>(source_.end() - source_.begin()));
+/// Has the fast path work on what the source shows.
+void OBJReader::showText() {
+  if (!options_.fastPath) return;
+  plain_.setText(source_.begin(), static_cast<std::size_t>(source_.end() - source_.begin()));
 }
 
 /// The shared token, with a corner that the fast path left in the file's bytes copied in.
 std::string& OBJReader::token() {
-  if (!fastToken_.empty()) {
-    token_.assign(fastToken_);
-    fastToken_ = {};
+  if (!plain_.lastToken.empty()) {
+    token_.assign(plain_.lastToken);
+    plain_.lastToken = {};
   }
   return token_;
 }
@@ -208,12 +223,11 @@ void OBJReader::readVector() {
   const char kind = line_.size() > 1 ? line_[1] : '\0';
   const bool normal = kind == 'n';
   const bool texture = kind == 't';
-  float values[3] = {scratch_.x, scratch_.y, scratch_.z};
+  float values[3] = {plain_.lastVector.x, plain_.lastVector.y, plain_.lastVector.z};
   const int converted = scanThreeFloats(textAfter(normal || texture ? 2 : 1), values);
   if (texture && converted == 2) values[2] = 0.0F;
-  scratch_ = OBJVector(values[0], values[1], values[2]);
-  OBJVectorArray& target = normal ? *model_._normals : texture ? *model_._textureCoords : *model_._vertices;
-  if (!target.push_back(scratch_)) throw std::bad_alloc();
+  plain_.lastVector = OBJVector(values[0], values[1], values[2]);
+  add(normal ? normals() : texture ? textures() : positions(), plain_.lastVector);
 }
 
 void OBJReader::readGroups() {
@@ -311,9 +325,19 @@ OBJReader::Outcome OBJReader::readFace() {
 
 /// Adds a face with the material, smoothing group and groups in force.
 void OBJReader::addFace(OBJFaceView& face, bool inPlace) {
+  enterState(face);
+  if (!model_.appendFace(face, inPlace)) throw std::bad_alloc();
+  enterGroups();
+}
+
+/// Gives a face the material and smoothing group in force.
+void OBJReader::enterState(OBJFaceView& face) const {
   face.smoothingGroup = smoothingGroup_;
   face.materialIndex = materialIndex_;
-  if (!model_.appendFace(face, inPlace)) throw std::bad_alloc();
+}
+
+/// Adds the last face to the groups in force.
+void OBJReader::enterGroups() {
   if (groupLists_.empty()) {
     for (const std::string& name : groupNames_) groupLists_.push_back(&model_.groupList(name));
     if (groupNames_.size() == 1 && knownGroups_.size() < kMaxKnownGroups) {

@@ -13,6 +13,19 @@ OBJVector& OBJVectorArray::slot(std::uint32_t index) const {
   return *element;
 }
 
+bool OBJVectorArray::push_back(const OBJVector* elements, std::size_t size) {
+  while (size != 0) {
+    const std::uint32_t slot = nextSlot();
+    if (slot == kNoSlot) return false;
+    const auto added = static_cast<std::uint32_t>(std::min<std::size_t>(size, blockSize - slot));
+    std::memcpy(blocks[static_cast<std::size_t>(lastBlock)] + slot, elements, added * sizeof(OBJVector));
+    count += added;
+    elements += added;
+    size -= added;
+  }
+  return true;
+}
+
 bool OBJVectorArray::Contains(const OBJVector& vector) const {
   std::uint32_t left = count;
   for (const OBJVector* block : blocks) {

@@ -14,6 +14,8 @@ class KSMTH_API OBJVectorArray : public OBJBlockArray<OBJVector> {
   /// Appends a copy. False, with nothing changed, when a new block cannot be obtained or the public fields
   /// name a block that is not there.
   bool push_back(const OBJVector& element) { return append(element); }
+  /// The same for each of `size` elements, in their order; false with the first for which it would be.
+  bool push_back(const OBJVector* elements, std::size_t size);
 
   /// The element at `index`. Only the block is checked: an index past `count` inside the last block answers
   /// the unwritten slot, so compare with `count`. An index in a block that does not exist fails the

@@ -160,6 +160,7 @@ TEST(ReaderPaths, AgreeOnGeneratedAndMutatedFiles) {
   const TempFolder folder;
   Random random(6);
   int read = 0;
+  std::string all;
   for (int i = 0; i < 400; ++i) {
     const std::string text = randomFile(random);
     const std::string path = folder.write("m.obj", text);
@@ -175,7 +176,23 @@ TEST(ReaderPaths, AgreeOnGeneratedAndMutatedFiles) {
     }
     const auto fromMemory = [&](OBJModel& m) { return m.readBytes(text, path, strict); };
     ASSERT_EQ(outcome(fromMemory, messages), exact) << text;
-    read += expected.starts_with("\nread") ? 1 : 0;
+    if (!expected.starts_with("\nread")) continue;
+    ++read;
+    all += text + "\n";
   }
   EXPECT_GT(read, 100) << "files that read to their end are among them";
+  // Together they are enough for several threads, in pieces that are cut anywhere.
+  for (const char* ending : {"", "v 1 2\nf 1 2 3\ns 2\nf 1 2 99999999\nv 1 2 3\n"}) {
+    const std::string path = folder.write("m.obj", all + ending);
+    const auto with = [&path](bool fast, std::size_t block, unsigned threads) {
+      return outcome(
+          [&](OBJModel& m) {
+            return OBJReader(m, path, false, {fast, block, threads}).read();
+          },
+          true);
+    };
+    const std::string exact = with(false, 4096, 1);
+    for (const auto& [block, threads] : {std::pair{1U, 2U}, {50U, 5U}, {600U, 3U}, {9000U, 2U}})
+      ASSERT_TRUE(with(true, block, threads) == exact) << "blocks of " << block;
+  }
 }

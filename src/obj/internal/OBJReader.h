@@ -2,13 +2,15 @@
 
 #include <cstdint>
 #include <functional>
+#include <new>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "obj/OBJModel.h"
-#include "obj/text/DigitScan.h"
+#include "obj/internal/OBJPiece.h"
+#include "obj/internal/OBJPlainLines.h"
 #include "obj/text/TextSource.h"
 
 // For the library and its tests alone: not part of the library's interface.
@@ -17,20 +19,21 @@ namespace WavefrontOBJ {
 
 class OBJTokenStream;
 
-/// Longest line; the rest of a longer one is read as the next line.
-inline constexpr std::size_t kMaxLineCharacters = 1024;
-
 /// How an OBJ file is read. The defaults are the fastest; the result does not depend on them.
 struct OBJReadOptions {
   bool fastPath = true;                  ///< read well-formed lines without the line buffer
   std::size_t blockBytes = 128U * 1024;  ///< bytes asked of the file at a time
+  unsigned threads = 1;                  ///< that read a file of more than a few blocks, with the fast path
 };
 
 /// One read of an OBJ file into a model: the state between lines and the work on each kind of line.
 ///
 /// Every line can be read by the exact path, which works on a copy of the line with the rules of C-locale
 /// streams and `sscanf`. Well-formed "v", "vt", "vn" and "f" lines have a fast path through the file's bytes
-/// instead; it either reads the whole line, with the same outcome, or leaves everything as it was.
+/// instead, see `OBJPlainLines`.
+///
+/// On several threads, the fast path works on pieces of the file side by side; this thread then takes in what
+/// it has come to, piece by piece, and reads the lines that it left.
 class OBJReader {
  public:
   OBJReader(OBJModel& model, std::string path, bool strict, const OBJReadOptions& options = {});
@@ -64,35 +67,43 @@ class OBJReader {
   bool resolve(std::int32_t fileIndex, std::uint32_t count, const char* zeroText, const char* beyondText,
                std::uint32_t& index);
 
-  // Fast path, in OBJReaderFast.cpp. What reads a line answers the line feed that ends it, or null with
-  // everything as it was.
+  // Fast path, in OBJReaderFast.cpp; what it adds lines to.
+  friend class OBJPlainLines<OBJReader>;
+  OBJVectorArray& positions() { return *model_._vertices; }
+  OBJVectorArray& textures() { return *model_._textureCoords; }
+  OBJVectorArray& normals() { return *model_._normals; }
+  static void add(OBJVectorArray& array, const OBJVector& vector) {
+    if (!array.push_back(vector)) throw std::bad_alloc();
+  }
+  static std::uint32_t limitOf(const OBJVectorArray& array) { return array.count; }
+  std::uint32_t* cornerRoom() { return model_._faces->cornerRoom(); }
+  const char* readGroup(const char* line);
   void readFastLines();
-  const char* readFastLine(const char* line);
-  const char* addVector(const char* line, const char* next, const OBJVector& vector, OBJVectorArray& target);
-  template <bool kTwoSuffice>
-  const char* readFastVector(const char* line, const char* text, OBJVectorArray& target);
-  const char* readFastFace(const char* line);
-  const char* readFastGroup(const char* line);
-  template <bool kTexture, bool kNormal>
-  const char* readFastCorners(const char* line, const char* text);
-  using ReadCorners = const char* (OBJReader::*)(const char* line, const char* text);
-  static const char* fastLineEnd(const char* line, const char* text);
 
+  // Pieces, in OBJReaderPieces.cpp.
+  bool readPieces();
+  bool join(const OBJPiece& piece);
+  void append(const OBJPiece& piece, OBJPiece::Counts& done, const OBJPiece::LeftLine& end);
+
+  bool readShown();
   void fillSource();
-  void mapDigits();
+  void showText();
   std::string& token();
   std::string_view textAfter(std::size_t characters) const;
   void addFace(OBJFaceView& face, bool inPlace);
+  void enterState(OBJFaceView& face) const;
+  void enterGroups();
   void note(OBJReadNote::Kind kind, std::string_view text);
 
   OBJModel& model_;
   const std::string path_;
   const std::string directory_;
   const bool strict_;
-  const bool fastPath_;
+  const OBJReadOptions options_;
   OBJTextSource source_;
-  OBJDigitMap digits_;  ///< of the source's window as it was last filled, for the fast path
-  ReadCorners readCorners_ = &OBJReader::readFastCorners<true, true>;  ///< for the form of the last face
+  // Of the source's window as it was last filled. Its last vector of any kind is that of both paths. Its last
+  // token only notes where it stands: the text is copied when somebody asks or before the bytes move.
+  OBJPlainLines<OBJReader> plain_{*this};
 
   std::string line_;                ///< the current line as a C string sees it, its keyword in lower case
   std::size_t lineNumber_ = 0;      ///< of `line_`, from 1
@@ -104,12 +115,7 @@ class OBJReader {
   std::vector<OBJElementList*> groupLists_;  ///< lists of `groupNames_`, empty until a face needs them
   std::int32_t materialIndex_ = -1;
   std::uint32_t smoothingGroup_ = 0;
-  OBJVector scratch_;  ///< numbers of the last vector line of any kind
-
-  // The token that all kinds of line share. A fast face line only notes where its last corner stands; the
-  // text is copied when somebody asks or before the bytes move.
-  std::string token_;
-  std::string_view fastToken_;
+  std::string token_;  ///< that all kinds of line share
 };
 
 }  // namespace WavefrontOBJ

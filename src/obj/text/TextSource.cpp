@@ -32,6 +32,33 @@ std::size_t OBJTextSource::read(char* buffer, std::size_t bytes) {
   return source_ != nullptr ? (*source_)(buffer, bytes) : std::fread(buffer, 1, bytes, file_.get());
 }
 
+std::size_t OBJTextSource::takeLines(char* text) {
+  char* const base = buffer_.data() + OBJDigitMap::kUnderread;
+  auto held = static_cast<std::size_t>(end_ - begin_);
+  std::memcpy(text, begin_, held);
+  std::size_t whole = 0;
+  do {
+    if (!atFileEnd_) {
+      const std::size_t got = read(text + held, blockBytes_);
+      held += got;
+      atFileEnd_ = got < blockBytes_;
+    }
+    whole = atFileEnd_ ? held : linesIn({text, held});
+  } while (whole == 0 && !atFileEnd_);
+  std::memcpy(base, text + whole, held - whole);
+  begin_ = base;
+  end_ = base + (held - whole);
+  return whole;
+}
+
+/// Bytes of whole lines that `text` begins with.
+std::size_t OBJTextSource::linesIn(std::string_view text) const {
+  const std::size_t lineFeed = text.rfind('\n');
+  const std::size_t first = lineFeed == std::string_view::npos ? 0 : lineFeed + 1;
+  const std::size_t longest = lookahead_ - 1;
+  return first + (text.size() - first) / longest * longest;
+}
+
 void OBJTextSource::fill() {
   char* const base = buffer_.data() + OBJDigitMap::kUnderread;
   auto held = static_cast<std::size_t>(end_ - begin_);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "obj/OBJStreams.h"
@@ -36,6 +37,17 @@ class OBJTextSource {
   bool showsLineAt(const char* line) const {
     return static_cast<std::size_t>(end_ - line) >= (atFileEnd_ ? 1 : lookahead_);
   }
+  /// Shows [begin, end) and nothing behind it. What stands around it is as `end` says.
+  void show(const char* begin, const char* end) {
+    begin_ = begin;
+    end_ = end;
+    atFileEnd_ = true;
+  }
+  /// Bytes that `takeLines` may write.
+  std::size_t linesRoom() const { return lookahead_ + blockBytes_; }
+  /// Writes the next bytes to `text`, about a block of them, up to where a line ends: behind a line feed, or
+  /// behind a whole number of lookaheads less 1 without one. Answers how many, 0 at the end of the file.
+  std::size_t takeLines(char* text);
   /// Reads on until the window holds the lookahead or the file ends. Moves the window: pointers into it are
   /// void afterwards.
   void fill();
@@ -46,6 +58,7 @@ class OBJTextSource {
   };
 
   std::size_t read(char* buffer, std::size_t bytes);
+  std::size_t linesIn(std::string_view text) const;
 
   std::size_t blockBytes_;
   std::size_t lookahead_;

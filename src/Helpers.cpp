@@ -1,4 +1,4 @@
-#include "document/Helpers.h"
+#include "Helpers.h"
 
 #include <csignal>
 #include <exception>

@@ -1,0 +1,103 @@
+#include "obj/internal/OBJPiece.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <new>
+
+namespace WavefrontOBJ {
+
+bool OBJPiece::take(OBJTextSource& source) {
+  char* const text = buffer_.data() + OBJDigitMap::kUnderread;
+  const std::size_t size = source.takeLines(text);
+  text[size] = '\n';
+  end_ = text + size;
+  return size != 0;
+}
+
+void OBJPiece::read(OBJFaceMemory& memory) {
+  memory_ = &memory;
+  try {
+    readLines();
+    isRead_ = true;
+  } catch (const std::exception&) {
+    isRead_ = false;
+  }
+}
+
+void OBJPiece::readLines() {
+  for (Vectors& vectors : vectors_) vectors.clear();
+  needs_ = {};
+  faces_.clear();
+  leftLines_.clear();
+  rest_ = {};
+  plain_.lastToken = {};
+  plain_.setText(begin(), static_cast<std::size_t>(end_ - begin()));
+  std::size_t number = 0;
+  for (const char* line = begin(); line != end_;) {
+    const char* lineFeed = plain_.read(line);
+    if (lineFeed == nullptr) {
+      leave(line, number);
+      leftLines_.push_back(rest_);
+      const auto longest = std::min<std::size_t>(static_cast<std::size_t>(end_ - line), kMaxLineCharacters);
+      lineFeed = static_cast<const char*>(std::memchr(line, '\n', longest));
+      if (lineFeed == nullptr) {
+        line += longest;
+        continue;
+      }
+    }
+    if (lineFeed == end_) break;
+    line = lineFeed + 1;
+    ++number;
+  }
+  leave(end_, number);
+}
+
+/// Makes `rest` what is to be said where `line` is left.
+void OBJPiece::leave(const char* line, std::size_t number) {
+  const Counts before = rest_.before;
+  for (std::size_t kind = 0; kind < kindCount; ++kind) rest_.before.vectors[kind] = vectors_[kind].size();
+  rest_.before.faces = faces_.size();
+  rest_.begin = line;
+  rest_.number = number;
+  rest_.anyVector = rest_.before.vectors != before.vectors;
+  rest_.lastVector = plain_.lastVector;
+  rest_.lastToken = plain_.lastToken;
+  plain_.lastToken = {};
+}
+
+OBJFaceView OBJPiece::Face::view() const {
+  const std::uint32_t* const words = corners.piece + corners.first;
+  OBJFaceView view;
+  view.vertexIndex = OBJCornerIndices(words, stride());
+  if (hasTexture) view.textureIndex = OBJCornerIndices(words + 1, stride());
+  if (hasNormal) view.normalIndex = OBJCornerIndices(words + stride() - 1, stride());
+  view.vertexCount = vertexCount;
+  view.hasTexture = hasTexture;
+  view.hasNormal = hasNormal;
+  return view;
+}
+
+std::uint32_t* OBJPiece::cornerRoom() {
+  if (!memory_->reserveCorners(OBJFaceBlock::kCornerRoom)) throw std::bad_alloc();
+  return memory_->corners + memory_->cornersUsed;
+}
+
+void OBJPiece::addFace(const OBJFaceView& face, bool) {
+  const Face added{memory_->next(), static_cast<std::uint8_t>(face.vertexCount), face.hasTexture,
+                   face.hasNormal};
+  faces_.push_back(added);
+  memory_->keep(added.vertexCount * added.stride());
+  need(position, face.vertexIndex, face.vertexCount);
+  if (face.hasTexture) need(texture, face.textureIndex, face.vertexCount);
+  if (face.hasNormal) need(normal, face.normalIndex, face.vertexCount);
+}
+
+void OBJPiece::need(Kind kind, const OBJCornerIndices& indices, std::uint32_t count) {
+  std::size_t greatest = 0;
+  for (std::uint32_t i = 0; i < count; ++i) greatest = std::max<std::size_t>(greatest, indices[i]);
+  const std::size_t there = vectors_[kind].size();
+  if (greatest >= there) needs_[kind] = std::max(needs_[kind], greatest + 1 - there);
+}
+
+}  // namespace WavefrontOBJ

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "Helpers.h"
+#include "obj/OBJFaceArray.h"
+#include "obj/internal/OBJPiece.h"
+
+// For this folder alone: not part of the library's interface.
+
+namespace WavefrontOBJ {
+
+/// The rest of an OBJ file in pieces, which several threads read and the calling one takes in their order.
+class OBJPieces {
+ public:
+  /// On `threads` threads, the calling one included, or as many as there are. Corners go to memory of
+  /// `faces`. Throws std::bad_alloc.
+  OBJPieces(OBJTextSource source, OBJFaceArray& faces, unsigned threads);
+  OBJPieces(const OBJPieces&) = delete;
+  OBJPieces& operator=(const OBJPieces&) = delete;
+  ~OBJPieces();
+
+  /// The next piece, read; it holds until the next call. Null at the end of the file.
+  const OBJPiece* next();
+
+ private:
+  struct Slot {
+    OBJPiece piece;
+    bool isReady = false;
+  };
+  using Lock = std::unique_lock<std::mutex>;
+
+  void work();
+  bool canBegin() const { return !atEnd_ && begun_ - done_ < slots_.size(); }
+  void readOne(Lock& lock, OBJFaceMemory& memory);
+
+  OBJTextSource source_;
+  std::mutex mutex_;  ///< of all below, and of the source
+  std::condition_variable changed_;
+  std::vector<OBJFaceMemory*> memories_;  ///< for threads that have begun to work, the calling one's first
+  std::size_t memoriesTaken_ = 1;
+  std::vector<Slot> slots_;  ///< piece i is in slot i modulo their number
+  std::size_t begun_ = 0;    ///< pieces of which the text was taken
+  std::size_t done_ = 0;     ///< pieces that were given out and given back
+  bool isOut_ = false;       ///< one more was given out
+  bool atEnd_ = false;       ///< no piece is to be begun
+  Helpers helpers_;          ///< last, so that they end first
+};
+
+}  // namespace WavefrontOBJ
