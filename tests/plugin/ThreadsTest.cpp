@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "TestSupport.h"
+#include "plugin/CallLimits.h"
 #include "plugin/Mesh3DUtils.h"
 #include "plugin/PluginCall.h"
 
@@ -28,7 +29,7 @@ TEST(Threads, WorkOnTheirOwnModelsAndReadOneTogether) {
   const TempFolder folder;
   folder.write("m.mtl", "newmtl red\nKd 1 0 0\nnewmtl blue\nKd 0 0 1\n");
   std::string text = "mtllib m.mtl\nv 0 0 0\nv 0 0 1\n";
-  for (int i = 1; i <= 2000; ++i) {
+  for (int i = 1; text.size() < 2U << 20; ++i) {
     // A ribbon in three groups and two smoothing groups.
     const auto corner = [i](int n) { return " " + std::to_string(2 * i + n) + "/" + std::to_string(i); };
     text += "v 0.1 0 " + std::to_string(i) + "\nv 1e-3 2 0\nvt 0.5 1\ng " + "abc"[i / 10 % 3] + "\ns " +
@@ -55,10 +56,14 @@ TEST(Threads, WorkOnTheirOwnModelsAndReadOneTogether) {
                       std::to_string(shared.GetGroupVertexRange(1, start)) + shared.GetFaceGroupName(17) +
                       describe(*shared.ExtractGroup(2)) + folder.read(whole) + folder.read(group);
   };
+  // Which have threads of their own read the file.
+  KSmthGrpImpt_SetThreads(2);
   std::thread first(work, 1);
   std::thread second(work, 2);
   first.join();
   second.join();
+  KSmthGrpImpt_SetThreads(1);
   work(0);
+  KSmthGrpImpt_SetThreads(0);
   EXPECT_TRUE(results[1] == results[0] && results[2] == results[0]);
 }
