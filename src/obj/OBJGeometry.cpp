@@ -50,16 +50,13 @@ OBJVector OBJVector::normalizeTo1() const {
 }
 
 OBJFaceGeometry faceGeometry(const OBJFaceView& face, const OBJVectorArray& vertices) {
-  Float4 corners[3] = {};
+  OBJVectorArray::Reader positions(vertices);
+  const auto corner = [&](std::uint32_t i) {
+    return std::bit_cast<Float4>(positions.elementOrZero(face.vertexOrZero(i)));
+  };
+  const Float4 corners[3] = {corner(0), corner(1), corner(2)};
   Float4 sum = {};
-  for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
-    const auto position = std::bit_cast<Float4>(vertices.elementOrZero(face.vertexIndex[i]));
-    if (i < 3) corners[i] = position;
-    sum += position;
-  }
-  for (std::uint32_t i = face.vertexCount; i < 3; ++i) {
-    corners[i] = std::bit_cast<Float4>(vertices.elementOrZero(face.vertexOrZero(i)));
-  }
+  for (std::uint32_t i = 0; i < face.vertexCount; ++i) sum += i < 3 ? corners[i] : corner(i);
   Float4 center = sum / static_cast<float>(face.vertexCount);
   center[3] = 1.0F;
 

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
 #include "KSmthExport.h"
 #include "obj/OBJBasic.h"
 #include "obj/OBJBlockArray.h"
@@ -29,6 +33,31 @@ class KSMTH_API OBJVectorArray : public OBJBlockArray<OBJVector> {
     const std::uint32_t block = index_.block(index);
     return index < count && block < blocks.size() ? blocks[block][index_.slot(index, block)] : gZeroVector;
   }
+
+  /// `elementOrZero` for indices that are mostly in the same block, which then is not looked for. The array
+  /// must not change meanwhile.
+  class Reader {
+   public:
+    explicit Reader(const OBJVectorArray& array) : array_(array) {}
+    const OBJVector& elementOrZero(std::uint32_t index) {
+      if (index - first_ >= used_) find(index);
+      return elements_[index - first_];
+    }
+
+   private:
+    void find(std::uint32_t index) {
+      const std::uint32_t block = array_.index_.block(index);
+      const bool there = index < array_.count && block < array_.blocks.size();
+      first_ = there ? block * array_.blockSize : index;
+      used_ = there ? std::min(array_.blockSize, array_.count - first_) : 1;
+      elements_ = there ? array_.blocks[block] : &gZeroVector;
+    }
+
+    const OBJVectorArray& array_;
+    std::uint32_t first_ = 0;  ///< index of the first of `elements_`
+    std::uint32_t used_ = 0;
+    const OBJVector* elements_ = nullptr;
+  };
 
   /// True if an element equals `vector` in all four components (exact comparison). Scans in index order.
   bool Contains(const OBJVector& vector) const;

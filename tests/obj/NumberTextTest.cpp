@@ -122,6 +122,20 @@ TEST(NumberText, FloatsAsSscanfConvertsThem) {
   EXPECT_EQ(scanThreeFloats(std::string_view("4 5\0 6", 6), values), 2) << "a NUL ends the text";
 }
 
+TEST(NumberText, DigitsAndMinusesAreFoundEachWay) {
+  Random random(5);
+  std::string text;
+  while (text.size() < 64 * 256) text += static_cast<char>(text.size() < 256 ? text.size() : random() & 0xFF);
+  for (const WavefrontOBJ::digitMaps::Way way : WavefrontOBJ::digitMaps::available()) {
+    std::uint64_t others[256], minuses[256];
+    way(text.data(), 256, others, minuses);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      ASSERT_EQ(others[i / 64] >> i % 64 & 1, text[i] < '0' || text[i] > '9' ? 1U : 0U) << i;
+      ASSERT_EQ(minuses[i / 64] >> i % 64 & 1, text[i] == '-' ? 1U : 0U) << i;
+    }
+  }
+}
+
 TEST(NumberText, IndicesOfOneToEightDigits) {
   Random random(11);
   for (int i = 0; i < 20000; ++i) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <vector>
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -17,6 +18,16 @@
 // processor cannot begin a number before it has finished the one before.
 
 namespace WavefrontOBJ {
+
+/// Ways to make the words of an `OBJDigitMap`, of 64 characters each, which come to the same.
+namespace digitMaps {
+using Way = void (*)(const char* text, std::size_t words, std::uint64_t* others, std::uint64_t* minuses);
+/// Those that this processor has, the plain one first and the fastest last.
+std::span<const Way> available();
+inline Way best() {
+  return available().back();
+}
+}  // namespace digitMaps
 
 /// Two bits for each character of a piece of text: whether it is not a decimal digit, and whether it is "-".
 class OBJDigitMap {
@@ -33,11 +44,7 @@ class OBJDigitMap {
     const std::size_t words = size / 64 + 1;
     others_.resize(words + 2);
     minuses_.resize(words + 2);
-    for (std::size_t i = 0; i < words; ++i) {
-      const Bits bits = mapOf64(text + 64 * i);
-      others_[i] = bits.others;
-      minuses_[i] = bits.minuses;
-    }
+    digitMaps::best()(text, words, others_.data(), minuses_.data());
     const std::uint64_t behind = ~std::uint64_t{0} << (size % 64);
     others_[words - 1] |= behind;
     minuses_[words - 1] &= ~behind;
@@ -65,46 +72,6 @@ class OBJDigitMap {
   }
 
  private:
-  static Bits mapOf64(const char* text) {
-    Bits bits{0, 0};
-#if defined(__SSE2__)
-    // Moves '0'..'9' to the ten smallest signed values.
-    const __m128i offset = _mm_set1_epi8(static_cast<char>(-128 - '0'));
-    const __m128i lastDigit = _mm_set1_epi8(-128 + 9);
-    const __m128i minus = _mm_set1_epi8('-');
-    for (int i = 0; i < 4; ++i) {
-      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16 * i));
-      const __m128i others = _mm_cmpgt_epi8(_mm_add_epi8(bytes, offset), lastDigit);
-      bits.others |= bitsOf(others) << (16 * i);
-      bits.minuses |= bitsOf(_mm_cmpeq_epi8(bytes, minus)) << (16 * i);
-    }
-#else
-    constexpr std::uint64_t kTopBits = 0x8080808080808080U;
-    // Without the top bits no sum carries into the next byte.
-    const auto atLeast = [](std::uint64_t bytes, std::uint64_t distance) {
-      return ((bytes & ~kTopBits) + distance * 0x0101010101010101U) | bytes;
-    };
-    for (int i = 0; i < 8; ++i) {
-      const std::uint64_t bytes = fastNumber::loadLittleEndian(text + 8 * i);
-      const std::uint64_t others = atLeast(bytes ^ 0x3030303030303030U, 0x80 - 10);
-      const std::uint64_t noMinus = atLeast(bytes ^ 0x2D2D2D2D2D2D2D2DU, 0x80 - 1);
-      bits.others |= gatherTopBits(others & kTopBits) << (8 * i);
-      bits.minuses |= gatherTopBits(~noMinus & kTopBits) << (8 * i);
-    }
-#endif
-    return bits;
-  }
-
-#if defined(__SSE2__)
-  static std::uint64_t bitsOf(__m128i bytes) {
-    return static_cast<std::uint32_t>(_mm_movemask_epi8(bytes));
-  }
-#else
-  static std::uint64_t gatherTopBits(std::uint64_t bytes) {
-    return (bytes >> 7) * 0x0102040810204080U >> 56;
-  }
-#endif
-
   static std::uint64_t bitsAt(const std::vector<std::uint64_t>& words, std::size_t offset) {
     if constexpr (std::endian::native == std::endian::little) {
       // Bit i of the words is bit i % 8 of byte i / 8.
