@@ -13,7 +13,7 @@ OBJPieces::OBJPieces(OBJTextSource source, OBJFaceArray& faces, unsigned threads
 
 OBJPieces::~OBJPieces() {
   const Lock lock(mutex_);
-  atEnd_ = true;
+  stops_ = true;
   changed_.notify_all();
 }
 
@@ -29,11 +29,11 @@ const OBJPiece* OBJPieces::next() {
       isOut_ = true;
       return &slot.piece;
     }
-    if (canBegin()) {
-      readOne(lock, *memories_.front());
-    } else if (done_ == begun_) {
-      return nullptr;
-    } else {
+    if (source_.isCallers() && canTake()) {
+      // The others wait for it.
+      take();
+    } else if (!readOne(lock, *memories_.front())) {
+      if (atEnd_ && done_ == taken_) return nullptr;
       changed_.wait(lock);
     }
   }
@@ -43,30 +43,31 @@ const OBJPiece* OBJPieces::next() {
 void OBJPieces::work() {
   Lock lock(mutex_);
   OBJFaceMemory& memory = *memories_[memoriesTaken_++];
-  while (!atEnd_) {
-    if (canBegin()) {
-      readOne(lock, memory);
-    } else {
-      changed_.wait(lock);
-    }
+  while (!stops_ && !(atEnd_ && begun_ == taken_)) {
+    if (!readOne(lock, memory)) changed_.wait(lock);
   }
 }
 
-/// Takes the text of one piece and, while others have the lock, reads it, corners into `memory`.
-void OBJPieces::readOne(Lock& lock, OBJFaceMemory& memory) {
-  Slot& slot = slots_[begun_ % slots_.size()];
+/// Takes the text of one piece. False at the end of the file.
+bool OBJPieces::take() {
+  Slot& slot = slots_[taken_ % slots_.size()];
   slot.isReady = false;
-  if (!slot.piece.take(source_)) {
-    atEnd_ = true;
-    changed_.notify_all();
-    return;
-  }
-  ++begun_;
+  atEnd_ = !slot.piece.take(source_);
+  if (!atEnd_) ++taken_;
+  changed_.notify_all();
+  return !atEnd_;
+}
+
+/// Reads one piece while others have the lock, corners into `memory`. False where there is none to be begun.
+bool OBJPieces::readOne(Lock& lock, OBJFaceMemory& memory) {
+  if (begun_ == taken_ && (source_.isCallers() || !canTake() || !take())) return false;
+  Slot& slot = slots_[begun_++ % slots_.size()];
   lock.unlock();
   slot.piece.read(memory);
   lock.lock();
   slot.isReady = true;
   changed_.notify_all();
+  return true;
 }
 
 }  // namespace WavefrontOBJ

@@ -120,7 +120,7 @@ bool OBJReader::read(const OBJByteSource* source) {
   showText();
   // Threads do not come cheaper than so much text.
   constexpr int kBlocksAlone = 8;
-  const bool alone = options_.threads <= 1 || !options_.fastPath || source != nullptr;
+  const bool alone = options_.threads <= 1 || !options_.fastPath;
   for (int blocks = 1;; ++blocks) {
     if (!readShown()) return false;
     if (!source_.needsFill()) return true;

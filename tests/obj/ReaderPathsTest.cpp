@@ -2,6 +2,8 @@
 // against the exact one.
 #include <algorithm>
 #include <sstream>
+#include <string_view>
+#include <thread>
 
 #include "RandomModel.h"
 #include "TestSupport.h"
@@ -191,8 +193,21 @@ TEST(ReaderPaths, AgreeOnGeneratedAndMutatedFiles) {
           },
           true);
     };
+    const std::string text = all + ending;
+    const auto fromSource = [&](OBJModel& model) {
+      std::string_view left = text;
+      const auto caller = std::this_thread::get_id();
+      const OBJByteSource source = [&](char* buffer, std::size_t room) {
+        EXPECT_TRUE(std::this_thread::get_id() == caller);
+        const std::size_t got = left.copy(buffer, room);
+        left.remove_prefix(got);
+        return got;
+      };
+      return OBJReader(model, path, false, {true, 700, 3}).read(&source);
+    };
     const std::string exact = with(false, 4096, 1);
     for (const auto& [block, threads] : {std::pair{1U, 2U}, {50U, 5U}, {600U, 3U}, {9000U, 2U}})
       ASSERT_TRUE(with(true, block, threads) == exact) << "blocks of " << block;
+    ASSERT_TRUE(outcome(fromSource, true) == exact);
   }
 }

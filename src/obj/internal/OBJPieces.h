@@ -24,7 +24,8 @@ class OBJPieces {
   OBJPieces& operator=(const OBJPieces&) = delete;
   ~OBJPieces();
 
-  /// The next piece, read; it holds until the next call. Null at the end of the file.
+  /// The next piece, read; it holds until the next call. Null at the end of the file. Throws what a source of
+  /// the caller's does, which is called here alone.
   const OBJPiece* next();
 
  private:
@@ -35,8 +36,9 @@ class OBJPieces {
   using Lock = std::unique_lock<std::mutex>;
 
   void work();
-  bool canBegin() const { return !atEnd_ && begun_ - done_ < slots_.size(); }
-  void readOne(Lock& lock, OBJFaceMemory& memory);
+  bool canTake() const { return !atEnd_ && taken_ - done_ < slots_.size(); }
+  bool take();
+  bool readOne(Lock& lock, OBJFaceMemory& memory);
 
   OBJTextSource source_;
   std::mutex mutex_;  ///< of all below, and of the source
@@ -44,10 +46,12 @@ class OBJPieces {
   std::vector<OBJFaceMemory*> memories_;  ///< for threads that have begun to work, the calling one's first
   std::size_t memoriesTaken_ = 1;
   std::vector<Slot> slots_;  ///< piece i is in slot i modulo their number
-  std::size_t begun_ = 0;    ///< pieces of which the text was taken
+  std::size_t taken_ = 0;    ///< pieces of which the text was taken
+  std::size_t begun_ = 0;    ///< pieces that somebody reads or has read
   std::size_t done_ = 0;     ///< pieces that were given out and given back
   bool isOut_ = false;       ///< one more was given out
-  bool atEnd_ = false;       ///< no piece is to be begun
+  bool atEnd_ = false;       ///< there is no more text
+  bool stops_ = false;       ///< nothing is to be begun any more
   Helpers helpers_;          ///< last, so that they end first
 };
 

@@ -23,6 +23,9 @@ class OBJTextSource {
   /// Takes the bytes from `source`, which must outlive this.
   void open(const OBJByteSource& source);
 
+  /// Bytes come from a source of the caller's, not from a file.
+  bool isCallers() const { return source_ != nullptr; }
+
   /// First byte not yet read.
   const char* begin() const { return begin_; }
   /// End of the bytes in the window. A line feed and readable bytes for `OBJDigitMap::kOverread` stand behind
