@@ -184,7 +184,13 @@ TEST(ReaderPaths, AgreeOnGeneratedAndMutatedFiles) {
   }
   EXPECT_GT(read, 100) << "files that read to their end are among them";
   // Together they are enough for several threads, in pieces that are cut anywhere.
-  for (const char* ending : {"", "v 1 2\nf 1 2 3\ns 2\nf 1 2 99999999\nv 1 2 3\n"}) {
+  OBJModel complete(true);
+  ASSERT_TRUE(complete.readBytes(all, "", false));
+  const std::string nextVertex = std::to_string(complete._vertices->count + 1);
+  const std::string nextNormal = std::to_string(complete._normals->count + 1);
+  for (const std::string& ending :
+       {std::string(), "v 1 2\ns 2\nf 1 2 3\nf 1 2 " + nextVertex + "0\nv 1 2 3\n",
+        "f 1 2 " + nextVertex + "\nv 1 2 3\n", "f 1//1 2//1 3//" + nextNormal + "\nvn 1 2 3\n"}) {
     const std::string path = folder.write("m.obj", all + ending);
     const auto with = [&path](bool fast, std::size_t block, unsigned threads) {
       return outcome(
