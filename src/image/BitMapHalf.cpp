@@ -43,21 +43,24 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
       lineY[i] = std::clamp<std::int64_t>(sourceY + 2 * (y - area.y) + i - 1, 0, lastY);
     }
     for (std::int64_t x = part.x, count = 0; x < end; x += count) {
-      // The left neighbour of the first source pixel.
+      // The left neighbour of the first source pixel, which has none at the image's edge.
       const std::int64_t sx = sourceX + 2 * (x - area.x) - 1;
       const unsigned char* lines[3];
       unsigned char around[3][3 * 4];
-      const bool inside = sx >= 0 && sx + 2 <= lastX;
+      const bool inside = sx >= -1 && sx + 2 <= lastX;
+      const bool atEdge = inside && sx < 0;
       count = inside ? std::min({most, end - x, (lastX - sx) / 2}) : 1;
       for (int i = 0; i < 3; ++i) {
-        if (inside) {
+        if (atEdge) {
+          lines[i] = pixels[i].run(0, lineY[i], 2 * count);
+        } else if (inside) {
           lines[i] = pixels[i].run(sx, lineY[i], 2 * count + 1);
         } else {
           copyClamped(around[i], pixels[i], sx, lastX, lineY[i]);
           lines[i] = around[i];
         }
       }
-      halve(rows.at(x, y), lines[0], lines[1], lines[2], static_cast<std::size_t>(count));
+      halve(rows.at(x, y), lines[0], lines[1], lines[2], static_cast<std::size_t>(count), atEdge);
     }
   }
 }

@@ -50,4 +50,12 @@ void store(unsigned char* at, T value) {
   storeTurned(at, turned(value));
 }
 
+/// Pixels of 32 bits in a line of the cache, which are as many as the longest vectors have.
+inline constexpr std::size_t kLinePixels = 16;
+
+/// Pixels in front of the next line of the cache. Loads and stores that lie in two lines take twice as long.
+inline std::size_t pixelsToLine(const unsigned char* pixels) {
+  return (0 - reinterpret_cast<std::uintptr_t>(pixels)) / 4 % kLinePixels;
+}
+
 }  // namespace pixelbytes

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 
+#include "image/PixelBytes.h"
 #include "image/RowAgreement.h"
 
 namespace rowkernels {
@@ -23,16 +24,13 @@ namespace {
 #define KSMTH_AVX512 __attribute__((target("avx512f,avx512bw,avx512vbmi")))
 
 // Pixels of a register.
-constexpr std::size_t kPixels = 16;
+constexpr std::size_t kPixels = pixelbytes::kLinePixels;
 
-// Pixels in front of the next line of the cache. Loads that lie in two lines take twice as long.
-inline std::size_t pixelsToLine(const unsigned char* pixels) {
-  return (0 - reinterpret_cast<std::uintptr_t>(pixels)) / 4 % kPixels;
-}
+using pixelbytes::pixelsToLine;
 
 // The first `count` of the pixels, at most all of them.
 KSMTH_AVX512 inline __mmask16 firstOf(std::size_t count) {
-  return static_cast<__mmask16>(count < kPixels ? (1U << count) - 1 : 0xFFFFU);
+  return static_cast<__mmask16>((1U << std::min(count, kPixels)) - 1);
 }
 
 // The pixels that are there, and zeros.
@@ -88,12 +86,32 @@ KSMTH_AVX512 inline Columns columnsBefore(std::size_t end, std::size_t pixel, co
   return sumColumns(load(above + at, there), load(centre + at, there), load(below + at, there));
 }
 
+// The first pixels of a row at the edge, of which the first counts twice: `count` of them, at most all.
+KSMTH_AVX512 inline __m512i loadEdge(const unsigned char* at, std::size_t count) {
+  const __m512i order = _mm512_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14);
+  return _mm512_permutexvar_epi32(order, load(at, firstOf(std::min(kPixels, count) - 1)));
+}
+
+// Asks for what the rows have next. Processors look ahead by themselves, but not into the next page.
+inline void prefetch(const unsigned char* row) {
+  constexpr std::size_t kAhead = 4096;
+  for (std::size_t at = kAhead; at < kAhead + 8 * kPixels; at += 64) _mm_prefetch(row + at, _MM_HINT_T0);
+}
+
 KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
-                        const unsigned char* below, std::size_t count) {
+                        const unsigned char* below, std::size_t count, bool atEdge) {
   const std::size_t end = 2 * count + 1;
   std::size_t i = 0;
-  Columns first = columnsBefore(end, 0, above, centre, below);
+  Columns first = atEdge ? sumColumns(loadEdge(above, end), loadEdge(centre, end), loadEdge(below, end))
+                         : columnsBefore(end, 0, above, centre, below);
+  if (atEdge) {
+    above -= 4;
+    centre -= 4;
+    below -= 4;
+  }
   for (; 2 * i + 3 * kPixels <= end; i += kPixels) {
+    prefetch(centre + 8 * i);
+    prefetch(below + 8 * i);
     const Columns second = columnsAt(2 * i + kPixels, above, centre, below);
     const Columns third = columnsAt(2 * i + 2 * kPixels, above, centre, below);
     _mm512_storeu_si512(to + 4 * i, reduceSixteen(first, second, third));
@@ -134,6 +152,59 @@ KSMTH_AVX512 std::size_t firstAlone(const unsigned char* a, const unsigned char*
   // From where a line of the cache begins.
   const std::size_t lead = (kPixels - pixelsToLine(a)) % kPixels;
   return rowkernels::firstAlone<sameWhole, samePart>(a, b, count, lead);
+}
+
+// Copies a row of at least two registers of pixels by lines of the cache on both sides, each of the
+// destination out of two of the source.
+template <bool kPastCaches>
+KSMTH_AVX512 inline void copyRow(unsigned char* to, const unsigned char* from, std::size_t count) {
+  // Pixels in front of the row in its first line; pixel 0 of that is number `turn` of a line of the source.
+  const std::size_t lead = (kPixels - pixelsToLine(to)) % kPixels;
+  to -= 4 * lead;
+  from -= 4 * lead;
+  const std::size_t turn = (kPixels - pixelsToLine(from)) % kPixels;
+  const __m512i order =
+      _mm512_add_epi32(_mm512_set1_epi32(static_cast<int>(turn)),
+                       _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+  const unsigned char* const lines = from - 4 * turn;
+  const std::uint32_t there = UINT32_MAX << (lead + turn);  // of two lines
+  __m512i line = load(lines, static_cast<__mmask16>(there));
+  __m512i next = load(lines + 4 * kPixels, static_cast<__mmask16>(there >> kPixels));
+  _mm512_mask_storeu_epi32(to, ~firstOf(lead), _mm512_permutex2var_epi32(line, order, next));
+  const std::size_t end = lead + count;
+  std::size_t i = kPixels;
+  for (; i + 2 * kPixels <= end; i += kPixels) {
+    line = next;
+    next = _mm512_load_si512(lines + 4 * (i + kPixels));
+    const __m512i pixels = _mm512_permutex2var_epi32(line, order, next);
+    auto* const at = reinterpret_cast<__m512i*>(to + 4 * i);
+    kPastCaches ? _mm512_stream_si512(at, pixels) : _mm512_store_si512(at, pixels);
+  }
+  // One line or two are left, of which the last may be a part.
+  if (i + kPixels <= end) {
+    _mm512_store_si512(to + 4 * i, _mm512_loadu_si512(from + 4 * i));
+    i += kPixels;
+  }
+  if (i < end) {
+    const __mmask16 rest = firstOf(end - i);
+    _mm512_mask_storeu_epi32(to + 4 * i, rest, load(from + 4 * i, rest));
+  }
+}
+
+KSMTH_AVX512 void copy(const Rows& to, const unsigned char* from, std::size_t stride, bool pastCaches) {
+  const auto odd = reinterpret_cast<std::uintptr_t>(to.at) | reinterpret_cast<std::uintptr_t>(from);
+  // By pixels.
+  if ((odd | to.bytes | to.stride | stride) % 4 != 0 || to.bytes < 8 * kPixels)
+    return kPlain.copy(to, from, stride, pastCaches);
+  const Rows rows = to;
+  if (!pastCaches) {
+    for (std::size_t y = 0; y < rows.count; ++y)
+      copyRow<false>(rows.at + y * rows.stride, from + y * stride, rows.bytes / 4);
+    return;
+  }
+  for (std::size_t y = 0; y < rows.count; ++y)
+    copyRow<true>(rows.at + y * rows.stride, from + y * stride, rows.bytes / 4);
+  _mm_sfence();  // what is stored later comes later for other threads too
 }
 
 // Byte `first` of 32 pixels, and then byte `second` of them.
@@ -182,7 +253,11 @@ KSMTH_AVX512 void split(unsigned char* const (&to)[4], const unsigned char* pixe
 
 }  // namespace
 
-const Kernels kAvx512 = {halve, firstAlone, split};
+void fill(const Rows& to, std::uint64_t pattern, bool pastCaches) {
+  kAvx2.fill(to, pattern, pastCaches);
+}
+
+const Kernels kAvx512 = {halve, firstAlone, fill, copy, split};
 
 }  // namespace rowkernels
 
