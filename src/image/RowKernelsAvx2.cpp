@@ -91,6 +91,8 @@ KSMTH_AVX2 void halve(unsigned char* to, const unsigned char* above, const unsig
     below -= 4;
   }
   for (; i + 12 <= count; i += 8) {
+    pixelbytes::prefetch(centre + 8 * i);
+    pixelbytes::prefetch(below + 8 * i);
     const Columns second = columnsAt(8 * i + 32, above, centre, below);
     const Columns third = columnsAt(8 * i + 64, above, centre, below);
     storeEight(to + 4 * i, first, second, third);
@@ -157,7 +159,7 @@ KSMTH_AVX2 inline void storeAnywhere(unsigned char* at, std::uint64_t pattern) {
 }
 
 // The pattern from its byte number `first` on.
-inline std::uint64_t turned(std::uint64_t pattern, std::size_t first) {
+inline std::uint64_t rotated(std::uint64_t pattern, std::size_t first) {
   return std::rotr(pattern, static_cast<int>(first % 8 * 8));
 }
 
@@ -169,12 +171,12 @@ KSMTH_AVX2 inline void fillRow(unsigned char* row, std::size_t bytes, std::uint6
   const std::size_t end = lead + (bytes - lead) / 64 * 64;
   if (kPastCaches) {
     kPlain.fill({row, lead, 1, lead}, pattern, false);
-    kPlain.fill({row + end, bytes - end, 1, bytes - end}, turned(pattern, end), false);
+    kPlain.fill({row + end, bytes - end, 1, bytes - end}, rotated(pattern, end), false);
   } else {
     storeAnywhere(row, pattern);
-    storeAnywhere(row + bytes - 64, turned(pattern, bytes));
+    storeAnywhere(row + bytes - 64, rotated(pattern, bytes));
   }
-  const __m256i line = _mm256_set1_epi64x(static_cast<long long>(turned(pattern, lead)));
+  const __m256i line = _mm256_set1_epi64x(static_cast<long long>(rotated(pattern, lead)));
   for (std::size_t i = lead; i < end; i += 64) storeLine<kPastCaches>(row + i, line);
 }
 

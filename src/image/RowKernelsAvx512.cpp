@@ -14,6 +14,7 @@
 #endif
 
 #include <algorithm>
+#include <initializer_list>
 
 #include "image/PixelBytes.h"
 #include "image/RowAgreement.h"
@@ -92,12 +93,6 @@ KSMTH_AVX512 inline __m512i loadEdge(const unsigned char* at, std::size_t count)
   return _mm512_permutexvar_epi32(order, load(at, firstOf(std::min(kPixels, count) - 1)));
 }
 
-// Asks for what the rows have next. Processors look ahead by themselves, but not into the next page.
-inline void prefetch(const unsigned char* row) {
-  constexpr std::size_t kAhead = 4096;
-  for (std::size_t at = kAhead; at < kAhead + 8 * kPixels; at += 64) _mm_prefetch(row + at, _MM_HINT_T0);
-}
-
 KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
                         const unsigned char* below, std::size_t count, bool atEdge) {
   const std::size_t end = 2 * count + 1;
@@ -110,8 +105,10 @@ KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const uns
     below -= 4;
   }
   for (; 2 * i + 3 * kPixels <= end; i += kPixels) {
-    prefetch(centre + 8 * i);
-    prefetch(below + 8 * i);
+    for (const std::size_t line : {8 * i, 8 * i + 64}) {
+      pixelbytes::prefetch(centre + line);
+      pixelbytes::prefetch(below + line);
+    }
     const Columns second = columnsAt(2 * i + kPixels, above, centre, below);
     const Columns third = columnsAt(2 * i + 2 * kPixels, above, centre, below);
     _mm512_storeu_si512(to + 4 * i, reduceSixteen(first, second, third));
