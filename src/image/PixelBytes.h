@@ -62,7 +62,7 @@ inline std::size_t pixelsToLine(const unsigned char* pixels) {
 /// ahead by themselves, but neither so far nor into another page.
 inline void prefetch([[maybe_unused]] const unsigned char* at) {
 #if defined(__GNUC__)
-  __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(at) + 4096));
+  __builtin_prefetch(at + 4096);
 #endif
 }
 
