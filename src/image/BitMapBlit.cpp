@@ -82,13 +82,10 @@ void copyPixels(const ABitMap& source, ABitMap& destination, const PixelRect& ar
     });
     return;
   }
-  const auto bytesOf = [elementBytes](std::int64_t elements) {
-    return static_cast<std::size_t>(elements) * elementBytes;
-  };
-  const rowkernels::Rows rows = {copy.destination.at(copy.to.x, copy.to.y), bytesOf(copy.to.w),
-                                 static_cast<std::size_t>(copy.to.h), bytesOf(copy.destination.rect().w)};
-  rowkernels::best().copy(rows, copy.source.at(copy.sourceX, copy.sourceY), bytesOf(copy.source.rect().w),
-                          rows.pastCaches());
+  const rowkernels::Rows rows = copy.destination.rowsOf(copy.to);
+  rowkernels::best().copy(rows, copy.source.at(copy.sourceX, copy.sourceY),
+                          static_cast<std::size_t>(copy.source.rect().w) * elementBytes, rows.pastCaches());
+  if (rows.pastCaches()) rowkernels::settle();
 }
 
 KSMTH_VECTOR_CLONES

@@ -38,6 +38,7 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
   const bool whole = stored.visible().w == stored.image().w && stored.visible().h == stored.image().h;
   const std::int64_t most = whole ? part.w : kBlock;
   const std::int64_t together = whole ? part.h : 1;
+  const bool pastCaches = rows.rowsOf(part).pastCaches();
   const auto halve = rowkernels::best().halve;
   const std::int64_t end = part.x + part.w;
   for (std::int64_t top = part.y; top < part.y + part.h; top += together) {
@@ -59,10 +60,11 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
       for (std::int64_t y = top; y < top + together; ++y) {
         const std::int64_t sy = sourceY + 2 * (y - area.y);
         halve(rows.at(x, y), line(0, sy - 1), line(1, sy), line(2, sy + 1), static_cast<std::size_t>(count),
-              atEdge);
+              atEdge, pastCaches);
       }
     }
   }
+  if (pastCaches) rowkernels::settle();
 }
 
 }  // namespace

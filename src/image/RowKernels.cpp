@@ -58,7 +58,7 @@ void sumColumns(unsigned char* to, const ColumnSums& sums, std::size_t pixels) {
 }
 
 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
-           const unsigned char* below, std::size_t count, bool atEdge) {
+           const unsigned char* below, std::size_t count, bool atEdge, [[maybe_unused]] bool pastCaches) {
   ColumnSums sums;
   for (std::size_t i = 0, at = 0; i < count; i += kBlock) {
     const std::size_t now = std::min(kBlock, count - i);

@@ -20,7 +20,7 @@ struct Rows {
   std::size_t stride;
 
   /// Whether they are more than caches keep until somebody reads them: better written past them, which saves
-  /// reading from memory what is written over. A quarter of it is slower so.
+  /// reading from memory what is written over. Half of it is slower so.
   bool pastCaches() const { return count > 0 && bytes >= (std::size_t{64} << 20) / count; }
 };
 
@@ -28,9 +28,10 @@ struct Kernels {
   /// Reduces three rows of pixels to `count` pixels: each the sum of its nine neighbours, weighted 1, 2, 1
   /// either way, over 16, in every byte but the first, which is 0. The rows begin with the left neighbour of
   /// the first centre and have 2 * `count` + 1 pixels; with `atEdge`, the first centre has none, counts in
-  /// its place as well and begins the rows, which have one pixel less.
+  /// its place as well and begins the rows, which have one pixel less. With `pastCaches`, here and below,
+  /// what is written may go past the caches, which is for the caller to `settle`.
   void (*halve)(unsigned char* to, const unsigned char* above, const unsigned char* centre,
-                const unsigned char* below, std::size_t count, bool atEdge);
+                const unsigned char* below, std::size_t count, bool atEdge, bool pastCaches);
   /// The first of `count` pixels that differs between `a` and `b` as do the kReach to the right of it;
   /// `count` for none. Both have `count` + kReach pixels.
   std::size_t (*firstAlone)(const unsigned char* a, const unsigned char* b, std::size_t count);
@@ -42,6 +43,13 @@ struct Kernels {
   /// Byte k of each of `count` pixels goes to to[k], unless that is null.
   void (*split)(unsigned char* const (&to)[4], const unsigned char* pixels, std::size_t count);
 };
+
+/// Has all that was written past the caches come before what is stored from now on, for other threads too.
+inline void settle() {
+#if defined(__x86_64__) && defined(__GNUC__)
+  __builtin_ia32_sfence();
+#endif
+}
 
 extern const Kernels kPlain;
 #if defined(__x86_64__) && defined(__GNUC__)

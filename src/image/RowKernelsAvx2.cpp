@@ -80,8 +80,8 @@ KSMTH_AVX2 inline __m256i loadEdge(const unsigned char* at) {
 }
 
 KSMTH_AVX2 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
-                      const unsigned char* below, std::size_t count, bool atEdge) {
-  if (count < 24) return kPlain.halve(to, above, centre, below, count, atEdge);
+                      const unsigned char* below, std::size_t count, bool atEdge, bool pastCaches) {
+  if (count < 24) return kPlain.halve(to, above, centre, below, count, atEdge, pastCaches);
   std::size_t i = 0;
   Columns first = atEdge ? sumColumns(loadEdge(above), loadEdge(centre), loadEdge(below))
                          : columnsAt(0, above, centre, below);
@@ -180,16 +180,14 @@ KSMTH_AVX2 inline void fillRow(unsigned char* row, std::size_t bytes, std::uint6
   for (std::size_t i = lead; i < end; i += 64) storeLine<kPastCaches>(row + i, line);
 }
 
+template <bool kPastCaches>
+KSMTH_AVX2 inline void fillRows(Rows to, std::uint64_t pattern) {
+  for (std::size_t y = 0; y < to.count; ++y) fillRow<kPastCaches>(to.at + y * to.stride, to.bytes, pattern);
+}
+
 KSMTH_AVX2 void fill(const Rows& to, std::uint64_t pattern, bool pastCaches) {
   if (to.bytes < 64) return kPlain.fill(to, pattern, pastCaches);
-  const Rows rows = to;
-  if (!pastCaches) {
-    for (std::size_t y = 0; y < rows.count; ++y)
-      fillRow<false>(rows.at + y * rows.stride, rows.bytes, pattern);
-    return;
-  }
-  for (std::size_t y = 0; y < rows.count; ++y) fillRow<true>(rows.at + y * rows.stride, rows.bytes, pattern);
-  _mm_sfence();  // what is stored later comes later for other threads too
+  pastCaches ? fillRows<true>(to, pattern) : fillRows<false>(to, pattern);
 }
 
 // 32 bytes at a time gained nothing over what the C library does.

@@ -39,6 +39,12 @@ KSMTH_AVX512 inline __m512i load(const unsigned char* at, __mmask16 there) {
   return _mm512_maskz_loadu_epi32(there, at);
 }
 
+// For lines of the cache where they go past it.
+template <bool kPastCaches>
+KSMTH_AVX512 inline void store(unsigned char* at, __m512i value) {
+  kPastCaches ? _mm512_stream_si512(reinterpret_cast<__m512i*>(at), value) : _mm512_storeu_si512(at, value);
+}
+
 // Sums of the columns of 16 pixels, the rows weighted 1, 2, 1, in 16 bits for each byte: of those with even
 // and with odd numbers.
 struct Columns {
@@ -93,8 +99,10 @@ KSMTH_AVX512 inline __m512i loadEdge(const unsigned char* at, std::size_t count)
   return _mm512_permutexvar_epi32(order, load(at, firstOf(std::min(kPixels, count) - 1)));
 }
 
-KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
-                        const unsigned char* below, std::size_t count, bool atEdge) {
+// `Kernels::halve`; past the caches where `to` begins a line of the cache.
+template <bool kPastCaches>
+KSMTH_AVX512 inline void halveRow(unsigned char* to, const unsigned char* above, const unsigned char* centre,
+                                  const unsigned char* below, std::size_t count, bool atEdge) {
   const std::size_t end = 2 * count + 1;
   std::size_t i = 0;
   Columns first = atEdge ? sumColumns(loadEdge(above, end), loadEdge(centre, end), loadEdge(below, end))
@@ -111,7 +119,7 @@ KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const uns
     }
     const Columns second = columnsAt(2 * i + kPixels, above, centre, below);
     const Columns third = columnsAt(2 * i + 2 * kPixels, above, centre, below);
-    _mm512_storeu_si512(to + 4 * i, reduceSixteen(first, second, third));
+    store<kPastCaches>(to + 4 * i, reduceSixteen(first, second, third));
     first = third;
   }
   for (; i < count; i += kPixels) {
@@ -120,6 +128,17 @@ KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const uns
     _mm512_mask_storeu_epi32(to + 4 * i, firstOf(count - i), reduceSixteen(first, second, third));
     first = third;
   }
+}
+
+KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
+                        const unsigned char* below, std::size_t count, bool atEdge, bool pastCaches) {
+  // Pixels of a buffer from elsewhere may never begin a line.
+  if (!pastCaches || reinterpret_cast<std::uintptr_t>(to) % 4 != 0)
+    return halveRow<false>(to, above, centre, below, count, atEdge);
+  const std::size_t lead = std::min(count, pixelsToLine(to));
+  halveRow<false>(to, above, centre, below, lead, atEdge);
+  const std::size_t at = atEdge && lead > 0 ? 8 * lead - 4 : 8 * lead;
+  halveRow<true>(to + 4 * lead, above + at, centre + at, below + at, count - lead, atEdge && lead == 0);
 }
 
 KSMTH_AVX512 inline std::uint64_t sameWhole(const unsigned char* a, const unsigned char* b) {
@@ -173,9 +192,7 @@ KSMTH_AVX512 inline void copyRow(unsigned char* to, const unsigned char* from, s
   for (; i + 2 * kPixels <= end; i += kPixels) {
     line = next;
     next = _mm512_load_si512(lines + 4 * (i + kPixels));
-    const __m512i pixels = _mm512_permutex2var_epi32(line, order, next);
-    auto* const at = reinterpret_cast<__m512i*>(to + 4 * i);
-    kPastCaches ? _mm512_stream_si512(at, pixels) : _mm512_store_si512(at, pixels);
+    store<kPastCaches>(to + 4 * i, _mm512_permutex2var_epi32(line, order, next));
   }
   // One line or two are left, of which the last may be a part.
   if (i + kPixels <= end) {
@@ -188,20 +205,18 @@ KSMTH_AVX512 inline void copyRow(unsigned char* to, const unsigned char* from, s
   }
 }
 
+template <bool kPastCaches>
+KSMTH_AVX512 inline void copyRows(Rows to, const unsigned char* from, std::size_t stride) {
+  for (std::size_t y = 0; y < to.count; ++y)
+    copyRow<kPastCaches>(to.at + y * to.stride, from + y * stride, to.bytes / 4);
+}
+
 KSMTH_AVX512 void copy(const Rows& to, const unsigned char* from, std::size_t stride, bool pastCaches) {
   const auto odd = reinterpret_cast<std::uintptr_t>(to.at) | reinterpret_cast<std::uintptr_t>(from);
   // By pixels.
   if ((odd | to.bytes | to.stride | stride) % 4 != 0 || to.bytes < 8 * kPixels)
     return kPlain.copy(to, from, stride, pastCaches);
-  const Rows rows = to;
-  if (!pastCaches) {
-    for (std::size_t y = 0; y < rows.count; ++y)
-      copyRow<false>(rows.at + y * rows.stride, from + y * stride, rows.bytes / 4);
-    return;
-  }
-  for (std::size_t y = 0; y < rows.count; ++y)
-    copyRow<true>(rows.at + y * rows.stride, from + y * stride, rows.bytes / 4);
-  _mm_sfence();  // what is stored later comes later for other threads too
+  pastCaches ? copyRows<true>(to, from, stride) : copyRows<false>(to, from, stride);
 }
 
 // Byte `first` of 32 pixels, and then byte `second` of them.
@@ -248,11 +263,12 @@ KSMTH_AVX512 void split(unsigned char* const (&to)[4], const unsigned char* pixe
   splitPlainly(to, pixels, i, count - i);
 }
 
-}  // namespace
-
+// What is longer than a line gains nothing by longer registers.
 void fill(const Rows& to, std::uint64_t pattern, bool pastCaches) {
   kAvx2.fill(to, pattern, pastCaches);
 }
+
+}  // namespace
 
 const Kernels kAvx512 = {halve, firstAlone, fill, copy, split};
 

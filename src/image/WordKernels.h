@@ -72,12 +72,9 @@ inline void expectDepth32(const ABitMap& map) {
 inline rowkernels::Rows rowsOf(const ABitMap& map, const PixelRect& rect) {
   const StoredRows rows(map, 4);
   const PixelRect part = intersection(rect, rows.visible());
-  if (part.empty()) return {};
-  const auto bytes = static_cast<std::size_t>(4 * part.w);
-  const auto count = static_cast<std::size_t>(part.h);
-  unsigned char* const at = rows.at(part.x, part.y);
-  if (part.w == rows.rect().w) return {at, bytes * count, 1, bytes * count};
-  return {at, bytes, count, static_cast<std::size_t>(4 * rows.rect().w)};
+  const rowkernels::Rows found = rows.rowsOf(part);
+  if (part.empty() || part.w != rows.rect().w) return found;
+  return {found.at, found.bytes * found.count, 1, found.bytes * found.count};
 }
 
 /// work(pixels, count) for each of them.

@@ -39,8 +39,8 @@ TEST(RowKernels, AgreeToTheBit) {
     const unsigned wanted = below(random, 16);
     const bool flag = below(random, 2) == 0;
     const auto halved = [&](const Kernels& kernels) {
-      Row to(4 * count, skipped);
-      kernels.halve(to.data(), a, b, rows[2].data(), count, flag);
+      Row to(4 * count, skipped + wanted / 8);
+      kernels.halve(to.data(), a, b, rows[2].data(), count, (wanted & 1) != 0, flag);
       return to.all();
     };
     // Three rows out of and into blocks that they do not fill, mostly by pixels.
