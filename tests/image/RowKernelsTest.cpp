@@ -21,7 +21,7 @@ class Row {
 /// Every kernel of the processor comes to the bytes of the plain one, whatever the length and the place.
 TEST(RowKernels, AgreeToTheBit) {
   Random random(31);
-  for (std::size_t count = 1; count < 300; count += count < 150 ? 1 : 13) {
+  for (std::size_t count = 1; count < 540; count += count < 150 ? 1 : 13) {
     const std::size_t skipped = 4 * below(random, 17);
     const std::size_t width = 2 * count + 1 + rowkernels::kReach;
     Row rows[3] = {{4 * width, skipped}, {4 * width, 4 * below(random, 17)}, {4 * width, below(random, 5)}};
