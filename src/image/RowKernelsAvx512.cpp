@@ -171,9 +171,10 @@ KSMTH_AVX512 std::size_t firstAlone(const unsigned char* a, const unsigned char*
 }
 
 // Copies a row of at least two registers of pixels by lines of the cache on both sides, each of the
-// destination out of two of the source.
+// destination out of two of the source. A function of its own: within `copyRows`, what it needs for each row
+// would lie on the stack.
 template <bool kPastCaches>
-KSMTH_AVX512 inline void copyRow(unsigned char* to, const unsigned char* from, std::size_t count) {
+[[gnu::noinline]] KSMTH_AVX512 void copyRow(unsigned char* to, const unsigned char* from, std::size_t count) {
   // Pixels in front of the row in its first line; pixel 0 of that is number `turn` of a line of the source.
   const std::size_t lead = (kPixels - pixelsToLine(to)) % kPixels;
   to -= 4 * lead;
