@@ -119,7 +119,7 @@ IMAGES = [
     ("Paint, rectangle", 0.9, "ends of rows"),
     ("PaintZero", 0.9, "the cache"),
     ("BltTo", 0.9, "the cache"),
-    ("BltTo, shifted", 0.9, "ends of rows; loads that lie in two lines of the cache"),
+    ("BltTo, shifted", 0.9, "ends of rows; pixels moved between lines of the cache"),
     ("Darken", 0.7, "the cache"),
     ("DarkenQtr, rectangle", 0.7, "ends of rows"),
     ("Mask_And", 0.7, "the cache"),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "LargePages.h"
 #include "image/BitMapRegion.h"
 #include "image/PixelBytes.h"
 #include "system/Memory.h"
@@ -19,6 +20,13 @@ const unsigned char* storedElement(const ABitMap& map, std::int32_t x, std::int3
   return index < map.BufferBytes() / size ? map.buffer + index * size : nullptr;
 }
 
+// Null for a size below 0 and for no memory.
+unsigned char* newPixels(std::int32_t bytes, const char* tag) {
+  auto* const pixels = static_cast<unsigned char*>(MY_MEM_MALLOC(bytes, tag));
+  if (pixels != nullptr) preferLargePages(pixels, static_cast<std::size_t>(bytes));
+  return pixels;
+}
+
 }  // namespace
 
 std::int32_t ABitMap::BufferBytes() const {
@@ -31,18 +39,15 @@ unsigned char* ABitMap::Allocate(std::int32_t w, std::int32_t h, std::int32_t d)
   width = fullWidth = w;
   height = fullHeight = h;
   depth = d;
-  buffer = static_cast<unsigned char*>(MY_MEM_MALLOC(imageBytes(w, h, d), "ABitMap::Allocate"));
-  return buffer;
+  return buffer = newPixels(imageBytes(w, h, d), "ABitMap::Allocate");
 }
 
 unsigned char* ABitMap::AllocateCropped(std::int32_t fullW, std::int32_t fullH, std::int32_t t,
                                         std::int32_t l, std::int32_t b, std::int32_t r, std::int32_t d) {
   Free();
   setCropping(*this, fullW, fullH, t, l, b, r, d);
-  if (width > 0 && height > 0) {
-    buffer = static_cast<unsigned char*>(
-        MY_MEM_MALLOC(imageBytes(width, height, depth), "ABitMap::AllocateCropped"));
-  }
+  if (width > 0 && height > 0)
+    buffer = newPixels(imageBytes(width, height, depth), "ABitMap::AllocateCropped");
   return buffer;
 }
 

@@ -28,38 +28,43 @@ void reduce(const ABitMap& source, ABitMap& destination, std::int64_t sourceX, s
             const PixelRect& area) {
   if (area.empty() || source.fullWidth < 1 || source.fullHeight < 1) return;
   const StoredRows rows(destination, 4);
+  const StoredRows stored(source, 4);
   const PixelRect part = intersection(area, rows.visible());
   const std::int64_t lastX = std::int64_t{source.fullWidth} - 1;
   const std::int64_t lastY = std::int64_t{source.fullHeight} - 1;
   LogicalPixels pixels[3] = {{source, 4}, {source, 4}, {source, 4}};
-  const PixelRect kept = intersection(pixels[0].image(), pixels[0].stored());
-  // Rows that are stored from end to end need not be cut.
-  const std::int64_t most = kept.w == pixels[0].image().w && kept.h == pixels[0].image().h ? part.w : kBlock;
+  // Rows that are stored from end to end need not be cut into runs. Where they are, all runs of a row come
+  // before the next row, as they lie in memory.
+  const bool whole = stored.visible().w == stored.image().w && stored.visible().h == stored.image().h;
+  const std::int64_t most = whole ? part.w : kBlock;
+  const std::int64_t together = whole ? part.h : 1;
+  const bool pastCaches = rows.rowsOf(part).pastCaches();
   const auto halve = rowkernels::best().halve;
   const std::int64_t end = part.x + part.w;
-  for (std::int64_t y = part.y; y < part.y + part.h; ++y) {
-    std::int64_t lineY[3];
-    for (std::int64_t i = 0; i < 3; ++i) {
-      lineY[i] = std::clamp<std::int64_t>(sourceY + 2 * (y - area.y) + i - 1, 0, lastY);
-    }
+  for (std::int64_t top = part.y; top < part.y + part.h; top += together) {
     for (std::int64_t x = part.x, count = 0; x < end; x += count) {
-      // The left neighbour of the first source pixel.
+      // The left neighbour of the first source pixel, which has none at the image's edge.
       const std::int64_t sx = sourceX + 2 * (x - area.x) - 1;
-      const unsigned char* lines[3];
+      const bool atEdge = sx == -1 && lastX > 0;
+      const bool inside = atEdge || (sx >= 0 && sx + 2 <= lastX);
+      count = inside ? std::min({atEdge && !whole ? 1 : most, end - x, (lastX - sx) / 2}) : 1;
       unsigned char around[3][3 * 4];
-      const bool inside = sx >= 0 && sx + 2 <= lastX;
-      count = inside ? std::min({most, end - x, (lastX - sx) / 2}) : 1;
-      for (int i = 0; i < 3; ++i) {
-        if (inside) {
-          lines[i] = pixels[i].run(sx, lineY[i], 2 * count + 1);
-        } else {
-          copyClamped(around[i], pixels[i], sx, lastX, lineY[i]);
-          lines[i] = around[i];
-        }
+      const auto line = [&](int i, std::int64_t y) -> const unsigned char* {
+        y = std::clamp<std::int64_t>(y, 0, lastY);
+        const std::int64_t first = atEdge ? 0 : sx;
+        if (whole && inside) return stored.at(first, y);
+        if (inside) return pixels[i].run(first, y, sx + 2 * count + 1 - first);
+        copyClamped(around[i], pixels[i], sx, lastX, y);
+        return around[i];
+      };
+      for (std::int64_t y = top; y < top + together; ++y) {
+        const std::int64_t sy = sourceY + 2 * (y - area.y);
+        halve(rows.at(x, y), line(0, sy - 1), line(1, sy), line(2, sy + 1), static_cast<std::size_t>(count),
+              atEdge, pastCaches);
       }
-      halve(rows.at(x, y), lines[0], lines[1], lines[2], static_cast<std::size_t>(count));
     }
   }
+  if (pastCaches) rowkernels::settle();
 }
 
 }  // namespace

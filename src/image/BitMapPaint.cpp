@@ -135,8 +135,7 @@ void blend(const ABitMap& map, const ABitMap& other, Work work) {
 
 void ABitMap::Paint(std::uint32_t value, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h) {
   expectDepth32(*this);
-  forRowsOf(*this, {x, y, w, h},
-            [value](unsigned char* pixels, std::size_t count) { fillPixels(pixels, value, count); });
+  fillPattern(rowsOf(*this, {x, y, w, h}), pixelPattern(value, 32));
 }
 
 void ABitMap::Mask_Add(std::uint32_t value, std::int32_t x, std::int32_t y, std::int32_t w, std::int32_t h) {

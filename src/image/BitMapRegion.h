@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "image/BitMap.h"
+#include "image/RowKernels.h"
 
 // Which pixels an operation touches: everything about edges, margins and the ends of buffers is decided here,
 // once, and the loops behind it run over rows that are all there.
@@ -82,6 +83,14 @@ class StoredRows {
     return buffer_ + static_cast<std::ptrdiff_t>(((y - rect_.y) * rect_.w + (x - rect_.x)) * elementBytes_);
   }
   unsigned char* data() const { return buffer_; }
+  /// The rows of a part of it; none for an empty one.
+  rowkernels::Rows rowsOf(const PixelRect& part) const {
+    const auto bytes = [this](std::int64_t elements) {
+      return static_cast<std::size_t>(elements * elementBytes_);
+    };
+    if (part.empty()) return {};
+    return {at(part.x, part.y), bytes(part.w), static_cast<std::size_t>(part.h), bytes(rect_.w)};
+  }
 
  private:
   unsigned char* buffer_;

@@ -50,4 +50,20 @@ void store(unsigned char* at, T value) {
   storeTurned(at, turned(value));
 }
 
+/// Pixels of 32 bits in a line of the cache, which are as many as the longest vectors have.
+inline constexpr std::size_t kLinePixels = 16;
+
+/// Pixels in front of the next line of the cache. Loads and stores that lie in two lines take twice as long.
+inline std::size_t pixelsToLine(const unsigned char* pixels) {
+  return (0 - reinterpret_cast<std::uintptr_t>(pixels)) / 4 % kLinePixels;
+}
+
+/// Asks for the line of the cache that a row has 4,096 bytes behind `at`, or what lies there. Processors look
+/// ahead by themselves, but neither so far nor into another page.
+inline void prefetch([[maybe_unused]] const unsigned char* at) {
+#if defined(__GNUC__)
+  __builtin_prefetch(at + 4096);
+#endif
+}
+
 }  // namespace pixelbytes

@@ -4,6 +4,7 @@
 
 #include <immintrin.h>
 
+#include <bit>
 #include <initializer_list>
 
 #include "image/PixelBytes.h"
@@ -73,12 +74,25 @@ KSMTH_AVX2 inline void halveLastEight(unsigned char* to, const unsigned char* ab
   storeEight(to, columnsAt(0, above, centre, below), columnsAt(32, above, centre, below), end);
 }
 
+// The first eight pixels of a row at the edge, of which the first counts twice.
+KSMTH_AVX2 inline __m256i loadEdge(const unsigned char* at) {
+  return _mm256_permutevar8x32_epi32(load(at), _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6));
+}
+
 KSMTH_AVX2 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
-                      const unsigned char* below, std::size_t count) {
-  if (count < 24) return kPlain.halve(to, above, centre, below, count);
+                      const unsigned char* below, std::size_t count, bool atEdge, bool pastCaches) {
+  if (count < 24) return kPlain.halve(to, above, centre, below, count, atEdge, pastCaches);
   std::size_t i = 0;
-  Columns first = columnsAt(0, above, centre, below);
+  Columns first = atEdge ? sumColumns(loadEdge(above), loadEdge(centre), loadEdge(below))
+                         : columnsAt(0, above, centre, below);
+  if (atEdge) {
+    above -= 4;
+    centre -= 4;
+    below -= 4;
+  }
   for (; i + 12 <= count; i += 8) {
+    pixelbytes::prefetch(centre + 8 * i);
+    pixelbytes::prefetch(below + 8 * i);
     const Columns second = columnsAt(8 * i + 32, above, centre, below);
     const Columns third = columnsAt(8 * i + 64, above, centre, below);
     storeEight(to + 4 * i, first, second, third);
@@ -129,6 +143,58 @@ KSMTH_AVX2 std::size_t firstAlone(const unsigned char* a, const unsigned char* b
   return rowkernels::firstAlone<sameWhole, samePart>(a, b, count, 0);
 }
 
+// 64 bytes of a line of the cache.
+template <bool kPastCaches>
+KSMTH_AVX2 inline void storeLine(unsigned char* at, __m256i value) {
+  for (std::size_t i = 0; i < 64; i += 32) {
+    auto* const to = reinterpret_cast<__m256i*>(at + i);
+    kPastCaches ? _mm256_stream_si256(to, value) : _mm256_store_si256(to, value);
+  }
+}
+
+KSMTH_AVX2 inline void storeAnywhere(unsigned char* at, std::uint64_t pattern) {
+  const __m256i value = _mm256_set1_epi64x(static_cast<long long>(pattern));
+  store(at, value);
+  store(at + 32, value);
+}
+
+// The pattern from its byte number `first` on.
+inline std::uint64_t rotated(std::uint64_t pattern, std::size_t first) {
+  return std::rotr(pattern, static_cast<int>(first % 8 * 8));
+}
+
+// Fills the lines of a row of at least 64 bytes that are whole. What is in front of them and behind them may
+// lie over some of what is in them, but not where they go past the caches, which would bring them back.
+template <bool kPastCaches>
+KSMTH_AVX2 inline void fillRow(unsigned char* row, std::size_t bytes, std::uint64_t pattern) {
+  const std::size_t lead = (0 - reinterpret_cast<std::uintptr_t>(row)) % 64;
+  const std::size_t end = lead + (bytes - lead) / 64 * 64;
+  if (kPastCaches) {
+    kPlain.fill({row, lead, 1, lead}, pattern, false);
+    kPlain.fill({row + end, bytes - end, 1, bytes - end}, rotated(pattern, end), false);
+  } else {
+    storeAnywhere(row, pattern);
+    storeAnywhere(row + bytes - 64, rotated(pattern, bytes));
+  }
+  const __m256i line = _mm256_set1_epi64x(static_cast<long long>(rotated(pattern, lead)));
+  for (std::size_t i = lead; i < end; i += 64) storeLine<kPastCaches>(row + i, line);
+}
+
+template <bool kPastCaches>
+KSMTH_AVX2 inline void fillRows(Rows to, std::uint64_t pattern) {
+  for (std::size_t y = 0; y < to.count; ++y) fillRow<kPastCaches>(to.at + y * to.stride, to.bytes, pattern);
+}
+
+KSMTH_AVX2 void fill(const Rows& to, std::uint64_t pattern, bool pastCaches) {
+  if (to.bytes < 64) return kPlain.fill(to, pattern, pastCaches);
+  pastCaches ? fillRows<true>(to, pattern) : fillRows<false>(to, pattern);
+}
+
+// 32 bytes at a time gained nothing over what the C library does.
+void copy(const Rows& to, const unsigned char* from, std::size_t stride, bool pastCaches) {
+  kPlain.copy(to, from, stride, pastCaches);
+}
+
 // Four pixels and four that come 16 later, byte by byte: all of their bytes 0, then all of their bytes 1 ...
 KSMTH_AVX2 inline __m256i gatherBytes(const unsigned char* pixels) {
   const __m256i order = _mm256_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15,  //
@@ -161,7 +227,7 @@ KSMTH_AVX2 void split(unsigned char* const (&to)[4], const unsigned char* pixels
 
 }  // namespace
 
-const Kernels kAvx2 = {halve, firstAlone, split};
+const Kernels kAvx2 = {halve, firstAlone, fill, copy, split};
 
 }  // namespace rowkernels
 

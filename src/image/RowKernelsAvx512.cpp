@@ -14,7 +14,9 @@
 #endif
 
 #include <algorithm>
+#include <initializer_list>
 
+#include "image/PixelBytes.h"
 #include "image/RowAgreement.h"
 
 namespace rowkernels {
@@ -23,21 +25,24 @@ namespace {
 #define KSMTH_AVX512 __attribute__((target("avx512f,avx512bw,avx512vbmi")))
 
 // Pixels of a register.
-constexpr std::size_t kPixels = 16;
+constexpr std::size_t kPixels = pixelbytes::kLinePixels;
 
-// Pixels in front of the next line of the cache. Loads that lie in two lines take twice as long.
-inline std::size_t pixelsToLine(const unsigned char* pixels) {
-  return (0 - reinterpret_cast<std::uintptr_t>(pixels)) / 4 % kPixels;
-}
+using pixelbytes::pixelsToLine;
 
 // The first `count` of the pixels, at most all of them.
 KSMTH_AVX512 inline __mmask16 firstOf(std::size_t count) {
-  return static_cast<__mmask16>(count < kPixels ? (1U << count) - 1 : 0xFFFFU);
+  return static_cast<__mmask16>((1U << std::min(count, kPixels)) - 1);
 }
 
 // The pixels that are there, and zeros.
 KSMTH_AVX512 inline __m512i load(const unsigned char* at, __mmask16 there) {
   return _mm512_maskz_loadu_epi32(there, at);
+}
+
+// For lines of the cache where they go past it.
+template <bool kPastCaches>
+KSMTH_AVX512 inline void store(unsigned char* at, __m512i value) {
+  kPastCaches ? _mm512_stream_si512(reinterpret_cast<__m512i*>(at), value) : _mm512_storeu_si512(at, value);
 }
 
 // Sums of the columns of 16 pixels, the rows weighted 1, 2, 1, in 16 bits for each byte: of those with even
@@ -88,15 +93,33 @@ KSMTH_AVX512 inline Columns columnsBefore(std::size_t end, std::size_t pixel, co
   return sumColumns(load(above + at, there), load(centre + at, there), load(below + at, there));
 }
 
-KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
-                        const unsigned char* below, std::size_t count) {
+// The first pixels of a row at the edge, of which the first counts twice: `count` of them, at most all.
+KSMTH_AVX512 inline __m512i loadEdge(const unsigned char* at, std::size_t count) {
+  const __m512i order = _mm512_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14);
+  return _mm512_permutexvar_epi32(order, load(at, firstOf(std::min(kPixels, count) - 1)));
+}
+
+// `Kernels::halve`; past the caches where `to` begins a line of the cache.
+template <bool kPastCaches>
+KSMTH_AVX512 inline void halveRow(unsigned char* to, const unsigned char* above, const unsigned char* centre,
+                                  const unsigned char* below, std::size_t count, bool atEdge) {
   const std::size_t end = 2 * count + 1;
   std::size_t i = 0;
-  Columns first = columnsBefore(end, 0, above, centre, below);
+  Columns first = atEdge ? sumColumns(loadEdge(above, end), loadEdge(centre, end), loadEdge(below, end))
+                         : columnsBefore(end, 0, above, centre, below);
+  if (atEdge) {
+    above -= 4;
+    centre -= 4;
+    below -= 4;
+  }
   for (; 2 * i + 3 * kPixels <= end; i += kPixels) {
+    for (const std::size_t line : {8 * i, 8 * i + 64}) {
+      pixelbytes::prefetch(centre + line);
+      pixelbytes::prefetch(below + line);
+    }
     const Columns second = columnsAt(2 * i + kPixels, above, centre, below);
     const Columns third = columnsAt(2 * i + 2 * kPixels, above, centre, below);
-    _mm512_storeu_si512(to + 4 * i, reduceSixteen(first, second, third));
+    store<kPastCaches>(to + 4 * i, reduceSixteen(first, second, third));
     first = third;
   }
   for (; i < count; i += kPixels) {
@@ -105,6 +128,17 @@ KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const uns
     _mm512_mask_storeu_epi32(to + 4 * i, firstOf(count - i), reduceSixteen(first, second, third));
     first = third;
   }
+}
+
+KSMTH_AVX512 void halve(unsigned char* to, const unsigned char* above, const unsigned char* centre,
+                        const unsigned char* below, std::size_t count, bool atEdge, bool pastCaches) {
+  // Pixels of a buffer from elsewhere may never begin a line.
+  if (!pastCaches || reinterpret_cast<std::uintptr_t>(to) % 4 != 0)
+    return halveRow<false>(to, above, centre, below, count, atEdge);
+  const std::size_t lead = std::min(count, pixelsToLine(to));
+  halveRow<false>(to, above, centre, below, lead, atEdge);
+  const std::size_t at = atEdge && lead > 0 ? 8 * lead - 4 : 8 * lead;
+  halveRow<true>(to + 4 * lead, above + at, centre + at, below + at, count - lead, atEdge && lead == 0);
 }
 
 KSMTH_AVX512 inline std::uint64_t sameWhole(const unsigned char* a, const unsigned char* b) {
@@ -134,6 +168,56 @@ KSMTH_AVX512 std::size_t firstAlone(const unsigned char* a, const unsigned char*
   // From where a line of the cache begins.
   const std::size_t lead = (kPixels - pixelsToLine(a)) % kPixels;
   return rowkernels::firstAlone<sameWhole, samePart>(a, b, count, lead);
+}
+
+// Copies a row of at least two registers of pixels by lines of the cache on both sides, each of the
+// destination out of two of the source. A function of its own: within `copyRows`, what it needs for each row
+// would lie on the stack.
+template <bool kPastCaches>
+[[gnu::noinline]] KSMTH_AVX512 void copyRow(unsigned char* to, const unsigned char* from, std::size_t count) {
+  // Pixels in front of the row in its first line; pixel 0 of that is number `turn` of a line of the source.
+  const std::size_t lead = (kPixels - pixelsToLine(to)) % kPixels;
+  to -= 4 * lead;
+  from -= 4 * lead;
+  const std::size_t turn = (kPixels - pixelsToLine(from)) % kPixels;
+  const __m512i order =
+      _mm512_add_epi32(_mm512_set1_epi32(static_cast<int>(turn)),
+                       _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+  const unsigned char* const lines = from - 4 * turn;
+  const std::uint32_t there = UINT32_MAX << (lead + turn);  // of two lines
+  __m512i line = load(lines, static_cast<__mmask16>(there));
+  __m512i next = load(lines + 4 * kPixels, static_cast<__mmask16>(there >> kPixels));
+  _mm512_mask_storeu_epi32(to, ~firstOf(lead), _mm512_permutex2var_epi32(line, order, next));
+  const std::size_t end = lead + count;
+  std::size_t i = kPixels;
+  for (; i + 2 * kPixels <= end; i += kPixels) {
+    line = next;
+    next = _mm512_load_si512(lines + 4 * (i + kPixels));
+    store<kPastCaches>(to + 4 * i, _mm512_permutex2var_epi32(line, order, next));
+  }
+  // One line or two are left, of which the last may be a part.
+  if (i + kPixels <= end) {
+    _mm512_store_si512(to + 4 * i, _mm512_loadu_si512(from + 4 * i));
+    i += kPixels;
+  }
+  if (i < end) {
+    const __mmask16 rest = firstOf(end - i);
+    _mm512_mask_storeu_epi32(to + 4 * i, rest, load(from + 4 * i, rest));
+  }
+}
+
+template <bool kPastCaches>
+KSMTH_AVX512 inline void copyRows(Rows to, const unsigned char* from, std::size_t stride) {
+  for (std::size_t y = 0; y < to.count; ++y)
+    copyRow<kPastCaches>(to.at + y * to.stride, from + y * stride, to.bytes / 4);
+}
+
+KSMTH_AVX512 void copy(const Rows& to, const unsigned char* from, std::size_t stride, bool pastCaches) {
+  const auto odd = reinterpret_cast<std::uintptr_t>(to.at) | reinterpret_cast<std::uintptr_t>(from);
+  // By pixels.
+  if ((odd | to.bytes | to.stride | stride) % 4 != 0 || to.bytes < 8 * kPixels)
+    return kPlain.copy(to, from, stride, pastCaches);
+  pastCaches ? copyRows<true>(to, from, stride) : copyRows<false>(to, from, stride);
 }
 
 // Byte `first` of 32 pixels, and then byte `second` of them.
@@ -180,9 +264,14 @@ KSMTH_AVX512 void split(unsigned char* const (&to)[4], const unsigned char* pixe
   splitPlainly(to, pixels, i, count - i);
 }
 
+// What is longer than a line gains nothing by longer registers.
+void fill(const Rows& to, std::uint64_t pattern, bool pastCaches) {
+  kAvx2.fill(to, pattern, pastCaches);
+}
+
 }  // namespace
 
-const Kernels kAvx512 = {halve, firstAlone, split};
+const Kernels kAvx512 = {halve, firstAlone, fill, copy, split};
 
 }  // namespace rowkernels
 

@@ -3,7 +3,6 @@
 #include <iterator>
 #include <utility>
 
-#include "LargePages.h"
 #include "image/BitMap.h"
 #include "image/PSDFile.h"
 #include "image/PixelPlanes.h"
@@ -45,10 +44,7 @@ class Picture {
     constexpr std::uint64_t kMostPixels = INT32_MAX / 4;
     const auto [width, height] = std::pair(document.header.columns, document.header.rows);
     if (width > INT32_MAX || height > INT32_MAX || document.pixels() > kMostPixels) return false;
-    unsigned char* const buffer =
-        map_.Allocate(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), 32);
-    preferLargePages(buffer, static_cast<std::size_t>(map_.BufferBytes()));
-    return buffer != nullptr;
+    return map_.Allocate(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), 32) != nullptr;
   }
   ABitMap& map() { return map_; }
 
