@@ -88,11 +88,10 @@ class OBJBlocks {
   }
 
   /// The slot of block `lastBlock` that the next element goes to, `count` mod `blockSize`, if it is one
-  /// behind the first and block and count are as the last push left them; `kNoSlot` otherwise.
+  /// behind the first and `count` is as the last push left it; `kNoSlot` otherwise.
   std::uint32_t slotInUsedBlock() const {
     const std::uint64_t behindFirst = count - countAtSecondSlot_;
-    const bool used = behindFirst < slotsBehindFirst_ && lastBlock == usedBlock_ &&
-                      static_cast<std::size_t>(lastBlock) < blocks.size();
+    const bool used = behindFirst < slotsBehindFirst_ && static_cast<std::size_t>(lastBlock) < blocks.size();
     return used ? static_cast<std::uint32_t>(behindFirst + 1) : kNoSlot;
   }
 
@@ -111,14 +110,12 @@ class OBJBlocks {
     if (last < 0 || last >= present || (slot == 0 && !addBlock())) return kNoSlot;
     countAtSecondSlot_ = std::uint64_t{count} - slot + 1;
     slotsBehindFirst_ = blockSize - 1;
-    usedBlock_ = lastBlock;
     return slot;
   }
 
-  // Of the block that the last push went to: what the next one compares `count` and `lastBlock` with.
+  // Of the block that the last push went to: what the next one compares `count` with.
   std::uint64_t countAtSecondSlot_ = 0;
   std::uint64_t slotsBehindFirst_ = 0;
-  std::int32_t usedBlock_ = -1;
 };
 
 /// Makes blocks of zeros, each from the system allocator. Zeros rather than what the process had in that
