@@ -63,6 +63,8 @@ TEST(FaceGeometry, NormalCentreAndReversal) {
   model._faces->ComputeNormalsAndCenters(vertices);
   expectVector(model._faces->geometry(0).normal, {0, 0, 1, 0.25F}, "packed");
   two.vertexIndex[2] = 4;
+  vertices.push_back({9, 9, 9});
+  --vertices.count;
   expectVector(two.getNormal(vertices), OBJVector(-2, -2, 8).normalizeTo1(), "past the last");
 }
 
