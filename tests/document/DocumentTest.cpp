@@ -233,6 +233,15 @@ TEST(Document, ScatteredLines) {
     ASSERT_TRUE(bytes == std::string_view(text).substr(offset - offset % BlockCache::kBlockBytes,
                                                        BlockCache::kBlockBytes + BlockCache::kOverlapBytes));
   }
+  // What there is room for is read once: a file that has changed cannot be read.
+  BlockCache all(document.source(), 2 * text.size());
+  for (const bool changed : {false, true}) {
+    if (changed) folder.write("a.obj", "changed");
+    for (std::size_t offset = 0; offset < text.size(); offset += BlockCache::kBlockBytes) {
+      std::string_view bytes;
+      ASSERT_TRUE(all.block(offset, bytes));
+    }
+  }
 }
 
 TEST(Document, LongLinesAndManyOfThem) {
