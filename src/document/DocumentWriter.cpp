@@ -9,12 +9,39 @@
 #include "document/LogicalLine.h"
 #include "document/PartNotes.h"
 #include "document/VectorLines.h"
+#include "obj/text/FastNumber.h"
 #include "obj/text/TokenStream.h"
 
 namespace WavefrontOBJ {
 namespace {
 
 constexpr std::string_view kVectorWords[kVectorKinds] = {"v", "vt", "vn", "vp"};
+
+/// Copies the vertex line that `text` begins with, where it is plain: keyword and blank stand first, no
+/// control characters, neither blank nor backslash last, and its end is there. False where it is not.
+bool copyPlainVector(SinkBuffer& out, VectorKind kind, std::string_view text) {
+  constexpr std::size_t kMost = 128;
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  const std::size_t wordLength = kVectorWords[static_cast<std::size_t>(kind)].size();
+  text = text.substr(0, kMost);
+  if (text.size() < 8 || text[0] != 'v' || text[wordLength] != ' ') return false;
+  char* const to = out.reserve(kMost);
+  for (std::size_t i = 0; i + 8 <= text.size(); i += 8) {
+    const std::uint64_t eight = fastNumber::loadLittleEndian(text.data() + i);
+    std::memcpy(to + i, text.data() + i, 8);
+    // The top bit of each byte: below a blank, or a delete.
+    const std::uint64_t low = eight & 0x7F * kOnes;
+    const std::uint64_t controls = (~(low + 0x60 * kOnes) | (low + kOnes)) & ~eight & 0x80 * kOnes;
+    if (controls == 0) continue;
+    const std::size_t end = i + static_cast<std::size_t>(std::countr_zero(controls)) / 8;
+    const char last = text[end - 1];
+    if ((text[end] != '\n' && text[end] != '\r') || last == ' ' || last == '\\') return false;
+    to[end] = '\n';
+    out.advanceTo(to + end + 1);
+    return true;
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -322,11 +349,14 @@ bool DocumentWriter::Run::writeLine(const LineStream& stream) {
 }
 
 bool DocumentWriter::Run::writeVector(VectorKind kind, std::uint32_t index) {
+  const std::uint64_t offset = document_.vectorOffsets(kind)[index];
+  const bool changes = options_.rewriter != nullptr;
+  const bool copied = !changes && copyPlainVector(out_, kind, writer_.lines_.at(offset));
   std::string_view line;
-  if (!fetch(document_.vectorOffsets(kind)[index], line)) return false;
+  if (!copied && !fetch(offset, line)) return false;
   ++counts_.vectors[static_cast<std::size_t>(kind)];
-  if (options_.rewriter == nullptr) {
-    writeVectorLine(out_, kind, line);
+  if (!changes) {
+    if (!copied) writeVectorLine(out_, kind, line);
     return true;
   }
   LineWords words(line);

@@ -192,14 +192,29 @@ TEST(Document, RealFiles) {
   }
 }
 
-/// Lines that lie all over a file, some across the blocks that it is read by.
+/// Lines that lie all over a file, some across the blocks that it is read by, each with an end from a table:
+/// as it is in the file, and as it is written.
 TEST(Document, ScatteredLines) {
+  constexpr const char* kEnds[][2] = {{"\n", "\n"},
+                                      {"\r\n", "\n"},
+                                      {"\r", "\n"},
+                                      {" \n", "\n"},
+                                      {" \r\n", "\n"},
+                                      {"\\\n2\n", " 2\n"},
+                                      {" 2\\\r\n3\n", " 2 3\n"},
+                                      {"\\2\n", "\\2\n"},
+                                      {"\x7F\n", "\x7F\n"},
+                                      {"\xFF\n", "\xFF\n"},
+                                      {"\t2\n", "\t2\n"},
+                                      {"\x1F\n", "\x1F\n"}};
   const TempFolder folder;
   std::string text;
   Words lines;
   for (std::size_t i = 0; i < 20'000; ++i) {
-    lines.push_back("v " + std::to_string(i) + " " + std::string(1 + i * 7 % 300, '1') + "\n");
-    text += lines.back();
+    const std::string begin = "v " + std::to_string(i) + " " + std::string(1 + i * 7 % 300, '1');
+    const auto& [end, writtenEnd] = kEnds[i / 5 % std::size(kEnds)];
+    text += begin + end;
+    lines.push_back(begin + writtenEnd);
   }
   for (std::size_t i = 0; i < 40; ++i) {
     text += "g g" + std::to_string(i) + "\np";
