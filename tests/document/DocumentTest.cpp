@@ -19,6 +19,7 @@
 #include "document/BlockCache.h"
 #include "document/DocumentReference.h"
 #include "document/DocumentWriter.h"
+#include "document/NewIndices.h"
 #include "document/OBJDocument.h"
 #include "document/RandomText.h"
 #include "document/Selection.h"
@@ -256,6 +257,25 @@ TEST(Document, ScatteredLines) {
       std::string_view bytes;
       ASSERT_TRUE(all.block(offset, bytes));
     }
+  }
+}
+
+TEST(Document, NewIndicesCountThoseThatAreUsed) {
+  Random random(5);
+  NewIndices indices;
+  indices.resize(10'000);
+  for (std::uint32_t i = 0; i < 200; ++i) {
+    std::set<std::uint32_t> used;
+    for (std::uint32_t left = below(random, i % 2 == 0 ? 10 : 3000); left > 0; --left) {
+      const std::uint32_t index = below(random, 10'000);
+      used.insert(index);
+      indices.add(index);
+    }
+    indices.number();
+    ASSERT_EQ(std::vector<std::uint32_t>(used.begin(), used.end()), indices.added());
+    std::uint32_t number = 0;
+    for (const std::uint32_t index : used) ASSERT_EQ(indices[index], ++number);
+    indices.clear();
   }
 }
 
