@@ -141,7 +141,7 @@ void addDocumentBenches(SheetFiles& files, Results& results) {
     writeDocument(state, "document/parts", files.get(kComparedSheet), results, writeParts);
   });
   // Each of 1,000 groups has faces all over the sheet.
-  add("document/parts_interleaved", 1, [&](benchmark::State& state) {
+  add("document/parts_interleaved", 3, [&](benchmark::State& state) {
     writeDocument(state, "document/parts_interleaved", files.get(kScalingSheets[3].shape), results,
                   writeParts);
   });

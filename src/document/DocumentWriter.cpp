@@ -9,12 +9,39 @@
 #include "document/LogicalLine.h"
 #include "document/PartNotes.h"
 #include "document/VectorLines.h"
+#include "obj/text/FastNumber.h"
 #include "obj/text/TokenStream.h"
 
 namespace WavefrontOBJ {
 namespace {
 
 constexpr std::string_view kVectorWords[kVectorKinds] = {"v", "vt", "vn", "vp"};
+
+/// Copies the vertex line that `text` begins with, where it is plain: keyword and blank stand first, no
+/// control characters, neither blank nor backslash last, and its end is there. False where it is not.
+bool copyPlainVector(SinkBuffer& out, VectorKind kind, std::string_view text) {
+  constexpr std::size_t kMost = 128;
+  constexpr std::uint64_t kOnes = 0x0101010101010101U;
+  const std::size_t wordLength = kVectorWords[static_cast<std::size_t>(kind)].size();
+  text = text.substr(0, kMost);
+  if (text.size() < 8 || text[0] != 'v' || text[wordLength] != ' ') return false;
+  char* const to = out.reserve(kMost);
+  for (std::size_t i = 0; i + 8 <= text.size(); i += 8) {
+    const std::uint64_t eight = fastNumber::loadLittleEndian(text.data() + i);
+    std::memcpy(to + i, text.data() + i, 8);
+    // The top bit of each byte: below a blank, or a delete.
+    const std::uint64_t low = eight & 0x7F * kOnes;
+    const std::uint64_t controls = (~(low + 0x60 * kOnes) | (low + kOnes)) & ~eight & 0x80 * kOnes;
+    if (controls == 0) continue;
+    const std::size_t end = i + static_cast<std::size_t>(std::countr_zero(controls)) / 8;
+    const char last = text[end - 1];
+    if ((text[end] != '\n' && text[end] != '\r') || last == ' ' || last == '\\') return false;
+    to[end] = '\n';
+    out.advanceTo(to + end + 1);
+    return true;
+  }
+  return false;
+}
 
 }  // namespace
 
@@ -118,10 +145,7 @@ DocumentWriter::Run::Run(DocumentWriter& writer, const ElementLists& lists, cons
       allVectors_(rest == nullptr && (lists.whole || options.keepOrder)) {}
 
 DocumentWriter::Run::~Run() {
-  for (std::size_t k = 0; k < writer_.used_.size(); ++k) {
-    for (const std::uint32_t index : writer_.used_[k]) writer_.newIndex_[k][index] = 0;
-    writer_.used_[k].clear();
-  }
+  for (NewIndices& indices : writer_.newIndices_) indices.clear();
 }
 
 Result DocumentWriter::Run::write() {
@@ -143,7 +167,7 @@ void DocumentWriter::Run::layOut() {
     } else if (parameter ? statements : allVectors_) {
       streams_[kind] = LineStream(document_, kind);
     } else if (!parameter) {
-      streams_[kind] = LineStream(document_, kind, &writer_.used_[kind]);
+      streams_[kind] = LineStream(document_, kind, &writer_.newIndices_[kind].added());
     }
   }
   const std::vector<std::uint32_t>* const lists[kElementKinds] = {&lists_.faces, &lists_.lines,
@@ -187,8 +211,9 @@ bool DocumentWriter::Run::writeHead() {
     }
   };
   writeNotes(options_.notes);
+  const auto& newIndices = writer_.newIndices_;
   if (options_.partNotes)
-    writeNotes(options_.partNotes({writer_.used_[0], writer_.used_[1], writer_.used_[2]}));
+    writeNotes(options_.partNotes({newIndices[0].added(), newIndices[1].added(), newIndices[2].added()}));
   return writeLibraries();
 }
 
@@ -220,43 +245,26 @@ bool DocumentWriter::Run::writeLibraries() {
 
 /// Notes which vertex lines the part uses, and what their indices become.
 void DocumentWriter::Run::useVectors() {
-  constexpr VectorKind kKinds[] = {VectorKind::position, VectorKind::texture, VectorKind::normal};
-  const auto forEachElement = [&](auto visit) {
-    const auto list = [&](const ElementTable& table, const std::vector<std::uint32_t>& indices) {
-      for (const std::uint32_t i : indices) visit(table, i);
-    };
-    list(document_.faces(), lists_.faces);
-    list(document_.lines(), lists_.lines);
-    list(document_.points(), lists_.points);
-  };
   if (allVectors_) return;
-  for (const VectorKind kind : kKinds) {
-    const auto k = static_cast<std::size_t>(kind);
-    std::vector<std::uint32_t>& newIndex = writer_.newIndex_[k];
-    std::vector<std::uint32_t>& used = writer_.used_[k];
-    const std::uint32_t count = document_.vectorCount(kind);
-    newIndex.resize(count);
-    forEachElement([&](const ElementTable& table, std::uint32_t i) {
-      const auto row = kind == VectorKind::position  ? table.vertices(i)
-                       : kind == VectorKind::texture ? table.textures(i)
-                                                     : table.normals(i);
-      for (const std::int32_t index : row) {
-        if (index == kNoIndex || newIndex[static_cast<std::size_t>(index)] != 0) continue;
-        newIndex[static_cast<std::size_t>(index)] = 1;
-        used.push_back(static_cast<std::uint32_t>(index));
-      }
-    });
-    // Whichever is less work: a look at every line, or a sort.
-    if (used.size() * static_cast<std::size_t>(std::bit_width(used.size())) > count) {
-      used.clear();
-      for (std::uint32_t i = 0; i < count; ++i) {
-        if (newIndex[i] != 0) used.push_back(i);
-      }
-    } else {
-      std::sort(used.begin(), used.end());
+  std::array<NewIndices, 3>& newIndices = writer_.newIndices_;
+  for (std::size_t k = 0; k < newIndices.size(); ++k)
+    newIndices[k].resize(document_.vectorCount(static_cast<VectorKind>(k)));
+  const auto use = [](NewIndices& indices, std::span<const std::int32_t> row) {
+    for (const std::int32_t index : row) {
+      if (index != kNoIndex) indices.add(static_cast<std::uint32_t>(index));
     }
-    for (std::size_t i = 0; i < used.size(); ++i) newIndex[used[i]] = static_cast<std::uint32_t>(i + 1);
-  }
+  };
+  const auto useAll = [&](const ElementTable& table, const std::vector<std::uint32_t>& elements) {
+    for (const std::uint32_t i : elements) {
+      use(newIndices[0], table.vertices(i));
+      use(newIndices[1], table.textures(i));
+      use(newIndices[2], table.normals(i));
+    }
+  };
+  useAll(document_.faces(), lists_.faces);
+  useAll(document_.lines(), lists_.lines);
+  useAll(document_.points(), lists_.points);
+  for (NewIndices& indices : newIndices) indices.number();
 }
 
 /// Writes the lines of all streams in their order.
@@ -269,6 +277,7 @@ bool DocumentWriter::Run::writeLines() {
     while (LineStream* const stream = nextStream(some, limit)) {
       for (std::uint64_t at = stream->offset(); at < limit; at = stream->offset()) {
         if (at >= nextAnchor_ && !writeAsides(at)) return false;
+        if (stream->hasList()) expectLine(*stream);
         if (!advance() || !writeLine(*stream)) return false;
         stream->advance();
         lastWritten_ = at;
@@ -276,6 +285,19 @@ bool DocumentWriter::Run::writeLines() {
     }
   }
   return (!lists_.whole && lastWritten_ != writer_.lastOffset_) || writeAsides(kNoOffset);
+}
+
+/// Tells the processor of a line that comes soon: those of a part may lie far from one another, each a wait
+/// for memory.
+void DocumentWriter::Run::expectLine(const LineStream& stream) const {
+  constexpr std::uint32_t kAhead = 8;
+  if (stream.left() <= kAhead) return;
+  const std::uint32_t index = stream.indexAhead(kAhead);
+  if (stream.kind() < kFirstElementLine) {
+    writer_.lines_.prefetch(document_.vectorOffsets(static_cast<VectorKind>(stream.kind()))[index]);
+  } else {
+    document_.elements(static_cast<ElementKind>(stream.kind() - kFirstElementLine)).prefetch(index);
+  }
 }
 
 /// Writes what belongs to the line at `anchor`, in a whole document also what belongs to lines before it that
@@ -307,13 +329,6 @@ bool DocumentWriter::Run::writeAsides(std::uint64_t anchor) {
 
 bool DocumentWriter::Run::writeLine(const LineStream& stream) {
   if (stream.kind() < kFirstElementLine) {
-    // Lines of a part may lie far from one another, each a wait for memory.
-    constexpr std::uint32_t kAhead = 8;
-    if (stream.hasList() && stream.left() > 2 * kAhead) {
-      const auto offsets = document_.vectorOffsets(static_cast<VectorKind>(stream.kind()));
-      __builtin_prefetch(&offsets[stream.indexAhead(2 * kAhead)]);
-      writer_.lines_.prefetch(offsets[stream.indexAhead(kAhead)]);
-    }
     return writeVector(static_cast<VectorKind>(stream.kind()), stream.index());
   }
   if (stream.kind() == kStatementLine) return writeStatement(document_.statements()[stream.index()]);
@@ -322,11 +337,14 @@ bool DocumentWriter::Run::writeLine(const LineStream& stream) {
 }
 
 bool DocumentWriter::Run::writeVector(VectorKind kind, std::uint32_t index) {
+  const std::uint64_t offset = document_.vectorOffsets(kind)[index];
+  const bool changes = options_.rewriter != nullptr;
+  const bool copied = !changes && copyPlainVector(out_, kind, writer_.lines_.at(offset));
   std::string_view line;
-  if (!fetch(document_.vectorOffsets(kind)[index], line)) return false;
+  if (!copied && !fetch(offset, line)) return false;
   ++counts_.vectors[static_cast<std::size_t>(kind)];
-  if (options_.rewriter == nullptr) {
-    writeVectorLine(out_, kind, line);
+  if (!changes) {
+    if (!copied) writeVectorLine(out_, kind, line);
     return true;
   }
   LineWords words(line);

@@ -12,6 +12,7 @@
 #include "KSmthExport.h"
 #include "document/FileOrder.h"
 #include "document/LineText.h"
+#include "document/NewIndices.h"
 #include "document/OBJDocument.h"
 #include "document/Selection.h"
 #include "document/Sink.h"
@@ -109,9 +110,7 @@ class KSMTH_API DocumentWriter {
   LineText lines_;
   std::vector<Aside> asides_;
   std::uint64_t lastOffset_ = kNoOffset;  ///< of the last line
-  /// New index + 1 of each vertex line of the part being written, 0 for those not in it; all 0 between parts.
-  std::array<std::vector<std::uint32_t>, 3> newIndex_;
-  std::array<std::vector<std::uint32_t>, 3> used_;
+  std::array<NewIndices, 3> newIndices_;  ///< of the part being written, by kind; without any between parts
 };
 
 }  // namespace WavefrontOBJ

@@ -187,7 +187,7 @@ inline char* DocumentWriter::Run::writeCorner(char* out, const ElementTable& tab
                                               std::uint32_t corner) const {
   const auto number = [&](std::size_t kind, std::int32_t index) {
     const auto i = static_cast<std::uint32_t>(index);
-    out = formatUnsigned(out, allVectors_ ? i + 1 : writer_.newIndex_[kind][i]);
+    out = formatUnsigned(out, allVectors_ ? i + 1 : writer_.newIndices_[kind][i]);
   };
   *out++ = ' ';
   number(0, table.vertexColumn()[corner]);

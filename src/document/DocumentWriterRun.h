@@ -72,6 +72,7 @@ class DocumentWriter::Run {
   void useVectors();
   void layOut();
   bool writeLines();
+  void expectLine(const LineStream& stream) const;
   bool writeAsides(std::uint64_t anchor);
   void writeComment(std::string_view line);
   bool writeLine(const LineStream& stream);

@@ -8,6 +8,7 @@
 
 #include "KSmthExport.h"
 #include "document/PlainArray.h"
+#include "document/Prefetch.h"
 
 namespace WavefrontOBJ {
 
@@ -54,6 +55,15 @@ class KSMTH_API ElementTable {
   /// Where the line of element i begins, in bytes from the file's begin. Ascending.
   std::uint64_t offset(std::uint32_t i) const { return offsets_[i]; }
   std::span<const std::uint64_t> offsets() const { return offsets_.span(); }
+
+  /// Tells the processor that element i is wanted soon.
+  void prefetch(std::uint32_t i) const {
+    WavefrontOBJ::prefetch(&offsets_[i]);
+    const std::uint32_t first = begins_[i];
+    for (const auto* const column : {&vertices_, &textures_, &normals_}) {
+      if (!column->empty()) WavefrontOBJ::prefetch(&(*column)[first]);
+    }
+  }
 
   /// Runs in order; the first one begins at 0 when there is any element.
   std::span<const StateRun> runs() const { return runs_.span(); }

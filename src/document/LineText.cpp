@@ -55,6 +55,11 @@ Result LineText::loadPiece(std::uint64_t offset, std::size_t bytes) {
   return result;
 }
 
+/// Whether the line at `offset` is, or follows, what was read.
+bool LineText::follows(std::uint64_t offset) const {
+  return text_.empty() || (offset >= begin_ && offset < begin_ + text_.size() + kNear);
+}
+
 /// Length of the line that begins `at` bytes into the text, if its end is there. That of the file is known by
 /// the pieces alone, which have blanks behind it.
 std::size_t LineText::lineLength(std::size_t at) const {
@@ -66,12 +71,18 @@ std::size_t LineText::lineLength(std::size_t at) const {
   return static_cast<std::size_t>(lineEnd - line);
 }
 
+std::string_view LineText::at(std::uint64_t offset) {
+  const bool inside = offset - begin_ < text_.size();
+  if (!inside && (follows(offset) || offset >= source_.size() || !loadBlock(offset))) return {};
+  return text_.substr(static_cast<std::size_t>(offset - begin_));
+}
+
 Result LineText::fetch(std::uint64_t offset, std::string_view& line) {
   line = {};
   if (offset >= source_.size()) return {};
   const std::uint64_t end = begin_ + text_.size();
   const bool inside = offset >= begin_ && offset < end;
-  const bool follows = text_.empty() || (offset >= begin_ && offset < end + kNear);
+  const bool follows = this->follows(offset);
   std::size_t length = kIncomplete;
   if (!follows) {
     pieceBytes_ = kSmallPiece;

@@ -22,12 +22,16 @@ class KSMTH_API LineText {
   /// The line that begins at `offset`, with the lines that continue it, without its line end. `line` stays
   /// valid until the next call. Fails when the source does.
   Result fetch(std::uint64_t offset, std::string_view& line);
+  /// The bytes from `offset` on that are at hand, or in a block where lines lie scattered; none where `fetch`
+  /// would read ahead, or fail. They stay valid as long as a line.
+  std::string_view at(std::uint64_t offset);
   /// Tells that the line at `offset` is fetched soon.
   void prefetch(std::uint64_t offset) const { blocks_.prefetch(offset); }
 
  private:
   Result loadBlock(std::uint64_t offset);
   Result loadPiece(std::uint64_t offset, std::size_t bytes);
+  bool follows(std::uint64_t offset) const;
   std::size_t lineLength(std::size_t at) const;
 
   const Source& source_;

@@ -19,6 +19,7 @@
 #include "document/BlockCache.h"
 #include "document/DocumentReference.h"
 #include "document/DocumentWriter.h"
+#include "document/NewIndices.h"
 #include "document/OBJDocument.h"
 #include "document/RandomText.h"
 #include "document/Selection.h"
@@ -192,14 +193,29 @@ TEST(Document, RealFiles) {
   }
 }
 
-/// Lines that lie all over a file, some across the blocks that it is read by.
+/// Lines that lie all over a file, some across the blocks that it is read by, each with an end from a table:
+/// as it is in the file, and as it is written.
 TEST(Document, ScatteredLines) {
+  constexpr const char* kEnds[][2] = {{"\n", "\n"},
+                                      {"\r\n", "\n"},
+                                      {"\r", "\n"},
+                                      {" \n", "\n"},
+                                      {" \r\n", "\n"},
+                                      {"\\\n2\n", " 2\n"},
+                                      {" 2\\\r\n3\n", " 2 3\n"},
+                                      {"\\2\n", "\\2\n"},
+                                      {"\x7F\n", "\x7F\n"},
+                                      {"\xFF\n", "\xFF\n"},
+                                      {"\t2\n", "\t2\n"},
+                                      {"\x1F\n", "\x1F\n"}};
   const TempFolder folder;
   std::string text;
   Words lines;
   for (std::size_t i = 0; i < 20'000; ++i) {
-    lines.push_back("v " + std::to_string(i) + " " + std::string(1 + i * 7 % 300, '1') + "\n");
-    text += lines.back();
+    const std::string begin = "v " + std::to_string(i) + " " + std::string(1 + i * 7 % 300, '1');
+    const auto& [end, writtenEnd] = kEnds[i / 5 % std::size(kEnds)];
+    text += begin + end;
+    lines.push_back(begin + writtenEnd);
   }
   for (std::size_t i = 0; i < 40; ++i) {
     text += "g g" + std::to_string(i) + "\np";
@@ -232,6 +248,34 @@ TEST(Document, ScatteredLines) {
     ASSERT_TRUE(cache.block(offset, bytes));
     ASSERT_TRUE(bytes == std::string_view(text).substr(offset - offset % BlockCache::kBlockBytes,
                                                        BlockCache::kBlockBytes + BlockCache::kOverlapBytes));
+  }
+  // What there is room for is read once: a file that has changed cannot be read.
+  BlockCache all(document.source(), 2 * text.size());
+  for (const bool changed : {false, true}) {
+    if (changed) folder.write("a.obj", "changed");
+    for (std::size_t offset = 0; offset < text.size(); offset += BlockCache::kBlockBytes) {
+      std::string_view bytes;
+      ASSERT_TRUE(all.block(offset, bytes));
+    }
+  }
+}
+
+TEST(Document, NewIndicesCountThoseThatAreUsed) {
+  Random random(5);
+  NewIndices indices;
+  indices.resize(10'000);
+  for (std::uint32_t i = 0; i < 200; ++i) {
+    std::set<std::uint32_t> used;
+    for (std::uint32_t left = below(random, i % 2 == 0 ? 10 : 3000); left > 0; --left) {
+      const std::uint32_t index = below(random, 10'000);
+      used.insert(index);
+      indices.add(index);
+    }
+    indices.number();
+    ASSERT_EQ(std::vector<std::uint32_t>(used.begin(), used.end()), indices.added());
+    std::uint32_t number = 0;
+    for (const std::uint32_t index : used) ASSERT_EQ(indices[index], ++number);
+    indices.clear();
   }
 }
 
