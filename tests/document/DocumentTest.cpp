@@ -188,6 +188,20 @@ TEST(Document, EveryPrefixAndEveryByteChange) {
   }
 }
 
+/// Lines that pieces of a file have to be put together rightly for.
+TEST(Document, ByPieces) {
+  const auto repeated = [](const std::string& lines, std::size_t size) {
+    std::string text = "v 0 0 0\r\nv 1 0 0\r\nl 1 2\r\nl 2 1\r\nv 0 1 0\n";
+    while (text.size() < size) text += lines;
+    return text;
+  };
+  // So long that every length of a piece comes.
+  for (std::size_t size = 200; size < 300; size += 8) {
+    for (const char* lines : {"f 1 2 0\n", "g a\nf 1 2 3\ng b\nf 3 2 1\n", "#\n"})
+      check(repeated(lines, size));
+  }
+}
+
 TEST(Document, RandomFilesAsThePlainReaderHasThem) {
   Random random(1);
   for (int i = 0; i < 500 && !HasFatalFailure(); ++i) check(randomText(random));
