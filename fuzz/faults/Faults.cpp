@@ -7,6 +7,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <malloc.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -279,6 +280,11 @@ DIR* opendir(const char* path) {
 char* realpath(const char* path, char* resolved) {
   REAL(realpath);
   return fails(kFolder) ? nullptr : next(path, resolved);
+}
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*work)(void*),
+                   void* argument) {
+  REAL(pthread_create);
+  return fails(kThread) ? sError : next(thread, attributes, work, argument);
 }
 
 // The names of the same calls where offsets have 64 bits anyway.

@@ -5,7 +5,20 @@
 
 extern "C" {
 
-enum FaultKind { kMemory, kOpen, kRead, kWrite, kSync, kRename, kClose, kStat, kMap, kFolder, kFaultKinds };
+enum FaultKind {
+  kMemory,
+  kOpen,
+  kRead,
+  kWrite,
+  kSync,
+  kRename,
+  kClose,
+  kStat,
+  kMap,
+  kFolder,
+  kThread,
+  kFaultKinds
+};
 
 /// Not an error number: the transfer moves half of its bytes, one at least.
 inline constexpr int kShort = -1;

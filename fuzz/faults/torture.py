@@ -25,12 +25,14 @@ TOOL = BUILD / "smthgrp"
 BRIEF = "--brief" in sys.argv
 EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
 PSD = EXAMPLES.parent / "tests/data/psd"
-KINDS = ("memory", "open", "read", "write", "sync", "rename", "close", "stat", "map", "folder")
+KINDS = ("memory", "open", "read", "write", "sync", "rename", "close", "stat", "map", "folder", "thread")
 SHORT = -1  # as in Faults.h
+LARGE_BYTES = 16 << 20  # files of as many are read on threads
 ERRORS = {"memory": [errno.ENOMEM], "open": [errno.EACCES, errno.EMFILE, errno.EINTR],
           "read": [errno.EIO, errno.EINTR, SHORT], "write": [errno.ENOSPC, errno.EIO, errno.EINTR, SHORT],
           "sync": [errno.EIO, errno.ENOSPC], "rename": [errno.EACCES, errno.ENOSPC], "close": [errno.EIO, errno.ENOSPC],
-          "stat": [errno.EACCES, errno.EIO], "map": [errno.ENOMEM], "folder": [errno.EACCES, errno.ENOSPC]}
+          "stat": [errno.EACCES, errno.EIO], "map": [errno.ENOMEM], "folder": [errno.EACCES, errno.ENOSPC],
+          "thread": [errno.EAGAIN]}
 MODEL = """mtllib m.mtl
 v 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nv 5 5 5\nvt 0 0\nvn 0 0 1\no thing
 g a\ns 3\nusemtl red\nf 1/1/1 2/1/1 3/1/1\ng b long_name_of_a_group_past_any_short_string\ns off\nf -3 -2 -4\nl 1 2\n"""
@@ -55,16 +57,18 @@ FAILED = {"diff": (1, 3)}
 class Place:
     """A folder with inputs, and outputs that are there already."""
 
-    def __init__(self, rows=0):
-        """`rows`: vertices, and nearly as many faces, that the model has beside the few that it always has."""
+    def __init__(self, rows=0, more_bytes=0):
+        """`rows`: vertices, and as many faces in 300 groups, that the models have beside the few that they always
+        have. `more_bytes`: of comments behind them."""
         in_memory = "/dev/shm" if os.path.isdir("/dev/shm") else None
         self.path = pathlib.Path(tempfile.mkdtemp(prefix="torture", dir=in_memory))
         self.inputs, self.outputs = self.path / "in", self.path / "out"
         self.inputs.mkdir()
         more = [f"v {i % 97} {i % 89} {i % 83}" for i in range(rows)]
-        more += [f"g part{i // 200}\nf {i + 1} {i + 2} {i + 3}" for i in range(rows)]
-        (self.inputs / "m.obj").write_text(MODEL + "\n".join(more) + "\n")
-        (self.inputs / "p.obj").write_text(MODEL.replace("v 1 1 0", "v 1 1 7"))
+        more += [f"g part{i * 300 // rows}\nf {i + 1} {i + 2} {i + 3}" for i in range(rows)]
+        more = "\n".join(more) + "\n" + ("#" + 1000 * "x" + "\n") * (more_bytes // 1000)
+        (self.inputs / "m.obj").write_text(MODEL + more)
+        (self.inputs / "p.obj").write_text(MODEL.replace("v 1 1 0", "v 1 1 7") + more)
         (self.inputs / "m.mtl").write_text("newmtl red\nKd 1 0 0\nmap_Kd red.png\n")
         (self.inputs / "red.png").write_bytes(b"picture")
         shutil.copy(PSD / "layered_masked-3x5.psd", self.inputs / "l.psd")
@@ -122,7 +126,7 @@ class Place:
 class Server:
     """A process that becomes the same command again and again, see Faults.cpp."""
 
-    def __init__(self, words, place):
+    def __init__(self, words, place, **variables):
         orders, self.orders = os.pipe()
         answers, told = os.pipe()
         self.answers = os.fdopen(answers)
@@ -132,7 +136,7 @@ class Server:
             os.dup2(orders, 198)
             os.dup2(told, 199)
 
-        environment = {**os.environ, "LD_PRELOAD": str(BUILD / "libfaults.so"), "FAULTS_SERVER": "1"}
+        environment = {**os.environ, "LD_PRELOAD": str(BUILD / "libfaults.so"), "FAULTS_SERVER": "1", **variables}
         self.process = subprocess.Popen(words, env=environment, stdin=subprocess.DEVNULL, stdout=self.out,
                                         stderr=self.err, close_fds=False, preexec_fn=beforehand)
         os.close(orders)
@@ -144,7 +148,7 @@ class Server:
             file.truncate(0)
         os.write(self.orders, f"{KINDS.index(kind)} {nth} {error} {for_good:d}\n".encode())
         status, calls = map(int, self.answers.readline().split())
-        return status, *(os.pread(file.fileno(), 1 << 20, 0) for file in (self.out, self.err)), calls
+        return status, *(os.pread(file.fileno(), 1 << 30, 0) for file in (self.out, self.err)), calls
 
     def close(self):
         os.close(self.orders)
@@ -158,7 +162,7 @@ class Server:
 def run(words, **options):
     """A command in a process of its own: status, standard output and error."""
     done = subprocess.run(words, stdin=subprocess.DEVNULL, stdout=options.pop("stdout", subprocess.PIPE),
-                          stderr=subprocess.PIPE, timeout=60, check=False, **options)
+                          stderr=subprocess.PIPE, timeout=options.pop("timeout", 60), check=False, **options)
     return done.returncode, done.stdout or b"", done.stderr
 
 
@@ -185,17 +189,17 @@ def chosen(count):
     return sorted({*range(count - 2, count), *random.sample(range(count), 10)})
 
 
-def faults(report):
-    place = Place()
-    for command in COMMANDS:
-        server = Server(place.words(command), place)
+def failing(report, place, commands, kinds, **variables):
+    """Commands with each call of the kinds failing in turn."""
+    for command in commands:
+        server = Server(place.words(command), place, **variables)
         place.reset()
         status, out, err, _ = server.run("memory", 10**9, 0, False)
         baseline = status, out, err, place.files()
-        for kind, errors in ERRORS.items():
+        for kind in kinds:
             place.reset()
             count = server.run(kind, 10**9, 0, False)[3]
-            for error in errors:
+            for error in ERRORS[kind]:
                 for for_good in (False, True):
                     if for_good and error in (SHORT, errno.EINTR):
                         continue  # without end
@@ -206,12 +210,26 @@ def faults(report):
                         wrong = place.wrong(command, baseline, status, out, err, kind not in ("memory", "map"))
                         if error in (SHORT, errno.EINTR) and kind != "open" and status != baseline[0]:
                             wrong = wrong or "did not go on"
+                        if kind == "thread" and (status, out, err, place.files()) != baseline:
+                            wrong = wrong or "another outcome on fewer threads"
                         how = "short" if error == SHORT else errno.errorcode[error]
                         report.add(f"tool, {kind}", f"{command}: {kind} {nth}{' and later' if for_good else ''}: {how}",
                                    status != baseline[0],
                                    wrong and f"{wrong} {err[-150:]}")
         server.close()
     shutil.rmtree(place.path)
+
+
+def faults(report):
+    failing(report, Place(), COMMANDS, [kind for kind in KINDS if kind != "thread"])
+
+
+def threads(report):
+    """Threads that cannot be started, on models for which some are."""
+    commands = random.sample(COMMANDS, 10) if BRIEF else COMMANDS  # more than start none
+    failing(report, Place(200000, LARGE_BYTES), commands, ["thread"], KSMTH_THREADS="5")
+    if not report.tried["tool, thread"]:
+        report.add("tool, thread", "all commands", False, "no threads are started")
 
 
 def limited(limit, value):
@@ -319,9 +337,12 @@ def calls(report):
     """The library and the C interface, in one process."""
     place = Place()
     (place.inputs / "bad.obj").write_text(MODEL + "f 1 2 99\n")
+    large = Place(200000, LARGE_BYTES)
+    (large.inputs / "m.obj").rename(place.inputs / "large.obj")
+    shutil.rmtree(large.path)
     shutil.copy(PSD / "flat_rgba-3x5.psd", place.inputs / "f.psd")
     words = [BUILD / "faults_calls", place.path, *(["--brief", time.strftime("%j")] if BRIEF else [])]
-    status, out, err = run(words)
+    status, out, err = run(words, timeout=900)
     lines = out.decode(errors="replace").splitlines()
     print(*lines[:-1], err.decode(errors="replace"), sep="\n", end="", flush=True)
     numbers = map(int, re.findall(r"\d+", lines[-1])) if status in (0, 1) else (1, 1, 1)
@@ -333,7 +354,7 @@ def calls(report):
 def main():
     random.seed(time.strftime("%F") if BRIEF else 0)
     report = Report()
-    for campaign in (calls, faults, larger, limits, signals):
+    for campaign in (calls, faults, threads, larger, limits, signals):
         began = time.monotonic()
         campaign(report)
         print(f"torture: {campaign.__name__} took {time.monotonic() - began:.0f} s", flush=True)

@@ -177,9 +177,11 @@ Result DocumentReader::read() {
     offset = offsetOf(begin_);
   }
   if (groupIsEmpty_) document_.emptyGroups_.push_back(groupOffset_);
+  bool dropped = false;
   for (const ElementKind element : {ElementKind::face, ElementKind::line, ElementKind::point}) {
-    checkForwardReferences(element);
+    dropped |= checkForwardReferences(element);
   }
+  if (dropped) forgetUnused();
   return checkLimits();
 }
 
@@ -247,6 +249,8 @@ void DocumentReader::takeLine(const char* begin, const char* end, const char* ne
 /// What can be doubted about a line whatever stands in it.
 void DocumentReader::doubtLine(const char* begin, const char* end, const char* next) {
   if (end != next && *end == '\r') findLine(FindingKind::carriageReturn);
+  if (end != next && *end == '\\' && physicalLineEnd(begin, end) == end)
+    find(FindingKind::continuationLine, end);
   const auto length = static_cast<std::size_t>(end - begin);
   if (length == 0) return;
   if (const void* const nul = std::memchr(begin, '\0', length)) {
@@ -356,6 +360,10 @@ void DocumentReader::takeGroups(LineWords& words) {
 void DocumentReader::beginGroups() {
   if (groupIsEmpty_) document_.emptyGroups_.push_back(groupOffset_);
   groupOffset_ = offsetOf(line_);
+  if (!forwardGroups_.empty()) {
+    GroupLine& last = forwardGroups_.back();
+    last.end = std::min(last.end, groupOffset_);
+  }
   anyGroup_ = groupIsEmpty_ = stateIsNew_ = true;
 }
 

@@ -96,7 +96,10 @@ class DocumentReader {
   std::int32_t currentSmoothing();
   std::int32_t indexOfName(std::vector<OBJName>& names, KnownNames& known, std::string_view name,
                            std::uint64_t offset);
-  void checkForwardReferences(ElementKind kind);
+
+  // Those that name what comes later, in DocumentReaderForward.cpp.
+  bool checkForwardReferences(ElementKind kind);
+  void forgetUnused();
 
   void find(FindingKind kind, std::string_view at);
   void find(FindingKind kind, const char* at) { find(kind, std::string_view(at, at)); }
@@ -155,6 +158,12 @@ class DocumentReader {
   /// First element of each kind that names what comes later.
   std::uint32_t firstForward_[kElementKinds];
   bool forward_ = false;  ///< the element in work does
+  /// A "g" line whose first element does, up to where the next one begins.
+  struct GroupLine {
+    std::uint64_t begin;
+    std::uint64_t end;
+  };
+  std::vector<GroupLine> forwardGroups_;
 };
 
 }  // namespace WavefrontOBJ

@@ -125,6 +125,7 @@ bool DocumentReader::takeElement(std::string_view keyword, LineWords& words) {
   if (forward_) {
     std::uint32_t& first = firstForward_[static_cast<std::size_t>(kind)];
     first = std::min(first, document_.elements(kind).size());
+    if (groupIsEmpty_) forwardGroups_.push_back({groupOffset_, std::numeric_limits<std::uint64_t>::max()});
   }
   add(kind, offsetOf(line_), corners_.data(), static_cast<std::uint32_t>(corners_.size()), textures, normals);
   return true;
@@ -236,82 +237,6 @@ std::uint32_t DocumentReader::currentState() {
   state_ = position->second;
   stateIsNew_ = groupIsEmpty_ = false;
   return state_;
-}
-
-/// Looks, at the file's end, at the elements that name what came later: drops those that name what did not
-/// come.
-void DocumentReader::checkForwardReferences(ElementKind kind) {
-  ElementTable& table = document_.elements_[static_cast<std::size_t>(kind)];
-  const std::uint32_t first = firstForward_[static_cast<std::size_t>(kind)];
-  if (first >= table.size()) return;
-  const auto doubt = [&](FindingKind finding, std::uint64_t offset, std::int64_t index,
-                         std::string_view what) {
-    if (!document_.findings_.keepsNext(finding)) {
-      document_.findings_.addUncounted(finding, 1);
-      return;
-    }
-    std::uint64_t number = 0;
-    // Without a line where the file cannot be read any more.
-    static_cast<void>(document_.lineNumber(offset, number));
-    document_.findings_.add(finding, number, 0, offset, std::string(what) + " " + std::to_string(index + 1));
-  };
-  /// 0: all there before the element; 1: some behind it; 2: some nowhere.
-  const auto lookAt = [&](std::span<const std::int32_t> indices, VectorKind vector, std::uint64_t offset,
-                          std::string_view what) {
-    const auto offsets = document_.vectorOffsets(vector);
-    bool ahead = false;
-    for (const std::int32_t index : indices) {
-      if (index == kNoIndex) continue;
-      if (static_cast<std::size_t>(index) >= offsets.size()) {
-        doubt(FindingKind::indexOutOfRange, offset, index, what);
-        return 2;
-      }
-      if (offsets[static_cast<std::size_t>(index)] > offset && !ahead) {
-        ahead = true;
-        doubt(FindingKind::forwardReference, offset, index, what);
-      }
-    }
-    return ahead ? 1 : 0;
-  };
-  std::uint32_t kept = first;
-  std::uint32_t keptCorners = table.begin(first);
-  std::size_t keptRuns = 0;
-  while (keptRuns < table.runs_.size() && table.runs_[keptRuns].first < first) ++keptRuns;
-  std::size_t run = keptRuns;
-  // The state of the element before the first, and of the one last kept.
-  std::uint32_t state = keptRuns > 0 ? table.runs_[keptRuns - 1].state : 0;
-  std::uint32_t keptState = state;
-  bool anyKept = keptRuns > 0;
-  for (std::uint32_t i = first; i < table.size(); ++i) {
-    if (run < table.runs_.size() && table.runs_[run].first == i) state = table.runs_[run++].state;
-    const std::uint64_t offset = table.offset(i);
-    const std::uint32_t begin = table.begins_[i];
-    const std::uint32_t count = table.begins_[i + 1] - begin;
-    if (lookAt(table.vertices(i), VectorKind::position, offset, "vertex") == 2) continue;
-    const bool noTextures = lookAt(table.textures(i), VectorKind::texture, offset, "texture coordinate") == 2;
-    const bool noNormals = lookAt(table.normals(i), VectorKind::normal, offset, "normal") == 2;
-    for (std::uint32_t c = 0; c < count; ++c) {
-      table.vertices_[keptCorners + c] = table.vertices_[begin + c];
-      if (!table.textures_.empty()) {
-        table.textures_[keptCorners + c] = noTextures ? kNoIndex : table.textures_[begin + c];
-      }
-      if (!table.normals_.empty()) {
-        table.normals_[keptCorners + c] = noNormals ? kNoIndex : table.normals_[begin + c];
-      }
-    }
-    if (!anyKept || state != keptState) table.runs_[keptRuns++] = {kept, state};
-    anyKept = true;
-    keptState = state;
-    table.offsets_[kept++] = offset;
-    keptCorners += count;
-    table.begins_[kept] = keptCorners;
-  }
-  table.offsets_.truncate(kept);
-  table.begins_.truncate(kept == 0 ? 0 : kept + 1);
-  table.vertices_.truncate(keptCorners);
-  if (!table.textures_.empty()) table.textures_.truncate(keptCorners);
-  if (!table.normals_.empty()) table.normals_.truncate(keptCorners);
-  table.runs_.truncate(keptRuns);
 }
 
 }  // namespace WavefrontOBJ

@@ -38,14 +38,15 @@ double wordValue(std::string_view word, double) {
 /// Lines that a thread takes at a time.
 constexpr std::uint32_t kLinesAtATime = 4 * kProgressLines;
 
-/// `forEachVector` on several threads, of which each visits other lines; `progress` on the calling one.
+/// `forEachVector` on several threads, of which each visits other lines; `progress` on the calling one, which
+/// has the first lines, so that it is asked once at least.
 template <class Visit>
 Result forEachVectorOnThreads(const OBJDocument& document, VectorKind kind, unsigned threads,
                               const Progress& progress, Visit visit) {
   const std::uint32_t count = document.vectorCount(kind);
   threads = std::min(threads, (count + kLinesAtATime - 1) / kLinesAtATime);
   if (threads <= 1) return forEachVector(document, kind, ProgressRange(progress, 0, 1), visit);
-  std::atomic<std::uint32_t> next = 0;
+  std::atomic<std::uint32_t> next = kLinesAtATime;
   std::mutex mutex;
   std::uint32_t failedAt = count;
   Result failure;
@@ -56,10 +57,8 @@ Result forEachVectorOnThreads(const OBJDocument& document, VectorKind kind, unsi
     failedAt = std::min(failedAt, first);
     next = count;
   };
-  const auto work = [&](const Progress& report) {
-    for (;;) {
-      const std::uint32_t first = next.fetch_add(kLinesAtATime);
-      if (first >= count) return;
+  const auto work = [&](std::uint32_t first, const Progress& report) {
+    for (; first < count; first = next.fetch_add(kLinesAtATime)) {
       const Result result = withMemory(document.source().name(), [&]() -> Result {
         if (report && !report(static_cast<double>(first) / count))
           return {Status::cancelled, document.source().name() + ": cancelled"};
@@ -71,8 +70,8 @@ Result forEachVectorOnThreads(const OBJDocument& document, VectorKind kind, unsi
   };
   {
     Helpers helpers;
-    helpers.start(threads - 1, [&] { work({}); });
-    work(progress);
+    helpers.start(threads - 1, [&] { work(next.fetch_add(kLinesAtATime), {}); });
+    work(0, progress);
   }
   return failure;
 }

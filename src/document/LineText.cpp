@@ -67,7 +67,7 @@ std::size_t LineText::lineLength(std::size_t at) const {
   const char* const end = text_.data() + text_.size();
   const char* const lineEnd = logicalLineEnd(line, end);
   const bool fileEnds = text_.data() == piece_.data() && begin_ + text_.size() == source_.size();
-  if (lineEnd == end && !fileEnds) return kIncomplete;
+  if ((lineEnd == end || *lineEnd == '\\') && !fileEnds) return kIncomplete;
   return static_cast<std::size_t>(lineEnd - line);
 }
 

@@ -43,10 +43,11 @@ const char* behindLineEnd(const char* lineEnd, const char* end) {
 
 const char* logicalLineEnd(const char* begin, const char* end) {
   const char* lineEnd = physicalLineEnd(begin, end);
-  if (lineEnd == begin || lineEnd == end || lineEnd[-1] != '\\') return lineEnd;
+  if (lineEnd == begin || lineEnd[-1] != '\\') return lineEnd;
   const char* const first = std::find_if_not(begin, lineEnd, isSpace);
   if (*first == '#') return lineEnd;
-  while (lineEnd != end && lineEnd != begin && lineEnd[-1] == '\\') {
+  while (lineEnd != begin && lineEnd[-1] == '\\') {
+    if (lineEnd == end) return lineEnd - 1;
     begin = behindLineEnd(lineEnd, end);
     lineEnd = physicalLineEnd(begin, end);
   }

@@ -9,16 +9,17 @@
 
 // How the text of an OBJ or MTL file falls into lines and words. A line ends at a line feed, at a carriage
 // return with a line feed, or at a carriage return alone. A backslash that stands last on a line continues
-// it: both, with the line's end, count as a blank. Lines that begin with "#" are never continued. A NUL byte
-// ends what is read of a line.
+// it: both, with the line's end, count as a blank. Where nothing comes behind it, it ends the line itself.
+// Lines that begin with "#" are never continued. A NUL byte ends what is read of a line.
 
 namespace WavefrontOBJ {
 
 /// The end of the line that begins at `begin`, which is its first line feed or carriage return, or `end`.
 const char* physicalLineEnd(const char* begin, const char* end);
-/// The character behind the line end at `lineEnd`: past one or two characters, or `end`.
+/// The character behind the line end at `lineEnd`, as any of these give it: past one or two, or `end`.
 const char* behindLineEnd(const char* lineEnd, const char* end);
-/// The end of the whole line that begins at `begin`, with all lines that continue it.
+/// The end of the whole line that begins at `begin`, with all lines that continue it: a line end, the
+/// backslash that stands before `end`, or `end`.
 const char* logicalLineEnd(const char* begin, const char* end);
 /// Line ends in [begin, end): each line feed, and each carriage return that no line feed follows. One that
 /// stands last counts.

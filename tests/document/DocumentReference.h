@@ -26,6 +26,10 @@ inline std::string joined(const Words& list, std::size_t from) {
   return text;
 }
 
+inline void addOnce(Words& list, const std::string& word) {
+  if (std::find(list.begin(), list.end(), word) == list.end()) list.push_back(word);
+}
+
 /// `text` up to `end` with line feeds as line ends.
 inline std::string unified(const std::string& text, std::size_t end) {
   std::string result;
@@ -48,6 +52,8 @@ struct PlainFile {
   std::vector<Element> elements[3];
   Words statements;
   Words libraries;
+  Words names[3];  ///< of groups, materials and objects that elements have
+  Words emptyGroups;
   std::size_t headComments = 0;
   bool operator==(const PlainFile&) const = default;
 };
@@ -62,7 +68,7 @@ class PlainReader {
     for (std::string line; std::getline(stream, line);) {
       const std::size_t first = line.find_first_not_of(" \t\v\f");
       const bool comment = first != std::string::npos && line[first] == '#';
-      while (!comment && line.ends_with('\\') && !stream.eof()) {
+      while (!comment && line.ends_with('\\')) {
         std::string more;
         std::getline(stream, more);
         line.back() = ' ';
@@ -74,6 +80,7 @@ class PlainReader {
       for (std::size_t k = 0; k < 4; ++k) totals_[k] += !w.empty() && w[0] == kVectors[k] ? 1 : 0;
     }
     for (const Words& w : lines) readLine(w);
+    endGroup();
   }
 
   PlainFile file;
@@ -82,9 +89,13 @@ class PlainReader {
   static constexpr const char* kVectors[] = {"v", "vt", "vn", "vp"};
   std::size_t totals_[4] = {};
   std::string groups_ = "default";
+  std::string groupLine_;
+  bool groupIsEmpty_ = false;
   std::string smoothing_;
   std::string material_;
   std::string object_;
+  bool anyMaterial_ = false;
+  bool anyObject_ = false;
   bool any_ = false;
 
   void readLine(const Words& w) {
@@ -103,14 +114,17 @@ class PlainReader {
     if (key == "p") return readElement(w, 2, 1);
     if (key == "g") {
       Words names;
-      for (std::size_t i = 1; i < w.size(); ++i) {
-        if (std::find(names.begin(), names.end(), w[i]) == names.end()) names.push_back(w[i]);
-      }
+      for (std::size_t i = 1; i < w.size(); ++i) addOnce(names, w[i]);
+      endGroup();
+      groupIsEmpty_ = true;
+      groupLine_ = joined(w, 1);
       groups_ = names.empty() ? "default" : joined(names, 0);
     } else if (key == "usemtl") {
       material_ = joined(w, 1);
+      anyMaterial_ = true;
     } else if (key == "o") {
       object_ = joined(w, 1);
+      anyObject_ = true;
     } else if (key == "mtllib") {
       file.libraries.insert(file.libraries.end(), w.begin() + 1, w.end());
     } else if (key == "s") {
@@ -122,6 +136,10 @@ class PlainReader {
     } else {
       file.statements.push_back(joined(w, 0));
     }
+  }
+
+  void endGroup() {
+    if (groupIsEmpty_) file.emptyGroups.push_back(groupLine_);
   }
 
   /// False for what is not an index, or of nothing in the file.
@@ -157,6 +175,10 @@ class PlainReader {
     }
     element.state = "g " + groups_ + " s " + smoothing_ + " m " + material_ + " o " + object_;
     file.elements[kind].push_back(element);
+    groupIsEmpty_ = false;
+    for (const std::string& group : wordsOf(groups_)) addOnce(file.names[0], group);
+    if (anyMaterial_) addOnce(file.names[1], material_);
+    if (anyObject_) addOnce(file.names[2], object_);
   }
 };
 
@@ -197,6 +219,12 @@ inline PlainFile plain(const WavefrontOBJ::OBJDocument& d) {
       file.elements[k].push_back(element);
     }
   }
+  const std::vector<OBJName>* const rows[] = {&d.groups(), &d.materials(), &d.objects()};
+  for (std::size_t k = 0; k < 3; ++k) {
+    for (std::size_t i = 0; i < rows[k]->size(); ++i)
+      addOnce(file.names[k], name(*rows[k], static_cast<std::int32_t>(i)));
+  }
+  for (const std::uint64_t offset : d.emptyGroups()) file.emptyGroups.push_back(lineAt(offset, 1));
   for (const OBJLibrary& library : d.libraries()) file.libraries.push_back(library.text);
   for (const OBJStatement& statement : d.statements()) file.statements.push_back(lineAt(statement.offset, 0));
   return file;

@@ -114,6 +114,11 @@ void check(const std::string& text) {
   const PlainFile expected = PlainReader(text).file;
   ASSERT_EQ(shapeOf(plain(document)), shapeOf(expected));
   ASSERT_TRUE(plain(document) == expected);
+  for (const ElementKind kind : {ElementKind::face, ElementKind::line, ElementKind::point}) {
+    const ElementTable& table = document.elements(kind);
+    for (const auto column : {table.textureColumn(), table.normalColumn()})
+      ASSERT_TRUE(column.empty() || std::ranges::count(column, kNoIndex) < std::ssize(column));
+  }
   DocumentReadOptions exact;
   exact.fastPath = false;
   DocumentReadOptions tiny;
@@ -132,6 +137,8 @@ void check(const std::string& text) {
   const std::string whole = written(document, ElementLists::all());
   const OBJDocument back = documentOf(whole);
   ASSERT_EQ(shapeOf(plain(back)), shapeOf(expected)) << whole;
+  ASSERT_EQ(plain(back).names[0], expected.names[0]) << whole;
+  ASSERT_EQ(plain(back).emptyGroups, expected.emptyGroups) << whole;
   ASSERT_EQ(written(back, ElementLists::all()), whole);
   for (std::size_t k = 0; k < kVectorKinds; ++k) {
     ASSERT_EQ(plain(back).vectors[k].size(), expected.vectors[k].size());
@@ -165,6 +172,13 @@ TEST(Document, EveryPrefixAndEveryByteChange) {
   const std::string text = kSmall;
   for (std::size_t n = 0; n <= text.size(); ++n) check(text.substr(0, n));
   check(text + "v 1 2 3\\");
+  // A line's text is read by 256 bytes.
+  check("v 1" + std::string(252, ' ') + "\\\n2 3\n");
+  // Faces of vertices that never come, alone in their groups.
+  check(text +
+        "g c\nusemtl gold\nf 1 2 9\ng a\nf 1 2 9\nl 1 2\ng d\no x\nf 9 8 7\ng c e\nf 8 1 2\ng y\nl 1 2\ng "
+        "z\nf 1 2 3");
+  check("f 1 2 9\ng d\nf 1/1 2/1 3/9\n" + text);
   for (std::size_t i = 0; i < text.size(); ++i) {
     for (const char c : {'\0', '\n', '\r', '\\', ' ', '/', '-', '9'}) {
       std::string changed = text;
@@ -172,6 +186,20 @@ TEST(Document, EveryPrefixAndEveryByteChange) {
       check(changed);
       if (HasFatalFailure()) return;
     }
+  }
+}
+
+/// Lines that pieces of a file have to be put together rightly for.
+TEST(Document, ByPieces) {
+  const auto repeated = [](const std::string& lines, std::size_t size) {
+    std::string text = "v 0 0 0\r\nv 1 0 0\r\nl 1 2\r\nl 2 1\r\nv 0 1 0\n";
+    while (text.size() < size) text += lines;
+    return text;
+  };
+  // So long that every length of a piece comes.
+  for (std::size_t size = 200; size < 300; size += 8) {
+    for (const char* lines : {"f 1 2 0\n", "g a\nf 1 2 3\ng b\nf 3 2 1\n", "#\n"})
+      check(repeated(lines, size));
   }
 }
 

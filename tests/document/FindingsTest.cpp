@@ -94,6 +94,7 @@ const FindingCase kCases[] = {
     {kTriangle + " f 1 2 3\n", "leading-blank 4:2 \n"},
     {kFace + "g a \n", "trailing-blank 5:4 \n"},
     {kTriangle + "f 1 2 \\\n3\n", "continuation-line 4:7 \n"},
+    {kTriangle + "f 1 2 3\\", "continuation-line 4:8 \n"},
     {kFace + "#" + std::string(1024, 'x') + "\n", "long-line 5:1 \n"},
     {kFace + "#" + std::string(1023, 'x') + "\n", ""},
     {manyCorners(), "many-corners 90:0 89\n"},

@@ -49,7 +49,7 @@ class Unusable(Exception):
 def run(*command, timeout=None, **options):
     """Runs to the end, or to `timeout` seconds; then nothing that it started is left."""
     with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace",
-                          start_new_session=True, **options) as process:
+                          process_group=0, **options) as process:
         try:
             output, _ = process.communicate(timeout=timeout)
         except BaseException:
