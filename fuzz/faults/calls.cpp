@@ -199,6 +199,22 @@ std::string modelRead() {
                  return (read ? state + " " : "!") + model->_errorMessage;
                });
 }
+/// The same of a file that is large enough for threads. A read error behind the first block ends the text.
+std::string modelReadOnThreads() {
+  KSmthGrpImpt_SetThreads(4);
+  std::unique_ptr<OBJModel> model;
+  std::string result = tried([&] { model = std::make_unique<OBJModel>(true); },
+                             [&] { return model->read(in("pieces.obj"), false); },
+                             [&](bool read) {
+                               const std::uint32_t faces = model->_faces->count;
+                               if (!read) return "!" + model->_errorMessage;
+                               if (faces < 30'002) return std::string("less");
+                               return std::to_string(model->_groups["part7"].size()) + " " +
+                                      std::to_string(model->_faces->geometry(faces - 1).center.x);
+                             });
+  KSmthGrpImpt_SetThreads(0);
+  return result;
+}
 std::string modelWrite() {
   OBJModel model(true);
   model.read(in("m.obj"), false);
@@ -610,6 +626,7 @@ const std::vector<Row>& rows() {
       {"queries", callQueries},
       {"OpenFolder", callFolder, "-1 -1"},
       {"OBJModel::read", modelRead, "", "2 0 "},
+      {"OBJModel::read on threads", modelReadOnThreads, "", "less"},
       {"OBJModel::write", modelWrite},
       {"OBJModel::ExtractGroup", modelExtract, "|"},
       {"OBJModel::SwapVertices", modelSwap},

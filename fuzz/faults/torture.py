@@ -337,9 +337,9 @@ def calls(report):
     """The library and the C interface, in one process."""
     place = Place()
     (place.inputs / "bad.obj").write_text(MODEL + "f 1 2 99\n")
-    large = Place(200000, LARGE_BYTES)
-    (large.inputs / "m.obj").rename(place.inputs / "large.obj")
-    shutil.rmtree(large.path)
+    for name, larger in (("large.obj", Place(200000, LARGE_BYTES)), ("pieces.obj", Place(30000))):
+        (larger.inputs / "m.obj").rename(place.inputs / name)
+        shutil.rmtree(larger.path)
     shutil.copy(PSD / "flat_rgba-3x5.psd", place.inputs / "f.psd")
     words = [BUILD / "faults_calls", place.path, *(["--brief", time.strftime("%j")] if BRIEF else [])]
     status, out, err = run(words, timeout=900)
