@@ -83,10 +83,10 @@ KSMTH_API const char* ksmth_status_text(KSmthStatus status);
 
 /**
  * Sets on how many threads, the calling one included, documents of large files (from 16 MB) are read and
- * their numbers parsed at most, and models (from 1 MB) read; for the whole process. 0, the default,
- * stands for the number in the environment's KSMTH_THREADS, or without one, for documents, for one thread for
- * each processor, up to 8, and for models for one. More than 64 are 64. Lists do not depend on it, and no thread is left when a function answers. Answers what was set
- * before.
+ * their numbers parsed at most, and models (from 1 MB) read; for the whole process. 0, the default, stands
+ * for the number in the environment's KSMTH_THREADS, or without one, for documents, for one thread for
+ * each processor, up to 8, and for models for one. More than 64 are 64. Lists do not depend on it, and no
+ * thread is left when a function answers. Answers what was set before.
  */
 KSMTH_API uint32_t ksmth_set_threads(uint32_t threads);
 

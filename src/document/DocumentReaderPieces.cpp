@@ -4,9 +4,9 @@
 #include <limits>
 #include <new>
 
+#include "Helpers.h"
 #include "document/DocumentPiece.h"
 #include "document/DocumentReader.h"
-#include "Helpers.h"
 #include "document/Turns.h"
 
 namespace WavefrontOBJ {
