@@ -51,12 +51,16 @@ OBJVector OBJVector::normalizeTo1() const {
 
 OBJFaceGeometry faceGeometry(const OBJFaceView& face, const OBJVectorArray& vertices) {
   OBJVectorArray::Reader positions(vertices);
-  const auto corner = [&](std::uint32_t i) {
-    return std::bit_cast<Float4>(positions.elementOrZero(face.vertexOrZero(i)));
+  // What a function answers is no `Float4`: the ABI of some platforms has no place for it.
+  const auto corner = [&](std::uint32_t i) -> const OBJVector& {
+    return positions.elementOrZero(face.vertexOrZero(i));
   };
-  const Float4 corners[3] = {corner(0), corner(1), corner(2)};
+  Float4 corners[3];
+  for (std::uint32_t i = 0; i < 3; ++i) corners[i] = std::bit_cast<Float4>(corner(i));
   Float4 sum = {};
-  for (std::uint32_t i = 0; i < face.vertexCount; ++i) sum += i < 3 ? corners[i] : corner(i);
+  for (std::uint32_t i = 0; i < face.vertexCount; ++i) {
+    sum += i < 3 ? corners[i] : std::bit_cast<Float4>(corner(i));
+  }
   Float4 center = sum / static_cast<float>(face.vertexCount);
   center[3] = 1.0F;
 
