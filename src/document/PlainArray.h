@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -9,11 +8,12 @@
 #include <type_traits>
 #include <utility>
 
+#include "document/TableMemory.h"
+
 namespace WavefrontOBJ {
 
-/// A growing array of plain values. Unlike std::vector it grows in place where the system's allocator can, as
-/// it does for large blocks: tables of millions of rows are neither copied nor twice in memory while they
-/// grow.
+/// A growing array of plain values. Unlike those of std::vector, tables of millions of rows are neither copied
+/// nor twice in memory while they grow.
 template <class T>
 class PlainArray {
   static_assert(std::is_trivially_copyable_v<T>);
@@ -27,7 +27,7 @@ class PlainArray {
     swap(other);
     return *this;
   }
-  ~PlainArray() { std::free(data_); }
+  ~PlainArray() { freeTable(data_, memoryBytes()); }
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
@@ -67,7 +67,7 @@ class PlainArray {
   /// Gives unused room back.
   void shrink() {
     if (size_ == 0 || size_ == capacity_) return;
-    if (void* const block = std::realloc(data_, size_ * sizeof(T))) {
+    if (void* const block = resizeTable(data_, memoryBytes(), size_ * sizeof(T))) {
       data_ = static_cast<T*>(block);
       capacity_ = size_;
     }
@@ -88,7 +88,7 @@ class PlainArray {
     std::size_t capacity = capacity_ < 64 ? 64 : capacity_ + capacity_ / 2;
     if (capacity < size_ + more) capacity = size_ + more;
     if (capacity > kMax) capacity = kMax;
-    void* const block = std::realloc(data_, capacity * sizeof(T));
+    void* const block = resizeTable(data_, memoryBytes(), capacity * sizeof(T));
     if (block == nullptr) throw std::bad_alloc();
     data_ = static_cast<T*>(block);
     capacity_ = capacity;

@@ -21,6 +21,7 @@
 #include "document/DocumentWriter.h"
 #include "document/NewIndices.h"
 #include "document/OBJDocument.h"
+#include "document/PlainArray.h"
 #include "document/RandomText.h"
 #include "document/Selection.h"
 
@@ -304,6 +305,36 @@ TEST(Document, NewIndicesCountThoseThatAreUsed) {
     std::uint32_t number = 0;
     for (const std::uint32_t index : used) ASSERT_EQ(indices[index], ++number);
     indices.clear();
+  }
+}
+
+TEST(Document, TablesGrowAndShrinkAcrossItsKindsOfMemory) {
+  PlainArray<std::uint64_t> array;
+  std::vector<std::uint64_t> expected;
+  const auto requireSame = [&] {
+    ASSERT_EQ(array.size(), expected.size());
+    ASSERT_TRUE(std::equal(array.begin(), array.end(), expected.begin()));
+  };
+  // Rooms of bytes to 12 MB, and back; each touched to its end.
+  for (const std::size_t size : {1U, 1000U, 400'000U, 524'288U, 524'289U, 900'000U, 1'500'000U}) {
+    while (expected.size() < size) {
+      const std::uint64_t value = expected.size() * 0x9E3779B97F4A7C15U;
+      array.push_back(value);
+      expected.push_back(value);
+    }
+    requireSame();
+    PlainArray<std::uint64_t> other(std::move(array));
+    other.shrink();
+    other.reserve(size / 3);
+    array = std::move(other);
+    requireSame();
+  }
+  for (const std::size_t size : {1'200'000U, 800'000U, 524'288U, 300'000U, 10U}) {
+    array.truncate(size);
+    array.shrink();
+    expected.resize(size);
+    requireSame();
+    EXPECT_EQ(array.memoryBytes(), size * sizeof(std::uint64_t));
   }
 }
 

@@ -1,0 +1,89 @@
+#include "document/TableMemory.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "LargePages.h"
+
+namespace WavefrontOBJ {
+
+#if defined(__linux__)
+
+namespace {
+
+/// Smaller ones would waste much of a large page.
+constexpr std::size_t kLarge = 2 * kLargePage;
+
+bool isLarge(std::size_t bytes) {
+  return bytes >= kLarge;
+}
+
+/// Whole large pages, of which nothing is there before it is touched.
+std::size_t pagesOf(std::size_t bytes) {
+  return (bytes + kLargePage - 1) / kLargePage * kLargePage;
+}
+
+/// New pages that begin as large ones do. Null without memory.
+unsigned char* map(std::size_t bytes) {
+  const std::size_t size = pagesOf(bytes) + kLargePage;
+  if (size < bytes) return nullptr;
+  void* const all = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (all == MAP_FAILED) return nullptr;
+  auto* const first = static_cast<unsigned char*>(all);
+  const std::size_t before = (kLargePage - reinterpret_cast<std::uintptr_t>(first) % kLargePage) % kLargePage;
+  if (before != 0) munmap(first, before);
+  if (before != kLargePage) munmap(first + before + pagesOf(bytes), kLargePage - before);
+  preferLargePages(first + before, pagesOf(bytes));
+  return first + before;
+}
+
+/// Moved by large pages, which takes no more than a look at each; where addresses are short, anywhere.
+void* remap(void* block, std::size_t bytes, std::size_t newBytes) {
+  const std::size_t from = pagesOf(bytes);
+  const std::size_t to = pagesOf(newBytes);
+  if (to < newBytes) return nullptr;
+  void* moved = mremap(block, from, to, 0);
+  if (moved != MAP_FAILED) return moved;
+  if (unsigned char* const place = map(newBytes)) {
+    moved = mremap(block, from, to, MREMAP_MAYMOVE | MREMAP_FIXED, place);
+    if (moved == MAP_FAILED) munmap(place, to);
+  } else {
+    moved = mremap(block, from, to, MREMAP_MAYMOVE);
+  }
+  return moved != MAP_FAILED ? moved : nullptr;
+}
+
+}  // namespace
+
+void* resizeTable(void* block, std::size_t bytes, std::size_t newBytes) {
+  if (!isLarge(bytes) && !isLarge(newBytes)) return std::realloc(block, newBytes);
+  if (isLarge(bytes) && isLarge(newBytes)) return remap(block, bytes, newBytes);
+  void* const other = isLarge(newBytes) ? map(newBytes) : std::malloc(newBytes);
+  if (other == nullptr) return nullptr;
+  if (block != nullptr) std::memcpy(other, block, std::min(bytes, newBytes));
+  freeTable(block, bytes);
+  return other;
+}
+
+void freeTable(void* block, std::size_t bytes) {
+  if (isLarge(bytes)) {
+    munmap(block, pagesOf(bytes));
+  } else {
+    std::free(block);
+  }
+}
+
+#else
+
+void* resizeTable(void* block, std::size_t, std::size_t newBytes) {
+  return std::realloc(block, newBytes);
+}
+
+void freeTable(void* block, std::size_t) {
+  std::free(block);
+}
+
+#endif
+
+}  // namespace WavefrontOBJ
