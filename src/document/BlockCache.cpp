@@ -28,7 +28,7 @@ std::size_t BlockCache::length(std::uint64_t number) const {
 
 void BlockCache::makeRoom() {
   const std::uint64_t blocks = source_.size() / kBlockBytes + 1;
-  const std::uint64_t places = std::min<std::uint64_t>(capacity_ / kPlaceBytes + 1, blocks);
+  const std::uint64_t places = std::clamp<std::uint64_t>(capacity_ / kPlaceBytes, 1, blocks);
   placeOf_.assign(static_cast<std::size_t>(blocks), kNowhere);
   blockIn_.resize(static_cast<std::size_t>(places));
   const std::size_t size = blockIn_.size() * kPlaceBytes + kFastNumberOverread;

@@ -66,19 +66,18 @@ bool DocumentReader::checkForwardReferences(ElementKind kind) {
   const auto lookAt = [&](std::span<const std::int32_t> indices, VectorKind vector, std::uint64_t offset,
                           std::string_view what) {
     const auto offsets = document_.vectorOffsets(vector);
-    bool ahead = false;
+    std::int32_t ahead = kNoIndex;
     for (const std::int32_t index : indices) {
       if (index == kNoIndex) continue;
       if (static_cast<std::size_t>(index) >= offsets.size()) {
         doubt(FindingKind::indexOutOfRange, offset, index, what);
         return 2;
       }
-      if (offsets[static_cast<std::size_t>(index)] > offset && !ahead) {
-        ahead = true;
-        doubt(FindingKind::forwardReference, offset, index, what);
-      }
+      if (ahead == kNoIndex && offsets[static_cast<std::size_t>(index)] > offset) ahead = index;
     }
-    return ahead ? 1 : 0;
+    if (ahead == kNoIndex) return 0;
+    doubt(FindingKind::forwardReference, offset, ahead, what);
+    return 1;
   };
   std::uint32_t kept = first;
   std::uint32_t keptCorners = table.begin(first);

@@ -357,6 +357,7 @@ bool DocumentWriter::Run::writeVector(VectorKind kind, std::uint32_t index) {
   return true;
 }
 
+/// For lines of other sources, longer ones, and those of which the end was looked for.
 void writeVectorLine(SinkBuffer& out, VectorKind kind, std::string_view line) {
   const std::string_view word = kVectorWords[static_cast<std::size_t>(kind)];
   const bool plain = line.size() > word.size() && line[0] == 'v' && line[word.size()] == ' ' &&

@@ -73,7 +73,11 @@ std::size_t LineText::lineLength(std::size_t at) const {
 
 std::string_view LineText::at(std::uint64_t offset) {
   const bool inside = offset - begin_ < text_.size();
-  if (!inside && (follows(offset) || offset >= source_.size() || !loadBlock(offset))) return {};
+  if (!inside) {
+    if (follows(offset) || offset >= source_.size()) return {};
+    pieceBytes_ = kSmallPiece;
+    if (!loadBlock(offset)) return {};
+  }
   return text_.substr(static_cast<std::size_t>(offset - begin_));
 }
 

@@ -38,6 +38,7 @@ struct OBJStatement {
 
 /// A group, material or object, in the order in which elements first had it. Empty for elements behind a
 /// "usemtl" or "o" line without a name: such a material is white by the format's rules, another than none.
+/// The line that named it may be one of elements that name what never comes, and that are left out.
 struct OBJName {
   std::string text;
   std::uint64_t offset = 0;  ///< where the line begins that named it

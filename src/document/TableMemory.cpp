@@ -1,10 +1,15 @@
 #include "document/TableMemory.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 #include "LargePages.h"
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 namespace WavefrontOBJ {
 
@@ -46,8 +51,8 @@ void* remap(void* block, std::size_t bytes, std::size_t newBytes) {
   void* moved = mremap(block, from, to, 0);
   if (moved != MAP_FAILED) return moved;
   if (unsigned char* const place = map(newBytes)) {
+    // Where it fails, the place may be another's already: it is not given back.
     moved = mremap(block, from, to, MREMAP_MAYMOVE | MREMAP_FIXED, place);
-    if (moved == MAP_FAILED) munmap(place, to);
   } else {
     moved = mremap(block, from, to, MREMAP_MAYMOVE);
   }

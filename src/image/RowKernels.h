@@ -20,7 +20,7 @@ struct Rows {
   std::size_t stride;
 
   /// Whether they are more than caches keep until somebody reads them: better written past them, which saves
-  /// reading from memory what is written over. Half of it is slower so.
+  /// reading from memory what is written over. For 32 MiB it was slower.
   bool pastCaches() const { return count > 0 && bytes >= (std::size_t{64} << 20) / count; }
 };
 

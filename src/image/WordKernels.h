@@ -52,7 +52,8 @@ template <class Kernel>
   });
 }
 
-/// p = kernel(p, q) for `count` pixels of two images, which may be the same one.
+/// p = kernel(p, q) for `count` pixels of two images, which may be the same pixels, but none that overlap
+/// otherwise.
 template <class Kernel>
 [[gnu::always_inline]] inline void mapWords(unsigned char* pixels, const unsigned char* others,
                                             std::size_t count, Kernel kernel) {

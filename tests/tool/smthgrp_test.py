@@ -279,6 +279,9 @@ class ModelTest(ToolCase):
                               ("fix m.obj -o - --json", "the model and --json cannot both go to standard output")):
             self.refuse(2, message, *line.split())
         self.refuse(1, "no.obj: No such file or directory", "fix", "no.obj", "--in-place")
+        notes = self.write("notes.txt", "# Notes\nno model at all\n")
+        self.refuse(1, "notes.txt: there is nothing of a model in it; it stays as it is", "fix", notes, "--in-place")
+        self.assertEqual(self.read(notes), b"# Notes\nno model at all\n")
 
     def test_calls(self):
         self.write("m.obj", MODEL)

@@ -209,7 +209,8 @@ void addLint(CommandLine& line) {
   command.add_option("--max", request->max, "List at most so many for each file; 0 for all")
       ->type_name("N")
       ->check([](const std::string& text) {
-        return text.starts_with('-') ? "is a number from 0 up, not " + text : std::string();
+        const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
+        return isNumber ? std::string() : "is a number from 0 up, not " + text;
       })
       ->capture_default_str();
   command.add_option("--severity", request->severity, "The least that is listed")
