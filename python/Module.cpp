@@ -239,7 +239,8 @@ or, with strict=True, has something wrong; MemoryError. Ctrl-C stops it.)");
 
 Sets on how many threads, the calling one included, files from 16 MB are read and their numbers parsed at most,
 and answers what was set before. 0, the default, stands for the number in the environment's KSMTH_THREADS, or
-without one for one thread for each processor, up to 8. What comes out does not depend on it.)");
+without one for one thread for each processor, up to 8. The host's marks are made of models that are read on as many
+where a number is set. What comes out does not depend on it.)");
   addWriting(module, document);
   addArrays(module);
   addPsd(module);

@@ -12,8 +12,8 @@
 
 namespace WavefrontOBJ {
 
-/// A growing array of plain values. Unlike those of std::vector, tables of millions of rows are neither copied
-/// nor twice in memory while they grow.
+/// A growing array of plain values. Unlike those of std::vector, tables of millions of rows are neither
+/// copied nor twice in memory while they grow.
 template <class T>
 class PlainArray {
   static_assert(std::is_trivially_copyable_v<T>);

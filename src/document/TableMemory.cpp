@@ -38,7 +38,7 @@ unsigned char* map(std::size_t bytes) {
   auto* const first = static_cast<unsigned char*>(all);
   const std::size_t before = (kLargePage - reinterpret_cast<std::uintptr_t>(first) % kLargePage) % kLargePage;
   if (before != 0) munmap(first, before);
-  if (before != kLargePage) munmap(first + before + pagesOf(bytes), kLargePage - before);
+  munmap(first + before + pagesOf(bytes), kLargePage - before);
   preferLargePages(first + before, pagesOf(bytes));
   return first + before;
 }

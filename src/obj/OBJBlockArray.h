@@ -128,15 +128,13 @@ class OBJZeroedBlocks {
     // Arrays of a few blocks are not worth it.
     constexpr std::size_t kSmall = std::size_t{2} << 20;
     const std::size_t bytes = blockSize * sizeof(Element);
-    if (left_ < bytes && taken_ >= kSmall) left_ = OBJBlockMemory::expectBlocks();
+    if (taken_ >= kSmall) expectBlock(bytes);
     taken_ += bytes;
-    left_ -= std::min(left_, bytes);
     return static_cast<Element*>(std::calloc(blockSize, sizeof(Element)));
   }
 
  private:
   std::size_t taken_ = 0;  ///< bytes of all blocks
-  std::size_t left_ = 0;   ///< bytes that large pages were last preferred for and that were not taken since
 };
 
 /// Elements in blocks from the system allocator. Slots are raw memory, zero until they are written.

@@ -34,7 +34,8 @@ OBJBlockMemory::~OBJBlockMemory() {
 
 /// Gets a piece of `bytes`, whole large pages where there is room for such.
 bool OBJBlockMemory::addPiece(std::size_t bytes) {
-  const std::size_t alignment = bytes < kLargePage ? kAlignment : kLargePage;
+  // Smaller pieces may lie among others: what alignment passes over would share large pages with them.
+  const std::size_t alignment = bytes < kMaxPiece / 2 ? kAlignment : kLargePage;
   bytes = roundUp(bytes, alignment);
   // What alignment passes over is never touched.
   const std::size_t before = sizeof(Piece) + alignment;
@@ -49,20 +50,6 @@ bool OBJBlockMemory::addPiece(std::size_t bytes) {
   return true;
 }
 
-std::size_t OBJBlockMemory::expectBlocks() {
-  constexpr std::size_t kBytes = std::size_t{16} << 20;
-#if defined(__GLIBC__)
-  // What was asked for at once and has been given back is where the next blocks lie. So much comes from
-  // glibc's heap once it has had as much back: the second time at the latest.
-  for (int i = 0; i < 2; ++i) {
-    void* const memory = std::malloc(kBytes);
-    preferLargePages(memory, kBytes);
-    std::free(memory);
-  }
-#endif
-  return kBytes;
-}
-
 void* OBJBlockMemory::take(std::size_t count, std::size_t size) {
   if (size != 0 && count > SIZE_MAX / 4 / size) return nullptr;
   const std::size_t bytes = roundUp(count * size, kAlignment);
@@ -72,6 +59,26 @@ void* OBJBlockMemory::take(std::size_t count, std::size_t size) {
     return nullptr;
   }
   return std::exchange(next_, next_ + bytes);
+}
+
+void expectBlock([[maybe_unused]] std::size_t bytes) {
+  // Elsewhere such memory is never the heap's.
+#if defined(__GLIBC__) && SIZE_MAX > UINT32_MAX
+  constexpr std::size_t kBytes = std::size_t{16} << 20;
+  // Of the memory prepared last, as the blocks of all arrays lie in it.
+  thread_local std::size_t left = 0;
+  if (left < bytes) {
+    left = kBytes;
+    // What was asked for at once and has been given back is where the next blocks lie. So much comes from the
+    // heap once it has had as much back: the second time at the latest, unless the program wants otherwise.
+    for (int i = 0; i < 2; ++i) {
+      void* const memory = std::malloc(kBytes);
+      preferLargePages(memory, kBytes);
+      std::free(memory);
+    }
+  }
+  left -= std::min(left, bytes);
+#endif
 }
 
 }  // namespace WavefrontOBJ

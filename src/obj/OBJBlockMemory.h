@@ -20,10 +20,6 @@ class KSMTH_API OBJBlockMemory {
   /// when there is no memory for them.
   void* take(std::size_t count, std::size_t size);
 
-  /// Tells the system allocator that many blocks, each smaller than a large page, will be asked of it one by
-  /// one, so that they come to lie in large pages as well; for so many bytes of them as it answers.
-  static std::size_t expectBlocks();
-
  private:
   struct Piece;
 
@@ -33,5 +29,9 @@ class KSMTH_API OBJBlockMemory {
   unsigned char* next_ = nullptr;  ///< what comes next from the newest piece
   std::size_t total_ = 0;          ///< bytes of all pieces
 };
+
+/// Tells the system allocator that one of many blocks, each smaller than a large page, will be asked of it
+/// next, so that they come to lie in large pages as well.
+KSMTH_API void expectBlock(std::size_t bytes);
 
 }  // namespace WavefrontOBJ

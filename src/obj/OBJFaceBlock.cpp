@@ -115,9 +115,9 @@ std::uint32_t* OBJFaceBlock::cornerRoom(std::uint32_t slot) {
 
 void OBJFaceBlock::commitCorners(const OBJFaceView& face, const OBJFaceGeometry& geometry) {
   commit(face, geometry, memory_->next());
-  const std::uint32_t indices =
-      1U + (face.textureIndex.isStored() ? 1U : 0U) + (face.normalIndex.isStored() ? 1U : 0U);
-  memory_->keep(face.vertexCount * indices);
+  const std::uint32_t stride =
+      OBJFaceView::strideOf(face.textureIndex.isStored(), face.normalIndex.isStored());
+  memory_->keep(face.vertexCount * stride);
 }
 
 /// Stores a packed face whose corners are in their place.
@@ -171,19 +171,15 @@ bool OBJFaceBlock::store(std::uint32_t slot, const OBJFace& face) {
 
 OBJFaceView OBJFaceBlock::view(std::uint32_t slot) const {
   if (records_ != nullptr) return OBJFaceView::of(records_[slot]);
-  OBJFaceView view;
   if (slot >= used_) {
+    OBJFaceView view;
     view.materialIndex = 0;
     return view;
   }
   const Header& header = headers_[slot];
   const Run& run = runs_[header.run];
-  const std::uint32_t stride = 1U + (run.storesTexture ? 1U : 0U) + (run.storesNormal ? 1U : 0U);
-  const std::uint32_t* corners = run.corners + header.firstCorner;
-  view.vertexIndex = OBJCornerIndices(corners, stride);
-  if (run.storesTexture) view.textureIndex = OBJCornerIndices(corners + 1, stride);
-  if (run.storesNormal) view.normalIndex = OBJCornerIndices(corners + stride - 1, stride);
-  view.vertexCount = header.vertexCount;
+  OBJFaceView view = OBJFaceView::ofCorners(run.corners + header.firstCorner, header.vertexCount,
+                                            run.storesTexture, run.storesNormal);
   view.smoothingGroup = run.smoothingGroup;
   view.materialIndex = run.materialIndex;
   view.hasTexture = run.hasTexture;

@@ -45,6 +45,25 @@ struct OBJFaceView {
     return corner < vertexCount + spareEntries ? vertexIndex[corner] : 0;
   }
 
+  /// Indices of each corner where corners stand one behind the other: each its vertex index, then its texture
+  /// index and its normal index, if it has them.
+  static std::uint32_t strideOf(bool textures, bool normals) {
+    return 1U + (textures ? 1U : 0U) + (normals ? 1U : 0U);
+  }
+  /// The view of `count` such corners, flagged as having what stands there.
+  static OBJFaceView ofCorners(const std::uint32_t* corners, std::uint32_t count, bool textures,
+                               bool normals) {
+    const std::uint32_t stride = strideOf(textures, normals);
+    OBJFaceView view;
+    view.vertexIndex = OBJCornerIndices(corners, stride);
+    if (textures) view.textureIndex = OBJCornerIndices(corners + 1, stride);
+    if (normals) view.normalIndex = OBJCornerIndices(corners + stride - 1, stride);
+    view.vertexCount = count;
+    view.hasTexture = textures;
+    view.hasNormal = normals;
+    return view;
+  }
+
   /// The view of a flat record. Indices are seen even where their flag is off: a face of an extracted group
   /// has its flags cleared and its indices intact.
   static OBJFaceView of(const OBJFace& face) {

@@ -97,7 +97,8 @@ class KSMTH_API OBJModel {
   /// read up to then stays. Index errors end the read in both modes; `strict` also ends it at an unknown
   /// line, a malformed corner, an unknown material and a failing library, which a lenient read passes over.
   /// A folder cannot be opened. When memory runs out, and past `kMaxMaterials`, `_errorMessage` is "Out of
-  /// memory." and the result false in both modes.
+  /// memory." and the result false in both modes. A large text is read on as many threads as the program asks
+  /// for, see `KSmthGrpImpt_SetThreads`, to the same end.
   bool read(std::string path, bool strict);
   /// The same for a text that is no file. `name` takes the place of its path: it stands for the text in
   /// messages, and libraries are looked for in its folder, see `getPath`.

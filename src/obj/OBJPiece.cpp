@@ -18,14 +18,16 @@ bool OBJPiece::take(OBJTextSource& source) {
 void OBJPiece::read(OBJFaceMemory& memory) {
   memory_ = &memory;
   try {
-    readLines();
-    isRead_ = true;
+    isRead_ = readLines();
   } catch (const std::exception&) {
     isRead_ = false;
   }
 }
 
-void OBJPiece::readLines() {
+/// False where so many lines are left that the piece is better read line by line.
+bool OBJPiece::readLines() {
+  constexpr std::size_t kLeast = 64;
+  const std::size_t most = kLeast + static_cast<std::size_t>(end_ - begin()) / 32;
   for (Vectors& vectors : vectors_) vectors.clear();
   needs_ = {};
   faces_.clear();
@@ -38,6 +40,7 @@ void OBJPiece::readLines() {
     const char* lineFeed = plain_.read(line);
     if (lineFeed == nullptr) {
       leave(line, number);
+      if (leftLines_.size() == most) return false;
       leftLines_.push_back(rest_);
       const auto longest = std::min<std::size_t>(static_cast<std::size_t>(end_ - line), kMaxLineCharacters);
       lineFeed = static_cast<const char*>(std::memchr(line, '\n', longest));
@@ -51,6 +54,7 @@ void OBJPiece::readLines() {
     ++number;
   }
   leave(end_, number);
+  return true;
 }
 
 /// Makes `rest` what is to be said where `line` is left.
@@ -66,18 +70,6 @@ void OBJPiece::leave(const char* line, std::size_t number) {
   plain_.lastToken = {};
 }
 
-OBJFaceView OBJPiece::Face::view() const {
-  const std::uint32_t* const words = corners.piece + corners.first;
-  OBJFaceView view;
-  view.vertexIndex = OBJCornerIndices(words, stride());
-  if (hasTexture) view.textureIndex = OBJCornerIndices(words + 1, stride());
-  if (hasNormal) view.normalIndex = OBJCornerIndices(words + stride() - 1, stride());
-  view.vertexCount = vertexCount;
-  view.hasTexture = hasTexture;
-  view.hasNormal = hasNormal;
-  return view;
-}
-
 std::uint32_t* OBJPiece::cornerRoom() {
   if (!memory_->reserveCorners(OBJFaceBlock::kCornerRoom)) throw std::bad_alloc();
   return memory_->corners + memory_->cornersUsed;
@@ -87,7 +79,7 @@ void OBJPiece::addFace(const OBJFaceView& face, bool) {
   const Face added{memory_->next(), static_cast<std::uint8_t>(face.vertexCount), face.hasTexture,
                    face.hasNormal};
   faces_.push_back(added);
-  memory_->keep(added.vertexCount * added.stride());
+  memory_->keep(face.vertexCount * OBJFaceView::strideOf(face.hasTexture, face.hasNormal));
   need(position, face.vertexIndex, face.vertexCount);
   if (face.hasTexture) need(texture, face.textureIndex, face.vertexCount);
   if (face.hasNormal) need(normal, face.normalIndex, face.vertexCount);

@@ -1,5 +1,6 @@
 #include "obj/internal/OBJPieces.h"
 
+#include <exception>
 #include <utility>
 
 namespace WavefrontOBJ {
@@ -30,10 +31,19 @@ const OBJPiece* OBJPieces::next() {
       return &slot.piece;
     }
     if (source_.isCallers() && canTake()) {
-      // The others wait for it.
-      take();
+      // The others wait for it. What it throws comes behind the text before it, which may end the read.
+      try {
+        take();
+      } catch (...) {
+        thrown_ = std::current_exception();
+        atEnd_ = true;
+        changed_.notify_all();
+      }
     } else if (!readOne(lock, *memories_.front())) {
-      if (atEnd_ && done_ == taken_) return nullptr;
+      if (atEnd_ && done_ == taken_) {
+        if (thrown_) std::rethrow_exception(thrown_);
+        return nullptr;
+      }
       changed_.wait(lock);
     }
   }

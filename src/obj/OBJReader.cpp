@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include "ThreadCount.h"
@@ -120,13 +122,20 @@ bool OBJReader::read(const OBJByteSource* source) {
   showText();
   // Threads do not come cheaper than so much text.
   constexpr int kBlocksAlone = 8;
-  const bool alone = options_.threads <= 1 || !options_.fastPath;
+  const bool alone = options_.threads <= 1 || !options_.fastPath || !comesAtOnce(source);
   for (int blocks = 1;; ++blocks) {
     if (!readShown()) return false;
     if (!source_.needsFill()) return true;
     if (!alone && blocks >= kBlocksAlone) return readPieces();
     fillSource();
   }
+}
+
+/// The text does not keep its reader waiting, as a pipe does that others write to: who waits for more of it
+/// would keep back what there is.
+bool OBJReader::comesAtOnce(const OBJByteSource* source) const {
+  std::error_code ignored;
+  return source != nullptr || std::filesystem::is_regular_file(path_, ignored);
 }
 
 /// Reads the lines that the source shows as a whole.

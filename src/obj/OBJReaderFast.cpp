@@ -1,4 +1,4 @@
-// The fast path of the OBJ reader.
+// The fast path of the OBJ reader, as far as it is not in OBJPlainLines.h.
 #include <string_view>
 
 #include "obj/internal/OBJReader.h"

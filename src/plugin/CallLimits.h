@@ -34,9 +34,10 @@ KSMTH_API int KSmthGrpImpt_SetAssertionAnswers(int answers);
 /**
  * Sets on how many threads, the calling one included, the library works at most where it uses several: for
  * `LoadOBJFile`, `ReplaceOBJVertices` and `OBJModel::read`, from 1 MB of text, and for documents
- * (OBJDocument.h) of files from 16 MB. Results, messages and failures do not depend on it, and no thread
- * is left when a call answers. 0, the default, stands for the number in the environment's KSMTH_THREADS,
- * or without one for one thread, and for documents for one for each processor, up to 8. More than 64 are
+ * (OBJDocument.h) of files from 16 MB. Results, messages and failures do not depend on it, but for want of
+ * memory, and no thread is left when a call answers. 0, the default, stands for the number in the
+ * environment's KSMTH_THREADS, or without one for one thread, and for documents for one for each processor,
+ * up to 8. More than 64 are
  * 64. Answers what was set before. May be called by several threads at once; work that has begun keeps its
  * number.
  */

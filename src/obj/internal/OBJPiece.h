@@ -41,9 +41,9 @@ class OBJPiece {
     bool hasTexture;
     bool hasNormal;
 
-    /// Indices of each corner.
-    std::uint32_t stride() const { return 1U + (hasTexture ? 1U : 0U) + (hasNormal ? 1U : 0U); }
-    OBJFaceView view() const;
+    OBJFaceView view() const {
+      return OBJFaceView::ofCorners(corners.piece + corners.first, vertexCount, hasTexture, hasNormal);
+    }
   };
 
   OBJPiece() = default;
@@ -59,7 +59,7 @@ class OBJPiece {
   /// Reads them, corners into `memory`. No exception leaves it.
   void read(OBJFaceMemory& memory);
 
-  /// False where there was no memory to read it: then there is the text alone.
+  /// False where there was no memory to read it, or no sense: then there is the text alone.
   bool isRead() const { return isRead_; }
   const char* begin() const { return buffer_.data() + OBJDigitMap::kUnderread; }
   const char* end() const { return end_; }
@@ -83,7 +83,7 @@ class OBJPiece {
   static const char* readGroup(const char*) { return nullptr; }
 
  private:
-  void readLines();
+  bool readLines();
   void leave(const char* line, std::size_t number);
   void need(Kind kind, const OBJCornerIndices& indices, std::uint32_t count);
 

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <mutex>
 #include <vector>
 
@@ -45,14 +46,15 @@ class OBJPieces {
   std::condition_variable changed_;
   std::vector<OBJFaceMemory*> memories_;  ///< for threads that have begun to work, the calling one's first
   std::size_t memoriesTaken_ = 1;
-  std::vector<Slot> slots_;  ///< piece i is in slot i modulo their number
-  std::size_t taken_ = 0;    ///< pieces of which the text was taken
-  std::size_t begun_ = 0;    ///< pieces that somebody reads or has read
-  std::size_t done_ = 0;     ///< pieces that were given out and given back
-  bool isOut_ = false;       ///< one more was given out
-  bool atEnd_ = false;       ///< there is no more text
-  bool stops_ = false;       ///< nothing is to be begun any more
-  Helpers helpers_;          ///< last, so that they end first
+  std::vector<Slot> slots_;    ///< piece i is in slot i modulo their number
+  std::size_t taken_ = 0;      ///< pieces of which the text was taken
+  std::size_t begun_ = 0;      ///< pieces that somebody reads or has read
+  std::size_t done_ = 0;       ///< pieces that were given out and given back
+  bool isOut_ = false;         ///< one more was given out
+  bool atEnd_ = false;         ///< there is no more text
+  bool stops_ = false;         ///< nothing is to be begun any more
+  std::exception_ptr thrown_;  ///< by a source of the caller's, which ended there
+  Helpers helpers_;            ///< last, so that they end first
 };
 
 }  // namespace WavefrontOBJ

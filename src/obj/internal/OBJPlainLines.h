@@ -186,13 +186,7 @@ const char* OBJPlainLines<Target>::readCorners(const char* line, const char* tex
   const char* const lineFeed = lineEnd(line, rest);
   if (lineFeed == nullptr) return nullptr;
 
-  OBJFaceView face;
-  face.vertexIndex = OBJCornerIndices(corners, kStride);
-  if (kTexture) face.textureIndex = OBJCornerIndices(corners + 1, kStride);
-  if (kNormal) face.normalIndex = OBJCornerIndices(corners + kStride - 1, kStride);
-  face.vertexCount = count;
-  face.hasTexture = kTexture;
-  face.hasNormal = kNormal;
+  OBJFaceView face = OBJFaceView::ofCorners(corners, count, kTexture, kNormal);
   target_.addFace(face, room != nullptr);
   lastToken = std::string_view(corner, static_cast<std::size_t>(end - corner));
   return lineFeed;
@@ -233,6 +227,8 @@ inline const char* OBJPlainLines<Target>::read(const char* line) {
       return line[1] == ' ' ? target_.readGroup(line) : nullptr;
     case '#':
       return lineEnd(line, line);
+    case '\n':
+      return line;
     default:
       return nullptr;
   }

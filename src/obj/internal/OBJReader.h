@@ -19,7 +19,7 @@ namespace WavefrontOBJ {
 
 class OBJTokenStream;
 
-/// How an OBJ file is read. The defaults are the fastest; the result does not depend on them.
+/// How an OBJ file is read. The result does not depend on it.
 struct OBJReadOptions {
   bool fastPath = true;                  ///< read well-formed lines without the line buffer
   std::size_t blockBytes = 128U * 1024;  ///< bytes asked of the file at a time
@@ -29,7 +29,7 @@ struct OBJReadOptions {
 /// One read of an OBJ file into a model: the state between lines and the work on each kind of line.
 ///
 /// Every line can be read by the exact path, which works on a copy of the line with the rules of C-locale
-/// streams and `sscanf`. Well-formed "v", "vt", "vn" and "f" lines have a fast path through the file's bytes
+/// streams and `sscanf`. Most lines of most files have a fast path through the file's bytes
 /// instead, see `OBJPlainLines`.
 ///
 /// On several threads, the fast path works on pieces of the file side by side; this thread then takes in what
@@ -86,6 +86,7 @@ class OBJReader {
   void append(const OBJPiece& piece, OBJPiece::Counts& done, const OBJPiece::LeftLine& end);
 
   bool readShown();
+  bool comesAtOnce(const OBJByteSource* source) const;
   void fillSource();
   void showText();
   std::string& token();

@@ -95,7 +95,8 @@ void printJson(const Request& request, const FixReport& report, const WavefrontO
 
 /// Such a file is none of a model, most likely, and would be emptied.
 bool holdsNothing(const WavefrontOBJ::OBJDocument& document) {
-  if (!document.statements().empty()) return false;
+  for (const WavefrontOBJ::OBJStatement& statement : document.statements())
+    if (statement.kind != WavefrontOBJ::OBJStatement::Kind::unknown) return false;
   for (std::size_t kind = 0; kind < WavefrontOBJ::kVectorKinds; ++kind)
     if (document.vectorCount(static_cast<WavefrontOBJ::VectorKind>(kind)) != 0) return false;
   return document.faces().size() == 0 && document.lines().size() == 0 && document.points().size() == 0;
