@@ -48,6 +48,12 @@ void* remap(void* block, std::size_t bytes, std::size_t newBytes) {
   const std::size_t from = pagesOf(bytes);
   const std::size_t to = pagesOf(newBytes);
   if (to < newBytes) return nullptr;
+  if (to <= from) {
+    // By munmap, since emulators of 32-bit programs are known to lose what lies behind a block that mremap
+    // shrinks.
+    if (to < from) munmap(static_cast<unsigned char*>(block) + to, from - to);
+    return block;
+  }
   void* moved = mremap(block, from, to, 0);
   if (moved != MAP_FAILED) return moved;
   if (unsigned char* const place = map(newBytes)) {
