@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -87,7 +88,7 @@ class PlainArray {
     if (more > kMax - size_) throw std::bad_alloc();
     std::size_t capacity = capacity_ < 64 ? 64 : capacity_ + capacity_ / 2;
     if (capacity < size_ + more) capacity = size_ + more;
-    if (capacity > kMax) capacity = kMax;
+    capacity = std::min(growingTableRoom(std::min(capacity, kMax) * sizeof(T)) / sizeof(T), kMax);
     void* const block = resizeTable(data_, memoryBytes(), capacity * sizeof(T));
     if (block == nullptr) throw std::bad_alloc();
     data_ = static_cast<T*>(block);

@@ -17,16 +17,22 @@ namespace WavefrontOBJ {
 
 namespace {
 
-/// Smaller ones would waste much of a large page.
-constexpr std::size_t kLarge = 2 * kLargePage;
+/// Below it the allocator is as quick.
+constexpr std::size_t kLarge = kLargePage / 4;
+/// Of every system's pages.
+constexpr std::size_t kPages = std::size_t{1} << 16;
 
 bool isLarge(std::size_t bytes) {
   return bytes >= kLarge;
 }
 
-/// Whole large pages, of which nothing is there before it is touched.
+constexpr std::size_t roundUp(std::size_t bytes, std::size_t unit) {
+  return (bytes + unit - 1) / unit * unit;
+}
+
+/// Whole pages, of which nothing is there before it is touched.
 std::size_t pagesOf(std::size_t bytes) {
-  return (bytes + kLargePage - 1) / kLargePage * kLargePage;
+  return roundUp(bytes, kPages);
 }
 
 /// New pages that begin as large ones do. Null without memory.
@@ -77,6 +83,11 @@ void* resizeTable(void* block, std::size_t bytes, std::size_t newBytes) {
   return other;
 }
 
+std::size_t growingTableRoom(std::size_t bytes) {
+  // Large pages are given only where there is room for the whole of one.
+  return isLarge(bytes) ? roundUp(bytes, kLargePage) : bytes;
+}
+
 void freeTable(void* block, std::size_t bytes) {
   if (isLarge(bytes)) {
     munmap(block, pagesOf(bytes));
@@ -89,6 +100,10 @@ void freeTable(void* block, std::size_t bytes) {
 
 void* resizeTable(void* block, std::size_t, std::size_t newBytes) {
   return std::realloc(block, newBytes);
+}
+
+std::size_t growingTableRoom(std::size_t bytes) {
+  return bytes;
 }
 
 void freeTable(void* block, std::size_t) {

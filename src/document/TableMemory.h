@@ -13,6 +13,9 @@ namespace WavefrontOBJ {
 /// A block of `bytes`, null and 0 for none, becomes one of `newBytes`, not 0, with what both have room for.
 /// Null, with the block as it was, without memory.
 KSMTH_API void* resizeTable(void* block, std::size_t bytes, std::size_t newBytes);
+/// The room that a table which grows to `bytes` had best ask for: as much, or a little more. Room that it
+/// turns out not to need is given back by another `resizeTable`.
+KSMTH_API std::size_t growingTableRoom(std::size_t bytes);
 KSMTH_API void freeTable(void* block, std::size_t bytes);
 
 }  // namespace WavefrontOBJ

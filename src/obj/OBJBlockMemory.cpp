@@ -34,8 +34,8 @@ OBJBlockMemory::~OBJBlockMemory() {
 
 /// Gets a piece of `bytes`, whole large pages where there is room for such.
 bool OBJBlockMemory::addPiece(std::size_t bytes) {
-  // Smaller pieces may lie among others: what alignment passes over would share large pages with them.
-  const std::size_t alignment = bytes < kMaxPiece / 2 ? kAlignment : kLargePage;
+  // Of smaller ones there is nothing to be had.
+  const std::size_t alignment = bytes < kLargePage ? kAlignment : kLargePage;
   bytes = roundUp(bytes, alignment);
   // What alignment passes over is never touched.
   const std::size_t before = sizeof(Piece) + alignment;
@@ -68,13 +68,17 @@ void expectBlock([[maybe_unused]] std::size_t bytes) {
   // Of the memory prepared last, as the blocks of all arrays lie in it.
   thread_local std::size_t left = 0;
   if (left < bytes) {
-    left = kBytes;
+    // A part goes to what else is asked for meanwhile.
+    left = kBytes - kBytes / 8;
     // What was asked for at once and has been given back is where the next blocks lie. So much comes from the
-    // heap once it has had as much back: the second time at the latest, unless the program wants otherwise.
-    for (int i = 0; i < 2; ++i) {
-      void* const memory = std::malloc(kBytes);
-      preferLargePages(memory, kBytes);
+    // heap once as much has been given back: the second time at the latest, unless the program wants
+    // otherwise. Then it ends where a large page does, so that the next can begin there.
+    std::size_t more = kLargePage;
+    for (int i = 0; i < 3; ++i) {
+      void* const memory = std::malloc(kBytes + more);
+      preferLargePages(memory, kBytes + more);
       std::free(memory);
+      more = kLargePage - (reinterpret_cast<std::uintptr_t>(memory) + kBytes) % kLargePage;
     }
   }
   left -= std::min(left, bytes);

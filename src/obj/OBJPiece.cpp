@@ -79,17 +79,27 @@ void OBJPiece::addFace(const OBJFaceView& face, bool) {
   const Face added{memory_->next(), static_cast<std::uint8_t>(face.vertexCount), face.hasTexture,
                    face.hasNormal};
   faces_.push_back(added);
-  memory_->keep(face.vertexCount * OBJFaceView::strideOf(face.hasTexture, face.hasNormal));
-  need(position, face.vertexIndex, face.vertexCount);
-  if (face.hasTexture) need(texture, face.textureIndex, face.vertexCount);
-  if (face.hasNormal) need(normal, face.normalIndex, face.vertexCount);
+  const std::uint32_t stride = OBJFaceView::strideOf(face.hasTexture, face.hasNormal);
+  const std::uint32_t words = face.vertexCount * stride;
+  memory_->keep(words);
+  // Where the face has none of a kind, another's are looked at, in vain.
+  const std::uint32_t* const corners = added.corners.piece + added.corners.first;
+  const std::uint32_t second = stride > 1 ? 1 : 0;
+  std::array<std::uint32_t, kindCount> greatest{};
+  for (std::uint32_t i = 0; i < words; i += stride) {
+    greatest[position] = std::max(greatest[position], corners[i]);
+    greatest[texture] = std::max(greatest[texture], corners[i + second]);
+    greatest[normal] = std::max(greatest[normal], corners[i + stride - 1]);
+  }
+  need(position, greatest[position]);
+  if (face.hasTexture) need(texture, greatest[texture]);
+  if (face.hasNormal) need(normal, greatest[normal]);
 }
 
-void OBJPiece::need(Kind kind, const OBJCornerIndices& indices, std::uint32_t count) {
-  std::size_t greatest = 0;
-  for (std::uint32_t i = 0; i < count; ++i) greatest = std::max<std::size_t>(greatest, indices[i]);
+/// Notes that a face here names the vector `index`, counted from 0.
+void OBJPiece::need(Kind kind, std::size_t index) {
   const std::size_t there = vectors_[kind].size();
-  if (greatest >= there) needs_[kind] = std::max(needs_[kind], greatest + 1 - there);
+  if (index >= there) needs_[kind] = std::max(needs_[kind], index + 1 - there);
 }
 
 }  // namespace WavefrontOBJ

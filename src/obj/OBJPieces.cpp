@@ -31,14 +31,7 @@ const OBJPiece* OBJPieces::next() {
       return &slot.piece;
     }
     if (source_.isCallers() && canTake()) {
-      // The others wait for it. What it throws comes behind the text before it, which may end the read.
-      try {
-        take();
-      } catch (...) {
-        thrown_ = std::current_exception();
-        atEnd_ = true;
-        changed_.notify_all();
-      }
+      take(lock);
     } else if (!readOne(lock, *memories_.front())) {
       if (atEnd_ && done_ == taken_) {
         if (thrown_) std::rethrow_exception(thrown_);
@@ -58,19 +51,34 @@ void OBJPieces::work() {
   }
 }
 
-/// Takes the text of one piece. False at the end of the file.
-bool OBJPieces::take() {
+/// Takes the text of one piece, while others have the lock. False at the end of the file. What a source
+/// throws comes behind the text before it, which may end the read.
+bool OBJPieces::take(Lock& lock) {
   Slot& slot = slots_[taken_ % slots_.size()];
   slot.isReady = false;
-  atEnd_ = !slot.piece.take(source_);
-  if (!atEnd_) ++taken_;
+  isTaking_ = true;
+  lock.unlock();
+  bool any = false;
+  try {
+    any = slot.piece.take(source_);
+  } catch (...) {
+    thrown_ = std::current_exception();
+  }
+  lock.lock();
+  isTaking_ = false;
+  atEnd_ = !any;
+  if (any) ++taken_;
   changed_.notify_all();
-  return !atEnd_;
+  return any;
 }
 
-/// Reads one piece while others have the lock, corners into `memory`. False where there is none to be begun.
+/// Reads one piece while others have the lock, corners into `memory`, or finds the end of the file. False
+/// where there was nothing to do: then nobody else had the lock, and there is something to wait for.
 bool OBJPieces::readOne(Lock& lock, OBJFaceMemory& memory) {
-  if (begun_ == taken_ && (source_.isCallers() || !canTake() || !take())) return false;
+  if (begun_ == taken_) {
+    if (source_.isCallers() || !canTake()) return false;
+    if (!take(lock)) return true;
+  }
   Slot& slot = slots_[begun_++ % slots_.size()];
   lock.unlock();
   slot.piece.read(memory);

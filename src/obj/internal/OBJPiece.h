@@ -85,7 +85,7 @@ class OBJPiece {
  private:
   bool readLines();
   void leave(const char* line, std::size_t number);
-  void need(Kind kind, const OBJCornerIndices& indices, std::uint32_t count);
+  void need(Kind kind, std::size_t index);
 
   std::vector<char> buffer_;
   const char* end_ = nullptr;

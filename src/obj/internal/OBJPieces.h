@@ -37,12 +37,12 @@ class OBJPieces {
   using Lock = std::unique_lock<std::mutex>;
 
   void work();
-  bool canTake() const { return !atEnd_ && taken_ - done_ < slots_.size(); }
-  bool take();
+  bool canTake() const { return !atEnd_ && !isTaking_ && taken_ - done_ < slots_.size(); }
+  bool take(Lock& lock);
   bool readOne(Lock& lock, OBJFaceMemory& memory);
 
-  OBJTextSource source_;
-  std::mutex mutex_;  ///< of all below, and of the source
+  OBJTextSource source_;  ///< of who takes
+  std::mutex mutex_;      ///< of all below
   std::condition_variable changed_;
   std::vector<OBJFaceMemory*> memories_;  ///< for threads that have begun to work, the calling one's first
   std::size_t memoriesTaken_ = 1;
@@ -51,6 +51,7 @@ class OBJPieces {
   std::size_t begun_ = 0;      ///< pieces that somebody reads or has read
   std::size_t done_ = 0;       ///< pieces that were given out and given back
   bool isOut_ = false;         ///< one more was given out
+  bool isTaking_ = false;      ///< somebody takes the next piece's text
   bool atEnd_ = false;         ///< there is no more text
   bool stops_ = false;         ///< nothing is to be begun any more
   std::exception_ptr thrown_;  ///< by a source of the caller's, which ended there
