@@ -15,7 +15,8 @@ class Helpers {
   /// Waits for their end.
   ~Helpers();
 
-  /// Starts `count` threads that run `work`, which must not throw; fewer where the system gives no more.
+  /// Starts `count` threads that run `work`, which must not throw; fewer where the system gives no more, or
+  /// the process may use few addresses.
   void start(unsigned count, const std::function<void()>& work);
   bool any() const { return !threads_.empty(); }
 

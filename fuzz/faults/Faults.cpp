@@ -215,17 +215,24 @@ ssize_t write(int file, const void* buffer, size_t bytes) {
 }
 size_t fread(void* buffer, size_t size, size_t count, FILE* stream) {
   REAL(fread);
-  if (!fails(kRead) || sError == kShort || sError == EINTR) return next(buffer, size, count, stream);
+  if (!fails(kRead) || sError == kShort) return next(buffer, size, count, stream);
+  // Interrupted in the middle, or nothing is read.
+  const size_t part = sError == EINTR ? next(buffer, size, count / 2, stream) : 0;
   const OtherFile other(stream, "/dev/null", O_WRONLY);
-  return next(buffer, size, count, stream);
+  const size_t rest = next(static_cast<char*>(buffer) + part * size, size, count - part, stream);
+  errno = sError;
+  return part + rest;
 }
 size_t fwrite(const void* buffer, size_t size, size_t count, FILE* stream) {
   REAL(fwrite);
-  if (stream == stdout || stream == stderr || !fails(kWrite) || sError == kShort || sError == EINTR) {
+  if (stream == stdout || stream == stderr || !fails(kWrite) || sError == kShort) {
     return next(buffer, size, count, stream);
   }
+  const size_t part = sError == EINTR ? next(buffer, size, count / 2, stream) : 0;
   const OtherFile other(stream, "/dev/full", O_WRONLY);
-  return next(buffer, size, count, stream);
+  const size_t rest = next(static_cast<const char*>(buffer) + part * size, size, count - part, stream);
+  errno = sError;
+  return part + rest;
 }
 int fclose(FILE* stream) {
   REAL(fclose);
@@ -268,6 +275,14 @@ int fchmod(int file, mode_t mode) {
 void* mmap(void* at, size_t bytes, int access, int flags, int file, off_t offset) {
   REAL(mmap);
   return fails(kMap) ? MAP_FAILED : next(at, bytes, access, flags, file, offset);
+}
+void* mremap(void* block, size_t bytes, size_t newBytes, int flags, ...) {
+  REAL(mremap);
+  va_list rest;
+  va_start(rest, flags);
+  void* const place = (flags & MREMAP_FIXED) != 0 ? va_arg(rest, void*) : nullptr;
+  va_end(rest);
+  return fails(kMap) ? MAP_FAILED : next(block, bytes, newBytes, flags, place);
 }
 int mkdir(const char* path, mode_t mode) {
   REAL(mkdir);

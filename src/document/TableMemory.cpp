@@ -35,18 +35,25 @@ std::size_t pagesOf(std::size_t bytes) {
   return roundUp(bytes, kPages);
 }
 
-/// New pages that begin as large ones do. Null without memory.
+unsigned char* mapAnywhere(std::size_t size) {
+  void* const pages = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return pages != MAP_FAILED ? static_cast<unsigned char*>(pages) : nullptr;
+}
+
+/// New pages that begin as large ones do; where addresses are short, anywhere. Null without memory.
 unsigned char* map(std::size_t bytes) {
-  const std::size_t size = pagesOf(bytes) + kLargePage;
-  if (size < bytes) return nullptr;
-  void* const all = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (all == MAP_FAILED) return nullptr;
-  auto* const first = static_cast<unsigned char*>(all);
+  const std::size_t used = pagesOf(bytes);
+  const std::size_t whole = roundUp(used, kLargePage) + kLargePage;
+  if (used < bytes || whole < bytes) return nullptr;
+  unsigned char* const first = mapAnywhere(whole);
+  if (first == nullptr) return mapAnywhere(used);
   const std::size_t before = (kLargePage - reinterpret_cast<std::uintptr_t>(first) % kLargePage) % kLargePage;
+  unsigned char* const begin = first + before;
+  // All alike, as the system moves only such pages at once.
+  preferLargePages(begin, whole - kLargePage);
   if (before != 0) munmap(first, before);
-  munmap(first + before + pagesOf(bytes), kLargePage - before);
-  preferLargePages(first + before, pagesOf(bytes));
-  return first + before;
+  munmap(begin + used, whole - before - used);
+  return begin;
 }
 
 /// Moved by large pages, which takes no more than a look at each; where addresses are short, anywhere.
@@ -57,8 +64,8 @@ void* remap(void* block, std::size_t bytes, std::size_t newBytes) {
   if (to <= from) {
     // By munmap, since emulators of 32-bit programs are known to lose what lies behind a block that mremap
     // shrinks.
-    if (to < from) munmap(static_cast<unsigned char*>(block) + to, from - to);
-    return block;
+    const bool isDone = to == from || munmap(static_cast<unsigned char*>(block) + to, from - to) == 0;
+    return isDone ? block : nullptr;
   }
   void* moved = mremap(block, from, to, 0);
   if (moved != MAP_FAILED) return moved;

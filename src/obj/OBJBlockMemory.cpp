@@ -67,7 +67,7 @@ void expectBlock([[maybe_unused]] std::size_t bytes) {
   constexpr std::size_t kBytes = std::size_t{16} << 20;
   // Of the memory prepared last, as the blocks of all arrays lie in it.
   thread_local std::size_t left = 0;
-  if (left < bytes) {
+  if (left < bytes && bytes < kLargePage) {
     // A part goes to what else is asked for meanwhile.
     left = kBytes - kBytes / 8;
     // What was asked for at once and has been given back is where the next blocks lie. So much comes from the

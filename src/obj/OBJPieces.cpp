@@ -1,5 +1,9 @@
 #include "obj/internal/OBJPieces.h"
 
+#if defined(__GLIBCXX__)
+#include <cxxabi.h>
+#endif
+
 #include <exception>
 #include <utility>
 
@@ -61,6 +65,10 @@ bool OBJPieces::take(Lock& lock) {
   bool any = false;
   try {
     any = slot.piece.take(source_);
+#if defined(__GLIBCXX__)
+  } catch (const abi::__forced_unwind&) {
+    throw;  // the thread's end, which nobody may keep
+#endif
   } catch (...) {
     thrown_ = std::current_exception();
   }

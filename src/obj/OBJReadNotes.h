@@ -73,6 +73,7 @@ struct OBJReadNotes {
   std::vector<OBJReadNote> kept;
   std::size_t total = 0;
   std::optional<OBJReadNote> end;  ///< the face that ended the read; it counts for nothing above
+  bool isCutShort = false;  ///< an error of reading the file ended the text, which the host does not see
 
   void add(OBJReadNote::Kind kind, std::size_t lineNumber, std::string_view text) {
     if (total++ < kMaxKept) kept.push_back({kind, lineNumber, std::string(text.substr(0, 1024))});

@@ -125,7 +125,10 @@ bool OBJReader::read(const OBJByteSource* source) {
   const bool alone = options_.threads <= 1 || !options_.fastPath || !comesAtOnce(source);
   for (int blocks = 1;; ++blocks) {
     if (!readShown()) return false;
-    if (!source_.needsFill()) return true;
+    if (!source_.needsFill()) {
+      model_._readNotes.isCutShort = source_.isCutShort();
+      return true;
+    }
     if (!alone && blocks >= kBlocksAlone) return readPieces();
     fillSource();
   }

@@ -16,6 +16,7 @@ bool OBJReader::readPieces() {
     // Before the bytes go.
     token();
   }
+  model_._readNotes.isCutShort = pieces.isCutShort();
   return true;
 }
 

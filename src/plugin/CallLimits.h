@@ -37,9 +37,8 @@ KSMTH_API int KSmthGrpImpt_SetAssertionAnswers(int answers);
  * (OBJDocument.h) of files from 16 MB. Results, messages and failures do not depend on it, but for want of
  * memory, and no thread is left when a call answers. 0, the default, stands for the number in the
  * environment's KSMTH_THREADS, or without one for one thread, and for documents for one for each processor,
- * up to 8. More than 64 are
- * 64. Answers what was set before. May be called by several threads at once; work that has begun keeps its
- * number.
+ * up to 8. More than 64 are 64. Answers what was set before. May be called by several threads at once; work
+ * that has begun keeps its number.
  */
 KSMTH_API unsigned KSmthGrpImpt_SetThreads(unsigned threads);
 

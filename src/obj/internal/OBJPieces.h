@@ -28,6 +28,8 @@ class OBJPieces {
   /// The next piece, read; it holds until the next call. Null at the end of the file. Throws what a source of
   /// the caller's does, which is called here alone.
   const OBJPiece* next();
+  /// Behind the last piece: the file could not be read to its end.
+  bool isCutShort() const { return source_.isCutShort(); }
 
  private:
   struct Slot {

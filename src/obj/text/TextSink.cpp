@@ -1,5 +1,6 @@
 #include "obj/text/TextSink.h"
 
+#include <cerrno>
 #include <cstring>
 
 namespace WavefrontOBJ {
@@ -22,9 +23,17 @@ void OBJTextSink::flush() {
   const std::string_view held(buffer_.get(), static_cast<std::size_t>(position_ - buffer_.get()));
   position_ = buffer_.get();
   if (sink_ == nullptr) {
-    static_cast<void>(std::fwrite(held.data(), 1, held.size(), file_.get()));
+    writeFile(held);
   } else if (!held.empty() && !(*sink_)(held)) {
     throw Stopped();
+  }
+}
+
+void OBJTextSink::writeFile(std::string_view text) {
+  while (!text.empty() && std::ferror(file_.get()) == 0) {
+    errno = 0;
+    text.remove_prefix(std::fwrite(text.data(), 1, text.size(), file_.get()));
+    if (errno == EINTR) std::clearerr(file_.get());
   }
 }
 

@@ -11,8 +11,8 @@
 
 namespace WavefrontOBJ {
 
-/// A text being written through one buffer, to a file or another sink. Errors of writing a file are ignored:
-/// fixed by the host's contract.
+/// A text being written through one buffer, to a file or another sink. An error of writing a file is nobody's
+/// business: fixed by the host's contract. Nothing is written behind it.
 class OBJTextSink {
  public:
   /// What is thrown when the other sink wants no more.
@@ -51,6 +51,8 @@ class OBJTextSink {
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
+
+  void writeFile(std::string_view text);
 
   std::unique_ptr<std::FILE, Close> file_;
   const OBJByteSink* sink_ = nullptr;  ///< in place of the file

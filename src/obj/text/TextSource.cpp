@@ -1,5 +1,6 @@
 #include "obj/text/TextSource.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "obj/text/DigitScan.h"
@@ -20,7 +21,7 @@ bool OBJTextSource::open(const std::string& path) {
   std::setvbuf(file_.get(), nullptr, _IONBF, 0);
   fill();
   // Some platforms open a folder and only fail to read it.
-  return begin_ != end_ || std::ferror(file_.get()) == 0;
+  return begin_ != end_ || !isCutShort();
 }
 
 void OBJTextSource::open(const OBJByteSource& source) {
@@ -29,7 +30,14 @@ void OBJTextSource::open(const OBJByteSource& source) {
 }
 
 std::size_t OBJTextSource::read(char* buffer, std::size_t bytes) {
-  return source_ != nullptr ? (*source_)(buffer, bytes) : std::fread(buffer, 1, bytes, file_.get());
+  if (source_ != nullptr) return (*source_)(buffer, bytes);
+  std::size_t got = 0;
+  for (;;) {
+    errno = 0;
+    got += std::fread(buffer + got, 1, bytes - got, file_.get());
+    if (got == bytes || errno != EINTR || std::ferror(file_.get()) == 0) return got;
+    std::clearerr(file_.get());
+  }
 }
 
 std::size_t OBJTextSource::takeLines(char* text) {

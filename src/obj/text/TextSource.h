@@ -26,6 +26,9 @@ class OBJTextSource {
   /// Bytes come from a source of the caller's, not from a file.
   bool isCallers() const { return source_ != nullptr; }
 
+  /// The file could not be read to its end; what was read is all of the text.
+  bool isCutShort() const { return file_ != nullptr && std::ferror(file_.get()) != 0; }
+
   /// First byte not yet read.
   const char* begin() const { return begin_; }
   /// End of the bytes in the window. A line feed and readable bytes for `OBJDigitMap::kOverread` stand behind

@@ -13,6 +13,7 @@
 #include "smthgrp/common/InputFile.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/plugin/CallScript.h"
+#include "smthgrp/plugin/CurrentModel.h"
 #include "smthgrp/plugin/PluginLibrary.h"
 
 namespace smthgrp {
@@ -49,7 +50,13 @@ std::string answerText(const PluginLibrary::Answer& answer) {
 
 std::string make(PluginLibrary& library, const ScriptCall& call) {
   PluginLibrary::workOn(call.text.value_or(call.name));
-  return answerText(library.call(call.name, call.text ? call.text->c_str() : nullptr, call.number));
+  const PluginLibrary::Answer answer =
+      library.call(call.name, call.text ? call.text->c_str() : nullptr, call.number);
+  if (call.name == "LoadOBJFile" && isCutShort(library)) {
+    std::fprintf(stderr, "smthgrp: note: %s: cannot be read to its end\n",
+                 printable(call.text.value_or("")).c_str());
+  }
+  return answerText(answer);
 }
 
 void runScript(PluginLibrary& library, std::istream& script, const std::string& name) {

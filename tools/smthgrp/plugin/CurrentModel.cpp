@@ -51,7 +51,12 @@ const WavefrontOBJ::OBJModel& loadModel(PluginLibrary& library, const std::strin
   const PluginLibrary::Answer answer = library.call("LoadOBJFile", path.c_str());
   if (answer.value < 0) throw Failure(path + ": " + printable(reasonOf(path, answer.text), kReasonWidth));
   if (library.model() == nullptr) throw Failure(path + ": not enough memory");
+  if (isCutShort(library)) throw Failure(path + ": cannot be read to its end");
   return *library.model();
+}
+
+bool isCutShort(PluginLibrary& library) {
+  return library.model() != nullptr && library.model()->_readNotes.isCutShort;
 }
 
 const WavefrontOBJ::OBJModel& loadModelAndTell(PluginLibrary& library, const std::string& path) {

@@ -15,6 +15,9 @@ const WavefrontOBJ::OBJModel& loadModel(PluginLibrary& library, const std::strin
 /// The same, and says in a line on standard error what the library passed over.
 const WavefrontOBJ::OBJModel& loadModelAndTell(PluginLibrary& library, const std::string& path);
 
+/// An error of reading ended the text of the current model's file, which the library takes for its end.
+bool isCutShort(PluginLibrary& library);
+
 std::uint32_t vertexCount(PluginLibrary& library);
 std::uint32_t faceCount(PluginLibrary& library);
 std::size_t groupCount(PluginLibrary& library);
