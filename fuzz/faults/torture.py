@@ -240,10 +240,24 @@ def limited(limit, value):
     return {"preexec_fn": lambda: resource.setrlimit(limit, (value, value))}
 
 
+def with_threads(report, sizes):
+    """As many threads as there may be, of which a file's reading needs none."""
+    place = Place(200000, LARGE_BYTES)
+    for command in ("info IN/m.obj", "info --as-host IN/m.obj", "export IN/m.obj -o OUT/old.obj"):
+        alone = run(place.words(command))
+        for size in sizes:
+            ended = run(place.words(command), env={**os.environ, "KSMTH_THREADS": "64"},
+                        **limited(resource.RLIMIT_AS, size << 20))
+            report.add("limits, addresses and 64 threads", f"{command}: {size} MB", ended[0] != alone[0],
+                       "another outcome" if ended != alone else None)
+    shutil.rmtree(place.path)
+
+
 def larger(report):
     """All commands on a larger model, of 300 groups, in ever less address space and with few descriptors."""
     place = Place(60000)
     sizes = (200, 100, 60, 50, 40, 36, 32, 28, 24, 20, 18, 16, 14, 12)
+    with_threads(report, (1000, 400, 300, 200))
     for command in COMMANDS:
         place.reset()
         baseline = *run(place.words(command)), place.files()

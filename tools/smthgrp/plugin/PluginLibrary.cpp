@@ -1,6 +1,7 @@
 #include "smthgrp/plugin/PluginLibrary.h"
 
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/sysinfo.h>
 
 #include <algorithm>
@@ -143,6 +144,12 @@ std::unique_ptr<char, PluginLibrary::Unmap> PluginLibrary::makeTextBuffer() {
   struct sysinfo info {};
   std::size_t bytes = std::size_t{1} << 30U;
   if (sysinfo(&info) == 0) bytes = std::max(bytes, (info.totalram + info.totalswap) * info.mem_unit);
+  // A text of more than two fifths could not have grown to it, as its old and its new memory are there at
+  // once.
+  rlimit limit{};
+  if (getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY) {
+    bytes = std::min(bytes, static_cast<std::size_t>(limit.rlim_cur / 5 * 2));
+  }
   for (; bytes >= kLeast; bytes /= 2) {
     void* const memory =
         mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
