@@ -383,6 +383,7 @@ void DocumentReader::takeSmoothing(LineWords& words) {
       const auto digit = static_cast<std::uint64_t>(c - '0');
       smoothing.number = smoothing.number > (kMax - digit) / 10 ? kMax : smoothing.number * 10 + digit;
     }
+    if (smoothing.number == 0) find(FindingKind::smoothingZero, word);
     if (smoothing.number > std::numeric_limits<std::uint32_t>::max()) {
       find(FindingKind::smoothingNumberWide, word);
     } else if (hostSmoothings_.size() <= 255) {

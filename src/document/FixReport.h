@@ -150,7 +150,7 @@ inline constexpr FixRow kFixKinds[] = {
     {FixKind::smoothingWide, "smoothing-wide", FixEffect::rewritten,
      "smoothing number of more than 32 bits given another"},
     {FixKind::smoothingZero, "smoothing-zero", FixEffect::rewritten,
-     "smoothing number 0 written as \"off\", to save a place in the host's table"},
+     "smoothing number 0, which the host keeps as a group, written as \"off\""},
     {FixKind::smoothingRenumbered, "smoothing-renumbered", FixEffect::rewritten,
      "smoothing number given another, so that 255 suffice; borders stay"},
     {FixKind::smoothingParted, "smoothing-parted", FixEffect::rewritten,

@@ -15,7 +15,9 @@ TextKind textKindOf(std::string_view head) {
     return TextKind::utf16;
   }
   const auto controls = static_cast<std::size_t>(std::count_if(head.begin(), head.end(), isControl));
-  return controls * 8 > head.size() ? TextKind::binary : TextKind::text;
+  const std::string_view first = head.substr(0, 32);
+  const bool isHeader = std::count(first.begin(), first.end(), '\0') >= 2;
+  return isHeader || controls * 16 > head.size() ? TextKind::binary : TextKind::text;
 }
 
 bool isUtf8(std::string_view text) {

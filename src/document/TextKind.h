@@ -12,7 +12,8 @@ enum class TextKind : std::uint8_t { text, utf16, binary };
 inline constexpr std::size_t kTextKindBytes = 4096;
 
 /// What a file is that begins with `head`: UTF-16 by its byte order mark or by a zero in every second byte,
-/// binary when more than one byte in eight is a control character that texts do not have.
+/// binary when more than one byte in sixteen is a control character that texts do not have (compressed data
+/// have one in ten), or two of the first 32 bytes are zeros, as in headers of binary formats.
 TextKind textKindOf(std::string_view head);
 
 /// A control character other than those that part words and lines.

@@ -203,11 +203,9 @@ class Renumbering {
 
   SmoothingNumbers make() {
     collectRows();
-    if (used_ + (zeroUsed_ ? 1 : 0) <= most_) {
+    if (used_ <= most_) {
       keep();
-    } else if (used_ <= most_) {
-      keep();
-      result_.zeroSaved = true;
+      result_.zeroSaved = zeroUsed_;
     } else {
       renumber();
     }

@@ -39,6 +39,7 @@ void run(const Request& request) {
   openOutput(*output, request.model);
   WavefrontOBJ::OBJDocument document;
   readDocument(request.model, document);
+  requireModel(document);
   const WavefrontOBJ::ElementLists lists = select(document, selectionOf(document, request.options));
   if (lists.empty()) throw Failure(document.source().name() + ": no element is in all that was asked for");
   writeAndCommit(document, request.options, std::move(output),

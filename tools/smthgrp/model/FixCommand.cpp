@@ -93,15 +93,6 @@ void printJson(const Request& request, const FixReport& report, const WavefrontO
   std::printf("%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
-/// Such a file is none of a model, most likely, and would be emptied.
-bool holdsNothing(const WavefrontOBJ::OBJDocument& document) {
-  for (const WavefrontOBJ::OBJStatement& statement : document.statements())
-    if (statement.kind != WavefrontOBJ::OBJStatement::Kind::unknown) return false;
-  for (std::size_t kind = 0; kind < WavefrontOBJ::kVectorKinds; ++kind)
-    if (document.vectorCount(static_cast<WavefrontOBJ::VectorKind>(kind)) != 0) return false;
-  return document.faces().size() == 0 && document.lines().size() == 0 && document.points().size() == 0;
-}
-
 void run(Request request) {
   if (request.inPlace == !request.output.empty()) {
     throw Failure("fix needs either --output or --in-place", kUsageError);
@@ -120,6 +111,7 @@ void run(Request request) {
   if (request.inPlace && holdsNothing(document)) {
     throw Failure(output.name() + ": there is nothing of a model in it; it stays as it is");
   }
+  requireModel(document);
   std::vector<std::string> libraries;
   std::vector<std::unique_ptr<WavefrontOBJ::Output>> copies;  // none are asked for
   if (!output.isDirect()) {

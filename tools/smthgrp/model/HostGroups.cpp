@@ -25,7 +25,8 @@ constexpr FindingKind kHarmless[] = {
     FindingKind::nameNotUtf8,         FindingKind::repeatedCorner,  FindingKind::extraNumbers,
     FindingKind::severalGroups,       FindingKind::objectName,      FindingKind::severalLibraries,
     FindingKind::smoothingMalformed,  FindingKind::includedFile,    FindingKind::continuedComment,
-    FindingKind::smoothingNumberWide, FindingKind::oneTextureValue, FindingKind::nameWithBlank};
+    FindingKind::smoothingNumberWide, FindingKind::oneTextureValue, FindingKind::nameWithBlank,
+    FindingKind::smoothingZero};
 
 bool mayDiffer(const OBJDocument& document) {
   return std::any_of(std::begin(WavefrontOBJ::kFindingKinds), std::end(WavefrontOBJ::kFindingKinds),

@@ -44,4 +44,18 @@ void readDocument(const std::string& path, WavefrontOBJ::OBJDocument& document) 
   require(tryReadDocument(path, document));
 }
 
+bool holdsNothing(const WavefrontOBJ::OBJDocument& document) {
+  for (const WavefrontOBJ::OBJStatement& statement : document.statements())
+    if (statement.kind != WavefrontOBJ::OBJStatement::Kind::unknown) return false;
+  for (std::size_t kind = 0; kind < WavefrontOBJ::kVectorKinds; ++kind)
+    if (document.vectorCount(static_cast<WavefrontOBJ::VectorKind>(kind)) != 0) return false;
+  return document.faces().size() == 0 && document.lines().size() == 0 && document.points().size() == 0;
+}
+
+void requireModel(const WavefrontOBJ::OBJDocument& document) {
+  if (!document.statements().empty() && holdsNothing(document)) {
+    throw Failure(document.source().name() + ": there is nothing of a model in it");
+  }
+}
+
 }  // namespace smthgrp

@@ -29,4 +29,10 @@ WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJD
 /// The same for commands that cannot go on without the document: throws a Failure that says why.
 void readDocument(const std::string& path, WavefrontOBJ::OBJDocument& document);
 
+/// The document has no vector, no element and no statement that the format knows.
+bool holdsNothing(const WavefrontOBJ::OBJDocument& document);
+/// Throws a Failure for the document of a file that holds nothing, but statements of something else: what
+/// would be written is empty.
+void requireModel(const WavefrontOBJ::OBJDocument& document);
+
 }  // namespace smthgrp
