@@ -95,7 +95,7 @@ bool DocumentReader::takeElement(std::string_view keyword, LineWords& words) {
   forward_ = dropTextures_ = dropNormals_ = false;
   bool relative = false;
   bool emptyPart = false;
-  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+  for (std::string_view word = words.nextValue(); !word.empty(); word = words.nextValue()) {
     Corner corner;
     if (!takeCorner(word, corner)) return true;
     if (!relative && word.find('-') != std::string_view::npos) {
@@ -108,6 +108,8 @@ bool DocumentReader::takeElement(std::string_view keyword, LineWords& words) {
     }
     corners_.push_back(corner);
   }
+  if (const std::string_view comment = words.rest(); !comment.empty())
+    find(FindingKind::trailingComment, comment);
   if (corners_.size() < kLeastCorners[static_cast<std::size_t>(kind)]) {
     findLine(FindingKind::tooFewCorners,
              std::string_view(line_, static_cast<std::size_t>(words.end() - line_)));

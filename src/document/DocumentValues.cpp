@@ -86,7 +86,7 @@ Result parseValues(const OBJDocument& document, VectorKind kind, std::size_t wid
                                   [&](std::uint32_t i, std::string_view, LineWords& words) {
                                     Float* const row = values.data() + width * i;
                                     for (std::size_t k = 0; k < width; ++k) {
-                                      const std::string_view word = words.next();
+                                      const std::string_view word = words.nextValue();
                                       if (word.empty()) break;
                                       row[k] = wordValue(word, Float());
                                     }
@@ -108,8 +108,8 @@ Result parseExtras(const OBJDocument& document, std::size_t least, std::size_t m
                                   [&](std::uint32_t i, std::string_view, LineWords& words) {
                                     float row[3] = {1.0F, 1.0F, 1.0F};
                                     std::size_t count = 0;
-                                    for (std::string_view word = words.next(); !word.empty();
-                                         word = words.next(), ++count) {
+                                    for (std::string_view word = words.nextValue(); !word.empty();
+                                         word = words.nextValue(), ++count) {
                                       if (count >= 3 && count < 3 + width)
                                         row[count - 3] = wordValue(word, 0.0F);
                                     }

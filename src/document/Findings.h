@@ -46,6 +46,7 @@ enum class FindingKind : std::uint8_t {
   emptyPart,
   forwardReference,
   extraNumbers,
+  trailingComment,
   continuedComment,
   includedFile,
   severalGroups,
@@ -133,6 +134,9 @@ inline constexpr FindingRow kFindingKinds[] = {
      "index of something that comes later in the file; the host stops there"},
     {FindingKind::extraNumbers, "extra-numbers", Severity::note, false,
      "more numbers than the statement has"},
+    {FindingKind::trailingComment, "trailing-comment", Severity::warning, false,
+     "comment behind a statement; some programs take it for a corner or a number, the host leaves such faces "
+     "out"},
     {FindingKind::continuedComment, "continued-comment", Severity::warning, false,
      "backslash at the end of a comment; some programs take the next line for a part of it"},
     {FindingKind::includedFile, "included-file", Severity::warning, false,

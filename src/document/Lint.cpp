@@ -80,7 +80,7 @@ void Linter::number(const NumberRule& rule, std::uint32_t index, std::string_vie
     return static_cast<std::uint64_t>(word.data() - line.data()) + 1;
   };
   std::size_t count = 0;
-  for (std::string_view word = words.next(); !word.empty(); word = words.next()) {
+  for (std::string_view word = words.nextValue(); !word.empty(); word = words.nextValue()) {
     if (++count == rule.most + 1) add(FindingKind::extraNumbers, offset, columnOf(word), word);
     const NumberForm form = numberForm(word);
     if (form == NumberForm::decimal) {
@@ -96,6 +96,8 @@ void Linter::number(const NumberRule& rule, std::uint32_t index, std::string_vie
                                         : FindingKind::numberMalformed,
         offset, columnOf(word), word);
   }
+  if (const std::string_view comment = words.rest(); !comment.empty())
+    add(FindingKind::trailingComment, offset, columnOf(comment), comment);
   if (count < rule.least) add(FindingKind::vectorNumberMissing, offset, 0, line);
   if (rule.kind == VectorKind::texture && count == 1) add(FindingKind::oneTextureValue, offset, 0, line);
 }

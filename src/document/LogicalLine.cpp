@@ -94,6 +94,13 @@ std::string_view LineWords::next() {
   return {begin, static_cast<std::size_t>(text - begin)};
 }
 
+std::string_view LineWords::nextValue() {
+  const std::string_view word = next();
+  if (word.empty() || word[0] != '#') return word;
+  position_ = word.data();
+  return {};
+}
+
 std::string_view LineWords::rest() const {
   const char* const begin = skip(position_);
   const char* end = end_;

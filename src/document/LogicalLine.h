@@ -10,7 +10,8 @@
 // How the text of an OBJ or MTL file falls into lines and words. A line ends at a line feed, at a carriage
 // return with a line feed, or at a carriage return alone. A backslash that stands last on a line continues
 // it: both, with the line's end, count as a blank. Where nothing comes behind it, it ends the line itself.
-// Lines that begin with "#" are never continued. A NUL byte ends what is read of a line.
+// Lines that begin with "#" are never continued, those with a comment behind a statement are. A NUL byte ends
+// what is read of a line.
 
 namespace WavefrontOBJ {
 
@@ -36,6 +37,9 @@ class LineWords {
 
   /// The next word; empty when there is none. A word is never parted by a continuation.
   std::string_view next();
+  /// The next word of a statement of numbers or indices, which a word that begins with "#" ends: empty from
+  /// there on, where `rest` is the comment.
+  std::string_view nextValue();
   /// What is left from the next word on, without blanks behind the last one. May hold continuations.
   std::string_view rest() const;
   /// Where the next word is looked for.

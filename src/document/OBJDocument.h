@@ -92,9 +92,11 @@ struct DocumentReadOptions {
 /// Rules: relative indices count back from the last one so far. An index may name what comes later in the
 /// file. Corners may have empty parts ("1//", "1/"). An element with a corner that cannot be resolved is left
 /// out as if its line said nothing; with texture coordinates or normals that cannot, it loses those of all
-/// its corners. A "g" line names any number of groups; without a name it is "default", which is also the
-/// group of faces before the first "g". "usemtl" and "o" take the rest of their line as one name, which may
-/// be empty. Limits: 2^31 - 1 lines of each kind, 2^32 - 1 corners, 1 GiB a line (`Status::tooLarge`).
+/// its corners. On vertex lines and elements a word that begins with "#" ends the statement: the rest of the
+/// line is a comment, which goes with a vertex line and is lost with an element's. A "g" line names any
+/// number of groups; without a name it is "default", which is also the group of faces before the first "g".
+/// "usemtl" and "o" take the rest of their line as one name, which may be empty. Limits: 2^31 - 1 lines of
+/// each kind, 2^32 - 1 corners, 1 GiB a line (`Status::tooLarge`).
 ///
 /// Large files are read, and their values parsed, on several threads, none of which outlives the call;
 /// `Progress` is called on the calling one. What comes out does not depend on their number.

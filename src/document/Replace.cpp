@@ -20,7 +20,7 @@ class PositionRewriter : public Rewriter {
     std::string changed;
     if (kind != VectorKind::position || !numbersOf(index, changed)) return false;
     LineWords ours(text);
-    for (int i = 0; i < kNumbers; ++i) ours.next();
+    for (int i = 0; i < kNumbers; ++i) ours.nextValue();
     if (const std::string_view rest = ours.rest(); !rest.empty()) changed.append(" ").append(rest);
     text = changed;
     return true;
@@ -52,7 +52,7 @@ class DocumentPositions : public PositionRewriter {
     LineWords theirs(line);
     theirs.next();
     for (int i = 0; i < kNumbers; ++i) {
-      const std::string_view word = theirs.next();
+      const std::string_view word = theirs.nextValue();
       if (i > 0) numbers += ' ';
       // As the reader takes a missing one.
       numbers += word.empty() ? "0" : word;

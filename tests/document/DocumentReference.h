@@ -157,7 +157,7 @@ class PlainReader {
   void readElement(const Words& w, int kind, std::size_t least) {
     PlainFile::Element element;
     bool lost[3] = {};
-    for (std::size_t i = 1; i < w.size(); ++i) {
+    for (std::size_t i = 1; i < w.size() && w[i][0] != '#'; ++i) {
       PlainFile::Corner corner{-1, -1, -1};
       std::istringstream parts(w[i] + "/");
       std::size_t part = 0;

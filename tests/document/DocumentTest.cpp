@@ -146,7 +146,7 @@ void check(const std::string& text) {
   }
   for (const FindingKind kind :
        {FindingKind::relativeIndex, FindingKind::carriageReturn, FindingKind::indexOutOfRange,
-        FindingKind::leadingBlank, FindingKind::emptyPart}) {
+        FindingKind::leadingBlank, FindingKind::emptyPart, FindingKind::trailingComment}) {
     ASSERT_EQ(back.findings().count(kind), 0U) << whole;
   }
   for (const Finding& finding : document.findings().kept()) {
@@ -181,7 +181,7 @@ TEST(Document, EveryPrefixAndEveryByteChange) {
         "z\nf 1 2 3");
   check("f 1 2 9\ng d\nf 1/1 2/1 3/9\n" + text);
   for (std::size_t i = 0; i < text.size(); ++i) {
-    for (const char c : {'\0', '\n', '\r', '\\', ' ', '/', '-', '9'}) {
+    for (const char c : {'\0', '\n', '\r', '\\', ' ', '/', '-', '9', '#'}) {
       std::string changed = text;
       changed[i] = c;
       check(changed);
@@ -359,8 +359,8 @@ TEST(Document, LongLinesAndManyOfThem) {
 }
 
 TEST(Document, Values) {
-  const OBJDocument document =
-      documentOf("v 0.1 -2e-3 +1e39 0.25 0.5 0.75\nv 1 2 3 4 5\nv 1,5 x\nv nan -inf .5\nvt 0.1\nvt 1 2 3\n");
+  const OBJDocument document = documentOf(
+      "v 0.1 -2e-3 +1e39 0.25 0.5 0.75\nv 1 2 3 4 5\nv 1,5 x\nv nan -inf .5 #1 2 3\nvt 0.1 #7\nvt 1 2 3\n");
   std::vector<double> d;
   std::vector<float> f;
   constexpr double kInf = std::numeric_limits<double>::infinity();

@@ -37,7 +37,9 @@ TEST(FixParts, MakesNumbersOfWords) {
       {"1e39 -1e400 3.4e38", "3.4028235e+38 -3.4028235e+38 3.4e38", "number-out-of-range"},
       {"400000000000000000000000000000000000000 0 1e-99", "3.4028235e+38 0 1e-99", "number-out-of-range"},
       {"1 2 3 0.5 0.25 1", "1 2 3 0.5 0.25 1", ""},
-      {"1 2 3 0,5 # note", "1 2 3 0.5", "number-with-comma extra-words"},
+      {"1 2 3 0,5 # note", "1 2 3 0.5", "number-with-comma trailing-comment"},
+      {"1,2,3 #4 5", "1 2 3", "number-with-comma trailing-comment"},
+      {"1 2 # 3", "1 2 0", "number-missing trailing-comment"},
       {"1 2 nan", "1 2", "extra-words", VectorKind::texture},
       {"1\f2\v3", "1 2 3", ""},
   };

@@ -287,6 +287,8 @@ TEST(Fix, SaysWhatItDoes) {
       {v + "g\tA\n" + f, v + "g A\n" + f, "tab-after-keyword"},
       {v + "f 1// 2// 3//\n", v + f, "empty-part"},
       {v + "f 1 2 9\nf 1 2 0\nf 1 x 3\nf 1 2\n" + f, v + f, "element-index*3 few-corners"},
+      {v + "vt 0 1 #\nf 1/1 2/1 3/1 # a\\\nf 1 2 3\n", v + "vt 0 1\nf 1/1 2/1 3/1\n",
+       "continuation-line trailing-comment*2"},
       {v + "g\n" + f, v + "g default\n" + f, "name-missing"},
       // Corners that the host would leave out, and faces that come to a vertex again.
       {v + "f 1 1 2 3 3 1\n", v + f, "repeated-corner*3"},

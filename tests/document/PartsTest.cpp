@@ -361,12 +361,13 @@ TEST(Diff, TellsMovesAndMemberships) {
 
 TEST(Replace, ChangesPositionsAlone) {
   const OBJDocument model =
-      documentOf("# m\nv 0 0 0 0.5 0.25 1\nv 1 0 0 2\nv 0 1 0\nv 7 7 7\nvt .5 .50\ng a\nf 1/1 2/1 3/1\n");
-  const OBJDocument positions = documentOf("v 1.50 -0 1e1 9 9 9\nv 2 3\nv\t4 5 \\\n 6\n");
+      documentOf("# m\nv 0 0 0 0.5 0.25 1\nv 1 0 0 2\nv 0 1 # 0\nv 7 7 7\nvt .5 .50\ng a\nf 1/1 2/1 3/1\n");
+  const OBJDocument positions = documentOf("v 1.50 -0 1e1 9 9 9\nv 2 # 3\nv\t4 5 \\\n 6\n");
   StringSink sink;
   ASSERT_TRUE(writeWithPositions(model, positions, {}, sink));
-  EXPECT_EQ(sink.text,
-            "# m\nv 1.50 -0 1e1 0.5 0.25 1\nv 2 3 0 2\nv 4 5 6\nv 7 7 7\nvt .5 .50\ng a\nf 1/1 2/1 3/1\n");
+  EXPECT_EQ(
+      sink.text,
+      "# m\nv 1.50 -0 1e1 0.5 0.25 1\nv 2 0 0 2\nv 4 5 6 # 0\nv 7 7 7\nvt .5 .50\ng a\nf 1/1 2/1 3/1\n");
 }
 
 TEST(Companions, FollowTheFile) {

@@ -14,8 +14,8 @@ inline std::string randomText(Random& random) {
       "xyz",   "call", "1",        "2",       "3",      "4",     "-1",   "-2",         "0",   "1/1",
       "2/2/2", "3//3", "-1/-1/-1", "1/",      "2//",    "/1",    "off",  "7",          "1.5", "99999999999",
       "a",     "b",    "default",  "4/4/4/4", "+2",     "12/12", "\\",   "00000000003"};
-  const std::vector<std::string> ends = {"\n", "\n",   "\n",  "\n",     "\r\n",
-                                         "\r", "\\\n", " \n", "\\\r\n", " \\\n \t"};
+  const std::vector<std::string> ends = {"\n",   "\n",  "\n",     "\n",       "\r\n",   "\r",
+                                         "\\\n", " \n", "\\\r\n", " \\\n \t", " #4 2\n"};
   std::string text = below(random, 8) == 0 ? "\xEF\xBB\xBF" : "";
   const std::uint32_t lines = below(random, 40);
   for (std::uint32_t i = 0; i < lines; ++i) {

@@ -37,6 +37,7 @@ constexpr FoundRow kFound[] = {
     {FindingKind::smoothingMalformed, FixKind::smoothingMalformed},
     {FindingKind::nulByte, FixKind::nulByte},
     {FindingKind::oldFace, FixKind::oldFace},
+    {FindingKind::trailingComment, FixKind::trailingComment},
 };
 
 constexpr FixKind kindOf(OBJStatement::Kind kind) {

@@ -90,6 +90,14 @@ FixKindBits repairVector(VectorKind kind, std::string& text) {
   FixKindBits doubts = 0;
   {
     LineWords words(text);
+    while (!words.nextValue().empty()) continue;
+    if (const std::string_view comment = words.rest(); !comment.empty()) {
+      text.resize(static_cast<std::size_t>(comment.data() - text.data()));
+      doubts |= fixBit(FixKind::trailingComment);
+    }
+  }
+  {
+    LineWords words(text);
     const std::string_view only = words.next();
     if (words.next().empty() && only.find(',') != std::string_view::npos && isCommaList(only, 3)) {
       std::replace(text.begin(), text.end(), ',', ' ');
