@@ -3,6 +3,7 @@
 import json
 import os
 import resource
+import shutil
 import signal as signals
 import struct
 import subprocess
@@ -135,6 +136,31 @@ class ModelTest(ToolCase):
         self.write("gone.obj", "mtllib gone.mtl\n" + text)
         result = self.run_tool("export", "gone.obj", "-o", "mat/gone.obj")
         self.assertEqual(result.stderr, b"smthgrp: warning: gone.mtl: the material library is not there; its name stays as it is\n")
+
+    def test_copies_that_clash(self):
+        os.mkdir(self.path("D"))
+        for folder, material in zip("ABE", ("red", "blue", "red")):
+            os.mkdir(self.path(folder))
+            self.write(f"{folder}/m.mtl", f"newmtl {material}\nmap_Kd t.png\n")
+            self.write(f"{folder}/n.mtl", f"newmtl {folder}\nmap_Kd ./t.png\n")
+            self.write(f"{folder}/t.png", material)
+            for library in "mn":
+                self.write(f"{folder}/{library}.obj", f"mtllib {library}.mtl\n{TRIANGLE}f 1 2 3\n")
+        self.write("A/two.obj", f"mtllib ../B/m.mtl ../E/m.mtl\n{TRIANGLE}g a\nf 1 2 3\n")
+        self.succeed("merge", "A/m.obj", "E/m.obj", "A/m.obj", "-o", "D/o.obj", "--copy-materials")
+        self.assertEqual(sorted(os.listdir(self.path("D"))), ["m.mtl", "o.obj", "t.png"])
+        self.assertEqual(self.read("D/o.obj").count(b"mtllib"), 1, "files of the same bytes are one")
+        self.refuse(1, "D/m.mtl: is there and is not B/m.mtl; it is not written over", "merge", "A/m.obj", "B/m.obj", "-o", "D/o.obj",
+                    "--copy-materials")
+        shutil.rmtree(self.path("D"))
+        os.mkdir(self.path("D"))
+        for line, target, first, second in (
+                ("merge A/m.obj E/m.obj B/m.obj -o D/o.obj", "D/m.mtl", "A/m.mtl", "B/m.mtl"),
+                ("merge A/m.obj B/n.obj -o D/o.obj", "D/./t.png", "A/t.png", "B/./t.png"),
+                ("export A/two.obj -o D/o.obj", "D/m.mtl", "A/../B/m.mtl", "A/../E/m.mtl"),
+                ("split A/two.obj -o D", "D/m.mtl", "A/../B/m.mtl", "A/../E/m.mtl")):
+            self.refuse(1, f"{target}: would be a copy of {first} and of {second}, which differ", *line.split(), "--copy-materials")
+            self.assertEqual(os.listdir(self.path("D")), [], "nothing is written")
 
     def test_replace_and_diff(self):
         self.write("m.obj", MODEL)

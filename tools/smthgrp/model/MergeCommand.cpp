@@ -71,7 +71,7 @@ void run(const Request& request) {
   for (const std::string& model : request.models) openOutput(*output, model);
   std::vector<WavefrontOBJ::OBJDocument> documents(request.models.size());
   std::vector<const WavefrontOBJ::OBJDocument*> list;
-  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
+  WavefrontOBJ::Companions companions;
   WavefrontOBJ::MergeOptions options;
   bool stayed = true;
   for (std::size_t i = 0; i < documents.size(); ++i) {
@@ -79,7 +79,7 @@ void run(const Request& request) {
     list.push_back(&documents[i]);
     if (output->isDirect()) continue;
     std::vector<std::string> names =
-        takeLibraries(documents[i], request.options, WavefrontOBJ::folderPrefix(request.output), outputs);
+        planLibraries(documents[i], request.options, WavefrontOBJ::folderPrefix(request.output), companions);
     stayed = stayed && names.empty();
     if (names.empty()) {
       for (const WavefrontOBJ::OBJLibrary& library : documents[i].libraries()) names.push_back(library.text);
@@ -87,6 +87,8 @@ void run(const Request& request) {
     options.libraries.push_back(std::move(names));
   }
   if (stayed) options.libraries.clear();
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
+  require(makeCopies(companions, outputs));
   options.concatenate = request.concatenate;
   options.weld = request.weld;
   WavefrontOBJ::MergeReport merged;
