@@ -11,6 +11,9 @@
 
 namespace WavefrontOBJ {
 
+/// A material of no library, as exporters of other programs name it.
+inline constexpr std::string_view kNoMaterial = "(null)";
+
 /// What a material library (MTL file) says, by the format's published rules.
 struct MaterialLibrary {
   struct Name {

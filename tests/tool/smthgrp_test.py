@@ -133,9 +133,11 @@ class ModelTest(ToolCase):
         self.assertEqual(self.read("some/smoothing_off.obj").count(b"\nf "), 2)
         self.assertEqual(self.succeed("split", self.write("bare.obj", TRIANGLE), "-o", "n"), "n: 1 file written\n")
         self.refuse(1, "no.obj: there is nothing in the model to write", "split", self.write("no.obj", "# a\n"), "-o", "n")
-        self.write("gone.obj", "mtllib gone.mtl\n" + text)
+        self.write("gone.obj", "mtllib gone.mtl\n" + text + "usemtl (null)\nf 1 2 3\nusemtl blue\nf 1 2 3\n")
         result = self.run_tool("export", "gone.obj", "-o", "mat/gone.obj")
-        self.assertEqual(result.stderr, b"smthgrp: warning: gone.mtl: the material library is not there; its name stays as it is\n")
+        self.assertEqual(result.stderr.decode().splitlines(), [
+            "smthgrp: note: gone.obj: 2 places left out, the first in line 1: material library missing or unreadable; see smthgrp lint",
+            "smthgrp: warning: gone.mtl: the material library is not there; its name stays as it is"])
 
     def test_copies_that_clash(self):
         os.mkdir(self.path("D"))

@@ -19,8 +19,6 @@ constexpr std::string_view kLibraryWord = "mtllib ";
 constexpr std::string_view kDefaultName = "default";
 /// Materials that the host has room for.
 constexpr std::size_t kMostMaterials = std::size_t{1} << 20;
-/// A material of no library. Exporters of other programs write it so.
-constexpr std::string_view kNoMaterial = "(null)";
 
 std::uint64_t groupKey(std::int32_t groupSet, std::int32_t object) {
   return std::uint64_t{static_cast<std::uint32_t>(groupSet)} << 32 | static_cast<std::uint32_t>(object);

@@ -60,12 +60,12 @@ struct Account {
   bool hostDiffers = false;
 };
 
-/// What the read has found, and of the numbers, which are looked at for the bounding box anyway.
+/// What the read has found, and of the numbers and libraries, which are looked at anyway.
 Findings findingsOf(const OBJDocument& document) {
   Findings findings(1);
   ProgressBar bar("checking " + document.source().name());
   WavefrontOBJ::LintOptions options;
-  options.geometry = options.materials = false;
+  options.geometry = false;
   options.progress = bar.progress();
   require(lint(document, options, findings));
   findings.add(document.findings());

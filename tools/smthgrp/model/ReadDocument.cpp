@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "document/Lint.h"
 #include "plugin/CallLimits.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/ProgressBar.h"
@@ -25,8 +26,15 @@ std::string inputName(const std::string& path) {
 
 WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document) {
   WavefrontOBJ::Result result = tryReadDocument(path, document, 1);
-  const std::string text = findingsLine(document.findings());
-  if (result && !text.empty()) tellReading(inputName(path), text + "; see smthgrp lint");
+  if (!result) return result;
+  WavefrontOBJ::Findings findings(1);
+  WavefrontOBJ::LintOptions materials;
+  materials.numbers = materials.geometry = false;
+  result = lint(document, materials, findings);
+  findings.add(document.findings());
+  if (const std::string text = findingsLine(findings); !text.empty()) {
+    tellReading(inputName(path), text + "; see smthgrp lint");
+  }
   return result;
 }
 
