@@ -164,6 +164,18 @@ class ModelTest(ToolCase):
             self.refuse(1, f"{target}: would be a copy of {first} and of {second}, which differ", *line.split(), "--copy-materials")
             self.assertEqual(os.listdir(self.path("D")), [], "nothing is written")
 
+    def test_materials_that_clash(self):
+        for name, library, text in (
+                ("a", "a.mtl", "newmtl red\nKd 1  0 0\n# one\nnewmtl odd\nKd 0 0 0\nnewmtl same\nd 1\nnewmtl red\nd 0\n"),
+                ("b", "b.mtl", "newmtl same\n\nd\t1\nnewmtl odd\nKd 1 1 1\nnewmtl red\n kd 1 0 \\\n0\n"),
+                ("c", "c.mtl a.mtl", "newmtl same\nd 1\nnewmtl red\nKd 1 0 0\nKs 1 1 1\n"), ("d", "c.mtl none.mtl", "")):
+            self.write(name + ".mtl", text)
+            self.write(name + ".obj", f"mtllib {library}\n{TRIANGLE}usemtl {'same' if name == 'd' else 'red'}\nf 1 2 3\n")
+        self.succeed("merge", "a.obj", "b.obj", "-o", "o.obj")
+        result = self.run_tool("--quiet", "merge", "a.obj", "b.obj", "c.obj", "d.obj", "c.obj", "-o", "o.obj")
+        self.assertEqual((result.returncode, result.stderr.decode()), (
+            0, 'smthgrp: warning: material "red": is not the same in a.mtl and in c.mtl; all of its faces get one of them\n'))
+
     def test_replace_and_diff(self):
         self.write("m.obj", MODEL)
         self.write("p.obj", MODEL.replace("v 5 5 5", "v 5.0 5 7.50") + "g new\nusemtl m\nf 1 2 4\n")

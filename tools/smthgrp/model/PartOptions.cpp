@@ -47,10 +47,6 @@ std::vector<std::string> namesOf(const OBJDocument& document, Division division)
   return names;
 }
 
-void warn(const std::string& text) {
-  std::fprintf(stderr, "smthgrp: warning: %s\n", printable(text).c_str());
-}
-
 std::string complaint(const OBJDocument& document, const WavefrontOBJ::UnmatchedPattern& unmatched) {
   const std::string noun = nounOf(unmatched.division);
   const std::string& word = unmatched.word;
@@ -130,7 +126,7 @@ std::vector<std::string> planLibraries(const OBJDocument& document, const PartOp
   if (options.noMaterials) return {};
   WavefrontOBJ::Companions own;
   require(planCompanions(document, folder, options.copyMaterials, own, companions.copies));
-  for (const std::string& warning : own.warnings) warn(warning);
+  for (const std::string& warning : own.warnings) tellWarning(warning);
   companions.copies.insert(companions.copies.end(), own.copies.begin(), own.copies.end());
   return std::move(own.libraries);
 }
