@@ -237,6 +237,16 @@ class ModelTest(ToolCase):
             self.assertEqual(self.succeed("export", "m.obj", "-o", "o.obj", "--as-host", *arguments, notes=notes), f"o.obj: {said}\n")
             self.assertEqual(self.read("o.obj").decode().splitlines()[5:], lines)
 
+    def test_standard_input_as_host(self):
+        self.write("m.obj", MODEL + "xyz\n")
+        self.write("p.obj", MODEL)
+        for line in ("info {} --as-host", "export {} -o o.obj -g a --as-host", "split {} -o parts --as-host",
+                     "replace {} p.obj -o o.obj --as-host", "mesh {} --mask a", "export {} -o o.obj -g 9 --as-host"):
+            wanted, got = (self.run_tool(*line.format(model).split(), input=self.read("m.obj")) for model in ("m.obj", "-"))
+            self.assertIn(b"m.obj", wanted.stdout + wanted.stderr)
+            for ours, theirs in (got.stdout, wanted.stdout), (got.stderr, wanted.stderr):
+                self.assertEqual(ours, theirs.replace(b"m.obj", b"standard input"))
+
     def test_choice_as_host(self):
         self.write("m.obj", MODEL)
         self.write("many.obj", TRIANGLE + "".join(f"s {i}\nf 1 2 3\n" for i in range(1, 14)))
@@ -426,6 +436,7 @@ class ModelTest(ToolCase):
                 ("info --libary x", 'there is no option "--libary"; did you mean "--library"? See smthgrp info --help'),
                 ("export m.obj -o x -s 1 -g a --as-host", "--as-host takes one --group or one --smoothing-group"),
                 ("export m.obj -o x -s abc --as-host", '--as-host takes the number of a smoothing group, not "abc"'),
+                ("replace m.obj - -o x --as-host", "with --as-host the positions cannot be read from standard input"),
                 ("replace m.obj m.obj -o x --force --as-host", "--force does not go with --as-host; see smthgrp replace --help"),
                 ("split m.obj -o x --by colour", "--by: colour not in {group,material,object,smoothing}; see smthgrp split --help"),
                 ("diff - -", "only one of the models can be read from standard input"),

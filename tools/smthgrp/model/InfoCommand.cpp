@@ -269,7 +269,7 @@ void printTables(const DocumentSummary& summary) {
 void describe(const PluginOptions& plugin, const Request& request, const std::string& path) {
   if (request.asHost) {
     PluginLibrary library(plugin.file);
-    return printHostInfo(library, path == kStandardInput ? "/dev/stdin" : path, request.json, request.all);
+    return printHostInfo(library, path, request.json, request.all);
   }
   OBJDocument document;
   require(tryReadDocument(path, document, 1));

@@ -20,10 +20,6 @@ void addThreads(CommandLine& line) {
       ->check(CLI::Range(1U, 64U).description(""));
 }
 
-std::string inputName(const std::string& path) {
-  return path == kStandardInput ? "standard input" : path;
-}
-
 WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document) {
   WavefrontOBJ::Result result = tryReadDocument(path, document, 1);
   if (!result) return result;
