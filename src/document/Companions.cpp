@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
 
 #include "document/Materials.h"
@@ -38,6 +39,8 @@ bool staysInside(const fs::path& path) {
 }
 
 Result sameContent(const std::string& a, const std::string& b, bool& same) {
+  same = isSameFile(a, b);
+  if (same) return {};
   Source sources[2];
   Result result = sources[0].open(a);
   if (result) result = sources[1].open(b);
@@ -54,10 +57,18 @@ Result sameContent(const std::string& a, const std::string& b, bool& same) {
   return {};
 }
 
+/// The same for all ways to write a path.
+std::string placeOf(const std::string& path) {
+  return fs::path(path).lexically_normal().string();
+}
+
 class Planner {
  public:
-  Planner(const OBJDocument& document, const std::string& folder, Companions& companions)
-      : document_(document), folder_(folder), companions_(companions) {}
+  Planner(const OBJDocument& document, const std::string& folder, Companions& companions,
+          std::span<const CompanionCopy> others)
+      : document_(document), folder_(folder), companions_(companions) {
+    for (const CompanionCopy& copy : others) taken_.emplace(placeOf(copy.to), copy.from);
+  }
 
   Result run(bool copy) {
     const std::string& name = document_.source().name();
@@ -104,18 +115,17 @@ class Planner {
   /// `target` is relative to the new folder.
   Result takeAlong(const std::string& from, const std::string& target) {
     const std::string to = folder_ + target;
-    for (const CompanionCopy& copy : companions_.copies) {
-      if (copy.to != to) continue;
-      if (isSameFile(copy.from, from)) return {};
-      return {Status::writeFailed, from + ": would be copied to " + to + ", as " + copy.from + " is"};
+    bool same = false;
+    if (const auto [taken, isNew] = taken_.emplace(placeOf(to), from); !isNew) {
+      if (Result result = sameContent(from, taken->second, same); !result || same) return result;
+      return {Status::writeFailed,
+              to + ": would be a copy of " + taken->second + " and of " + from + ", which differ"};
     }
     std::error_code ignored;
     if (fs::exists(to, ignored)) {
-      bool same = isSameFile(from, to);
-      if (!same && isFile(to)) {
-        if (Result result = sameContent(from, to, same); !result) return result;
+      if (isFile(to)) {
+        if (Result result = sameContent(from, to, same); !result || same) return result;
       }
-      if (same) return {};
       return {Status::writeFailed, to + ": is there and is not " + from + "; it is not written over"};
     }
     companions_.copies.push_back({from, to});
@@ -148,16 +158,17 @@ class Planner {
   const OBJDocument& document_;
   const std::string& folder_;
   Companions& companions_;
+  std::unordered_map<std::string, std::string> taken_;  ///< what each place gets a copy of
 };
 
 }  // namespace
 
 Result planCompanions(const OBJDocument& document, const std::string& folder, bool copy,
-                      Companions& companions) {
+                      Companions& companions, std::span<const CompanionCopy> others) {
   try {
     companions = {};
     const std::string prefix = folder.empty() || folder.ends_with('/') ? folder : folder + '/';
-    return Planner(document, prefix, companions).run(copy);
+    return Planner(document, prefix, companions, others).run(copy);
   } catch (const std::bad_alloc&) {
     return {Status::outOfMemory, document.source().name() + ": out of memory"};
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,12 +30,13 @@ struct Companions {
 /// Looks for the libraries of `document` beside it. Without `copy` their names are made relative to `folder`,
 /// where the new file is to lie; with `copy` they and their textures are to be copied there, under the names
 /// that they have relative to the document, or by their own name where those lead elsewhere. A library that
-/// is not there keeps its name, with a warning. Fails with `Status::writeFailed` when a copy would replace
-/// another file, otherwise as sources do.
+/// is not there keeps its name, with a warning. Fails with `Status::writeFailed` when a copy would replace a
+/// file of other content, one that is there or one of those to come, otherwise as sources do.
 ///
-/// `folder` is a path, "" for the current folder.
+/// `folder` is a path, "" for the current folder; `others` are copies planned for other documents, to be made
+/// together with these, which has none of them twice.
 KSMTH_API Result planCompanions(const OBJDocument& document, const std::string& folder, bool copy,
-                                Companions& companions);
+                                Companions& companions, std::span<const CompanionCopy> others = {});
 
 /// Makes the copies that are planned, as finished outputs behind those that `outputs` has, to be committed
 /// with them, and the folders that they lie in.

@@ -46,6 +46,7 @@ enum class FixKind : std::uint8_t {
   vertexMetAgain,
   objectGroup,
   oneName,
+  oneNameMet,
   nameBackslash,
   nameLong,
   libraryName,
@@ -138,6 +139,8 @@ inline constexpr FixRow kFixKinds[] = {
     // Names.
     {FixKind::objectGroup, "object-group", FixEffect::rewritten, "object made a group"},
     {FixKind::oneName, "one-name", FixEffect::rewritten, "several group names made one"},
+    {FixKind::oneNameMet, "one-name-met", FixEffect::rewritten,
+     "name made of several that another group has too: the groups become one"},
     {FixKind::nameBackslash, "name-backslash", FixEffect::rewritten,
      "backslash at a name's end, which would continue the line, made \"_\""},
     {FixKind::nameLong, "name-long", FixEffect::rewritten, "name too long for a line shortened"},

@@ -215,7 +215,7 @@ void Linter::materials() {
   }
   for (const OBJName& material : document_.materials()) {
     // One without a name has a finding of its own.
-    if (!material.text.empty() && !names.contains(material.text))
+    if (!material.text.empty() && material.text != kNoMaterial && !names.contains(material.text))
       add(FindingKind::materialMissing, material.offset, 0, material.text);
   }
 }

@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <iterator>
 #include <new>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
 
 #include "document/LogicalLine.h"
 #include "document/NumberText.h"
@@ -73,11 +77,18 @@ std::string existingPath(const std::string& folder, const std::string& name) {
 void takeLine(LineWords words, std::uint64_t number, MaterialLibrary& library) {
   const std::string keyword = lowerText(words.next());
   if (keyword == "newmtl") {
-    library.materials.push_back({joinedText(words.rest()), number});
+    library.materials.push_back({joinedText(words.rest()), number, {}});
     return;
   }
   const std::size_t material =
       library.materials.empty() ? MaterialLibrary::kNo : library.materials.size() - 1;
+  if (material != MaterialLibrary::kNo && !keyword.empty() && keyword[0] != '#') {
+    std::string& definition = library.materials[material].definition.append(keyword);
+    LineWords ahead = words;
+    for (std::string_view word = ahead.next(); !word.empty(); word = ahead.next())
+      definition.append(" ").append(word);
+    definition += '\n';
+  }
   if (keyword.starts_with("map_") ||
       std::find(std::begin(kTextureWords), std::end(kTextureWords), keyword) != std::end(kTextureWords)) {
     std::string name = textureName(words);
@@ -177,6 +188,38 @@ std::vector<std::string> libraryPaths(const OBJDocument& document) {
     i = end;
   }
   return paths;
+}
+
+std::vector<MaterialClash> materialClashes(std::span<const OBJDocument* const> documents) {
+  std::unordered_set<std::string_view> used;
+  for (const OBJDocument* const document : documents) {
+    for (const OBJName& material : document->materials()) used.insert(material.text);
+  }
+  struct Definition {
+    const MaterialLibrary* library;
+    const std::string* text;
+  };
+  std::unordered_map<std::string, MaterialLibrary> libraries;
+  std::unordered_map<std::string_view, Definition> first;
+  std::set<std::pair<std::string_view, const MaterialLibrary*>> told;
+  std::vector<MaterialClash> clashes;
+  for (const OBJDocument* const document : documents) {
+    std::unordered_set<std::string_view> own;
+    for (const std::string& path : libraryPaths(*document)) {
+      const auto [row, isNew] = libraries.try_emplace(path);
+      const MaterialLibrary& library = row->second;
+      // One that is not there has no materials.
+      if (isNew && !path.empty()) static_cast<void>(readMaterialLibrary(path, row->second));
+      for (const MaterialLibrary::Name& material : library.materials) {
+        if (used.count(material.text) == 0 || !own.insert(material.text).second) continue;
+        const Definition& known =
+            first.try_emplace(material.text, &library, &material.definition).first->second;
+        if (*known.text == material.definition || !told.emplace(material.text, &library).second) continue;
+        clashes.push_back({material.text, {known.library->path, path}});
+      }
+    }
+  }
+  return clashes;
 }
 
 }  // namespace WavefrontOBJ

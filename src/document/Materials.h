@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,11 +12,15 @@
 
 namespace WavefrontOBJ {
 
+/// A material of no library, as exporters of other programs name it.
+inline constexpr std::string_view kNoMaterial = "(null)";
+
 /// What a material library (MTL file) says, by the format's published rules.
 struct MaterialLibrary {
   struct Name {
     std::string text;
     std::uint64_t line = 0;  ///< from 1
+    std::string definition;  ///< the statements up to the next, a line each, one blank between their words
   };
   /// A texture that a material names: the file name behind the options of "map_..." and the like.
   struct Texture {
@@ -58,5 +63,15 @@ KSMTH_API Result readMaterialLibrary(const std::string& path, MaterialLibrary& l
 /// each but are one file with blanks between them are joined: the answer of the first is that file, and
 /// those of the others are empty.
 KSMTH_API std::vector<std::string> libraryPaths(const OBJDocument& document);
+
+/// A material that two documents have in libraries which do not define it alike.
+struct MaterialClash {
+  std::string name;
+  std::string libraries[2];  ///< their paths, in the order of the documents
+};
+
+/// The materials that some document uses and that libraries of several documents define, each in other words,
+/// in order. Of a document's own libraries the first that has a material counts. May throw std::bad_alloc.
+KSMTH_API std::vector<MaterialClash> materialClashes(std::span<const OBJDocument* const> documents);
 
 }  // namespace WavefrontOBJ

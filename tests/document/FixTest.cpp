@@ -302,6 +302,10 @@ TEST(Fix, SaysWhatItDoes) {
        v + "o left arm\ng left_arm\n" + f + "g left_arm hand\n" + f + "g left_arm\n" + f, "object-group*3",
        with(true, false)},
       {v + "o a\ng left ear\n" + f, v + "o a\ng a left_ear\n" + f, "object-group one-name", with(true, true)},
+      {v + "g left ear\n" + f + "g left_ear\n" + f + "g left ear\n" + f + "g right ear\n" + f + "g a b_c\n" +
+           f + "g a_b c\n" + f,
+       v + "g left_ear\n" + f + f + f + "g right_ear\n" + f + "g a_b_c\n" + f + f,
+       "one-name*4 one-name-met*2", with(false, true)},
       {v + "o a\n" + f + "o\n" + f, v + "o a\n" + f + "o default\n" + f,
        "name-missing no-object object-name"},
       {v + "usemtl a b\n" + f + "usemtl\n" + f, v + "usemtl a b\n" + f + "usemtl (null)\n" + f,

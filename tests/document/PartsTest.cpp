@@ -414,6 +414,14 @@ TEST(Companions, FollowTheFile) {
   folder.write("out/b.png", "in/b.png");
   ASSERT_TRUE(planCompanions(document, folder.path("out"), true, plan));
   EXPECT_EQ(plan.copies.size(), 5U);
+  // So do copies planned for other documents.
+  std::vector<CompanionCopy> others{{path, folder.path("out/old/../a.mtl")}};
+  EXPECT_EQ(relative(planCompanions(document, folder.path("out"), true, plan, others).text),
+            "out/a.mtl: would be a copy of in/m.obj and of in/a.mtl, which differ");
+  others = {{folder.path("out.png"), folder.path("out/e.mtl")},
+            {folder.path("in/a.mtl"), folder.path("out//a.mtl")}};
+  EXPECT_EQ(relative(planCompanions(document, folder.path("out"), true, plan, others).text),
+            "out/e.mtl: would be a copy of out.png and of in/../other/e.mtl, which differ");
   folder.write("out/b.png", "in/B.png");
   EXPECT_EQ(relative(planCompanions(document, folder.path("out"), true, plan).text),
             "out/b.png: is there and is not in/b.png; it is not written over");

@@ -3,6 +3,7 @@
 import json
 import os
 import resource
+import shutil
 import signal as signals
 import struct
 import subprocess
@@ -132,9 +133,48 @@ class ModelTest(ToolCase):
         self.assertEqual(self.read("some/smoothing_off.obj").count(b"\nf "), 2)
         self.assertEqual(self.succeed("split", self.write("bare.obj", TRIANGLE), "-o", "n"), "n: 1 file written\n")
         self.refuse(1, "no.obj: there is nothing in the model to write", "split", self.write("no.obj", "# a\n"), "-o", "n")
-        self.write("gone.obj", "mtllib gone.mtl\n" + text)
+        self.write("gone.obj", "mtllib gone.mtl\n" + text + "usemtl (null)\nf 1 2 3\nusemtl blue\nf 1 2 3\n")
         result = self.run_tool("export", "gone.obj", "-o", "mat/gone.obj")
-        self.assertEqual(result.stderr, b"smthgrp: warning: gone.mtl: the material library is not there; its name stays as it is\n")
+        self.assertEqual(result.stderr.decode().splitlines(), [
+            "smthgrp: note: gone.obj: 2 places left out, the first in line 1: material library missing or unreadable; see smthgrp lint",
+            "smthgrp: warning: gone.mtl: the material library is not there; its name stays as it is"])
+
+    def test_copies_that_clash(self):
+        os.mkdir(self.path("D"))
+        for folder, material in zip("ABE", ("red", "blue", "red")):
+            os.mkdir(self.path(folder))
+            self.write(f"{folder}/m.mtl", f"newmtl {material}\nmap_Kd t.png\n")
+            self.write(f"{folder}/n.mtl", f"newmtl {folder}\nmap_Kd ./t.png\n")
+            self.write(f"{folder}/t.png", material)
+            for library in "mn":
+                self.write(f"{folder}/{library}.obj", f"mtllib {library}.mtl\n{TRIANGLE}f 1 2 3\n")
+        self.write("A/two.obj", f"mtllib ../B/m.mtl ../E/m.mtl\n{TRIANGLE}g a\nf 1 2 3\n")
+        self.succeed("merge", "A/m.obj", "E/m.obj", "A/m.obj", "-o", "D/o.obj", "--copy-materials")
+        self.assertEqual(sorted(os.listdir(self.path("D"))), ["m.mtl", "o.obj", "t.png"])
+        self.assertEqual(self.read("D/o.obj").count(b"mtllib"), 1, "files of the same bytes are one")
+        self.refuse(1, "D/m.mtl: is there and is not B/m.mtl; it is not written over", "merge", "A/m.obj", "B/m.obj", "-o", "D/o.obj",
+                    "--copy-materials")
+        shutil.rmtree(self.path("D"))
+        os.mkdir(self.path("D"))
+        for line, target, first, second in (
+                ("merge A/m.obj E/m.obj B/m.obj -o D/o.obj", "D/m.mtl", "A/m.mtl", "B/m.mtl"),
+                ("merge A/m.obj B/n.obj -o D/o.obj", "D/./t.png", "A/t.png", "B/./t.png"),
+                ("export A/two.obj -o D/o.obj", "D/m.mtl", "A/../B/m.mtl", "A/../E/m.mtl"),
+                ("split A/two.obj -o D", "D/m.mtl", "A/../B/m.mtl", "A/../E/m.mtl")):
+            self.refuse(1, f"{target}: would be a copy of {first} and of {second}, which differ", *line.split(), "--copy-materials")
+            self.assertEqual(os.listdir(self.path("D")), [], "nothing is written")
+
+    def test_materials_that_clash(self):
+        for name, library, text in (
+                ("a", "a.mtl", "newmtl red\nKd 1  0 0\n# one\nnewmtl odd\nKd 0 0 0\nnewmtl same\nd 1\nnewmtl red\nd 0\n"),
+                ("b", "b.mtl", "newmtl same\n\nd\t1\nnewmtl odd\nKd 1 1 1\nnewmtl red\n kd 1 0 \\\n0\n"),
+                ("c", "c.mtl a.mtl", "newmtl same\nd 1\nnewmtl red\nKd 1 0 0\nKs 1 1 1\n"), ("d", "c.mtl none.mtl", "")):
+            self.write(name + ".mtl", text)
+            self.write(name + ".obj", f"mtllib {library}\n{TRIANGLE}usemtl {'same' if name == 'd' else 'red'}\nf 1 2 3\n")
+        self.succeed("merge", "a.obj", "b.obj", "-o", "o.obj")
+        result = self.run_tool("--quiet", "merge", "a.obj", "b.obj", "c.obj", "d.obj", "c.obj", "-o", "o.obj")
+        self.assertEqual((result.returncode, result.stderr.decode()), (
+            0, 'smthgrp: warning: material "red": is not the same in a.mtl and in c.mtl; all of its faces get one of them\n'))
 
     def test_replace_and_diff(self):
         self.write("m.obj", MODEL)
@@ -196,6 +236,16 @@ class ModelTest(ToolCase):
             notes = [] if arguments else ["o.obj: " + NORMALS]
             self.assertEqual(self.succeed("export", "m.obj", "-o", "o.obj", "--as-host", *arguments, notes=notes), f"o.obj: {said}\n")
             self.assertEqual(self.read("o.obj").decode().splitlines()[5:], lines)
+
+    def test_standard_input_as_host(self):
+        self.write("m.obj", MODEL + "xyz\n")
+        self.write("p.obj", MODEL)
+        for line in ("info {} --as-host", "export {} -o o.obj -g a --as-host", "split {} -o parts --as-host",
+                     "replace {} p.obj -o o.obj --as-host", "mesh {} --mask a", "export {} -o o.obj -g 9 --as-host"):
+            wanted, got = (self.run_tool(*line.format(model).split(), input=self.read("m.obj")) for model in ("m.obj", "-"))
+            self.assertIn(b"m.obj", wanted.stdout + wanted.stderr)
+            for ours, theirs in (got.stdout, wanted.stdout), (got.stderr, wanted.stderr):
+                self.assertEqual(ours, theirs.replace(b"m.obj", b"standard input"))
 
     def test_choice_as_host(self):
         self.write("m.obj", MODEL)
@@ -389,6 +439,7 @@ class ModelTest(ToolCase):
                 ("info --libary x", 'there is no option "--libary"; did you mean "--library"? See smthgrp info --help'),
                 ("export m.obj -o x -s 1 -g a --as-host", "--as-host takes one --group or one --smoothing-group"),
                 ("export m.obj -o x -s abc --as-host", '--as-host takes the number of a smoothing group, not "abc"'),
+                ("replace m.obj - -o x --as-host", "with --as-host the positions cannot be read from standard input"),
                 ("replace m.obj m.obj -o x --force --as-host", "--force does not go with --as-host; see smthgrp replace --help"),
                 ("split m.obj -o x --by colour", "--by: colour not in {group,material,object,smoothing}; see smthgrp split --help"),
                 ("diff - -", "only one of the models can be read from standard input"),

@@ -19,8 +19,6 @@ constexpr std::string_view kLibraryWord = "mtllib ";
 constexpr std::string_view kDefaultName = "default";
 /// Materials that the host has room for.
 constexpr std::size_t kMostMaterials = std::size_t{1} << 20;
-/// A material of no library. Exporters of other programs write it so.
-constexpr std::string_view kNoMaterial = "(null)";
 
 std::uint64_t groupKey(std::int32_t groupSet, std::int32_t object) {
   return std::uint64_t{static_cast<std::uint32_t>(groupSet)} << 32 | static_cast<std::uint32_t>(object);
@@ -104,12 +102,17 @@ std::string Fixer::fixedGroups(const ElementState& state) {
     if (std::erase(names, objectGroup) == 0) report(FixKind::objectGroup, row.offset, row.text);
     if (names.size() == 1 && names[0] == kDefaultName) names.clear();
   }
-  if (options_.oneName && names.size() > 1) {
-    std::string joined;
-    for (const std::string& name : names) joined += (joined.empty() ? "" : "_") + name;
-    report(FixKind::oneName, offset, joined);
-    repairName(joined, kLongestFixedLine - kGroupWord.size(), state.groupSet, offset);
-    names.assign(1, joined);
+  if (options_.oneName && !names.empty()) {
+    std::string apart = names[0];
+    for (std::size_t i = 1; i < names.size(); ++i) apart += " " + names[i];
+    if (names.size() > 1) {
+      std::string joined = inOneWord(apart);
+      report(FixKind::oneName, offset, joined);
+      repairName(joined, kLongestFixedLine - kGroupWord.size(), state.groupSet, offset);
+      names.assign(1, joined);
+    }
+    std::unordered_set<std::string>& made = namesOf_[names[0]];
+    if (made.insert(apart).second && made.size() > 1) report(FixKind::oneNameMet, offset, names[0]);
   }
   if (!objectGroup.empty()) names.insert(names.begin(), objectGroup);
   std::string text;

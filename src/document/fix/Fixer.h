@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "document/DocumentWriter.h"
@@ -61,6 +62,8 @@ class Fixer : private Rewriter {
   Texts materials_;  ///< of those that are written otherwise
   Texts objects_;
   std::unordered_map<std::uint64_t, std::string> groups_;  ///< by group set and object
+  /// What each one name that a "g" line gets was made of: its names with blanks between them.
+  std::unordered_map<std::string, std::unordered_set<std::string>> namesOf_;
   SmoothingNumbers smoothing_;
   std::string before_;                   ///< of a vertex line, as the file has it
   std::size_t run_[kElementKinds] = {};  ///< of the element last asked for

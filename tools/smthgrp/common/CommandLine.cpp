@@ -208,6 +208,10 @@ void tellFailure(const std::string& message) {
   std::fprintf(stderr, "smthgrp: %s\n", printable(message).c_str());
 }
 
+void tellWarning(const std::string& message) {
+  std::fprintf(stderr, "smthgrp: warning: %s\n", printable(message).c_str());
+}
+
 void addInput(CLI::App& command, const char* name, std::string& file, const char* description) {
   command.add_option(name, file, description)->required()->type_name("");
 }

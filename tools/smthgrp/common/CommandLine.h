@@ -56,6 +56,8 @@ class CommandLine {
 
 /// Prints the line of a Failure, for commands that go on with another file.
 void tellFailure(const std::string& message);
+/// The same for what does not keep the command from its work.
+void tellWarning(const std::string& message);
 
 /// A file that the command has to be given by its place on the line.
 void addInput(CLI::App& command, const char* name, std::string& file, const char* description);

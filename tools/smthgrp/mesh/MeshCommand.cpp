@@ -10,6 +10,7 @@
 #include "host/HostMesh.h"
 #include "smthgrp/Commands.h"
 #include "smthgrp/common/Failure.h"
+#include "smthgrp/common/InputFile.h"
 #include "smthgrp/common/LowerCase.h"
 #include "smthgrp/common/SafeOutput.h"
 #include "smthgrp/common/TerminalText.h"
@@ -272,11 +273,12 @@ std::vector<std::string> notesOn(const MeshSession& session, const Request& requ
   return notes;
 }
 
-void run(PluginLibrary& library, const Request& request) {
+void run(PluginLibrary& library, Request request) {
   WavefrontOBJ::Output output(request.output.value_or(""));
   if (request.output) openOutput(output, request.model);
   const FileMaker makeFile = request.output ? fileMaker(output) : nullptr;
   loadModelAndTell(library, request.model);
+  request.model = inputName(request.model);
   const Groups groups{groupNames(library), smoothingGroups(library)};
   const std::vector<Operation> list = operations(request, groups);
 
@@ -347,7 +349,7 @@ void addSteps(CLI::App& command, std::vector<Step>& steps) {
 void addMesh(CommandLine& line, const PluginOptions& plugin) {
   const auto request = std::make_shared<Request>();
   CLI::App& command = line.add("mesh", "Mask and crease a host's mesh by groups of the model", kFooter);
-  addInput(command, "MODEL", request->model, "OBJ file to read");
+  addInput(command, "MODEL", request->model, "OBJ file to read; - for standard input");
   addSteps(command, request->steps);
   command
       .add_option("-o,--output", request->output,

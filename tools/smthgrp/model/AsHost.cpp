@@ -111,19 +111,20 @@ void exportAsHost(PluginLibrary& library, const std::string& model, const std::v
   WavefrontOBJ::Output out(output);
   openOutput(out, model);
   loadModelAndTell(library, model);
+  const std::string name = inputName(model);
   if (!groups.empty()) {
-    exportGroup(library, model, groups[0], out);
+    exportGroup(library, name, groups[0], out);
   } else if (!smoothingGroups.empty()) {
-    exportSmoothingGroup(library, model, smoothingGroups[0], out);
+    exportSmoothingGroup(library, name, smoothingGroups[0], out);
   } else {
-    exportWholeModel(library, model, out);
+    exportWholeModel(library, name, out);
   }
 }
 
 void splitAsHost(PluginLibrary& library, const std::string& model, const std::string& folder) {
   loadModelAndTell(library, model);
   const std::vector<std::string> names = groupNames(library);
-  if (names.empty()) throw Failure(model + ": the model has no groups, there is nothing to write");
+  if (names.empty()) throw Failure(inputName(model) + ": the model has no groups, there is nothing to write");
   const auto newFolder = makeFolder(folder);
   std::vector<std::size_t> skipped;
   std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
@@ -147,17 +148,22 @@ void splitAsHost(PluginLibrary& library, const std::string& model, const std::st
   }
   commitOutputs(outputs);
   reportSkipped(names, skipped);
-  if (outputs.empty()) throw Failure(model + ": no group has a vertex range, nothing was written");
+  if (outputs.empty()) throw Failure(inputName(model) + ": no group has a vertex range, nothing was written");
   std::printf("%s: %s written\n", printable(folder).c_str(), counted(outputs.size(), "file").c_str());
 }
 
 void replaceAsHost(PluginLibrary& library, const std::string& model, const std::string& positions,
                    const std::string& output) {
+  // They are read once more for the reason of a failure.
+  if (positions == kStandardInput) {
+    throw Failure("with --as-host the positions cannot be read from standard input", kUsageError);
+  }
   WavefrontOBJ::Output out(output);
   openOutput(out, model);
   openOutput(out, positions);
   requireReadable(positions);
-  requireWholeModelWritable(loadModelAndTell(library, model), model);
+  const std::string name = inputName(model);
+  requireWholeModelWritable(loadModelAndTell(library, model), name);
   const std::uint32_t wanted = vertexCount(library);
   PluginLibrary::workOn(positions);
   const float answer = library.call("ReplaceOBJVertices", positions.c_str()).value;
@@ -165,9 +171,9 @@ void replaceAsHost(PluginLibrary& library, const std::string& model, const std::
     // The call gives no reason; reading the file as a model does.
     loadModelAndTell(library, positions);
     throw Failure(positions + ": has " + counted(vertexCount(library), "vertex", "vertices") + ", but " +
-                  model + " has " + std::to_string(wanted));
+                  name + " has " + std::to_string(wanted));
   }
-  exportWholeModel(library, model, out);
+  exportWholeModel(library, name, out);
 }
 
 }  // namespace smthgrp

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "smthgrp/common/InputFile.h"
 #include "smthgrp/common/TerminalText.h"
 #include "smthgrp/common/TextTable.h"
 #include "smthgrp/model/ModelCounts.h"
@@ -32,7 +33,7 @@ struct ModelSummary {
 ModelSummary summarise(PluginLibrary& library, const std::string& path) {
   const WavefrontOBJ::OBJModel& model = loadModel(library, path);
   ModelSummary summary;
-  summary.path = path;
+  summary.path = inputName(path);
   const std::vector<std::string> names = groupNames(library);
   for (std::size_t i = 0; i < names.size(); ++i) {
     const float vertices = library.call("GetOBJGroupInfo", "vertexCount", static_cast<double>(i + 1)).value;

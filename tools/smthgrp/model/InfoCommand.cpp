@@ -60,12 +60,12 @@ struct Account {
   bool hostDiffers = false;
 };
 
-/// What the read has found, and of the numbers, which are looked at for the bounding box anyway.
+/// What the read has found, and of the numbers and libraries, which are looked at anyway.
 Findings findingsOf(const OBJDocument& document) {
   Findings findings(1);
   ProgressBar bar("checking " + document.source().name());
   WavefrontOBJ::LintOptions options;
-  options.geometry = options.materials = false;
+  options.geometry = false;
   options.progress = bar.progress();
   require(lint(document, options, findings));
   findings.add(document.findings());
@@ -269,7 +269,7 @@ void printTables(const DocumentSummary& summary) {
 void describe(const PluginOptions& plugin, const Request& request, const std::string& path) {
   if (request.asHost) {
     PluginLibrary library(plugin.file);
-    return printHostInfo(library, path == kStandardInput ? "/dev/stdin" : path, request.json, request.all);
+    return printHostInfo(library, path, request.json, request.all);
   }
   OBJDocument document;
   require(tryReadDocument(path, document, 1));

@@ -60,6 +60,18 @@ void report(const WavefrontOBJ::MergeReport& report, const WavefrontOBJ::Output&
   if (report.welded > 0) note(name + counted(report.welded, "vertex line") + " welded");
 }
 
+void report(const std::vector<WavefrontOBJ::MaterialClash>& clashes) {
+  constexpr std::size_t kMost = 20;
+  for (std::size_t i = 0; i < clashes.size() && i < kMost; ++i) {
+    const WavefrontOBJ::MaterialClash& clash = clashes[i];
+    tellWarning("material " + quoted(clash.name, 60) + ": is not the same in " + clash.libraries[0] +
+                " and in " + clash.libraries[1] + "; all of its faces get one of them");
+  }
+  if (clashes.size() > kMost) {
+    tellWarning(counted(clashes.size() - kMost, "more material") + " not the same in all libraries");
+  }
+}
+
 void run(const Request& request) {
   // Each file stays open.
   rlimit limit{};
@@ -71,7 +83,7 @@ void run(const Request& request) {
   for (const std::string& model : request.models) openOutput(*output, model);
   std::vector<WavefrontOBJ::OBJDocument> documents(request.models.size());
   std::vector<const WavefrontOBJ::OBJDocument*> list;
-  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
+  WavefrontOBJ::Companions companions;
   WavefrontOBJ::MergeOptions options;
   bool stayed = true;
   for (std::size_t i = 0; i < documents.size(); ++i) {
@@ -79,7 +91,7 @@ void run(const Request& request) {
     list.push_back(&documents[i]);
     if (output->isDirect()) continue;
     std::vector<std::string> names =
-        takeLibraries(documents[i], request.options, WavefrontOBJ::folderPrefix(request.output), outputs);
+        planLibraries(documents[i], request.options, WavefrontOBJ::folderPrefix(request.output), companions);
     stayed = stayed && names.empty();
     if (names.empty()) {
       for (const WavefrontOBJ::OBJLibrary& library : documents[i].libraries()) names.push_back(library.text);
@@ -87,6 +99,9 @@ void run(const Request& request) {
     options.libraries.push_back(std::move(names));
   }
   if (stayed) options.libraries.clear();
+  std::vector<std::unique_ptr<WavefrontOBJ::Output>> outputs;
+  require(makeCopies(companions, outputs));
+  const std::vector<WavefrontOBJ::MaterialClash> clashes = WavefrontOBJ::materialClashes(list);
   options.concatenate = request.concatenate;
   options.weld = request.weld;
   WavefrontOBJ::MergeReport merged;
@@ -99,6 +114,7 @@ void run(const Request& request) {
   commitOutputs(outputs);
   announce(*outputs.back(), merged.counts);
   report(merged, *outputs.back());
+  report(clashes);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "document/Companions.h"
 #include "document/Materials.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/ProgressBar.h"
@@ -122,17 +121,23 @@ WavefrontOBJ::WriteOptions writeOptions(const PartOptions& options) {
   return write;
 }
 
+std::vector<std::string> planLibraries(const OBJDocument& document, const PartOptions& options,
+                                       const std::string& folder, WavefrontOBJ::Companions& companions) {
+  if (options.noMaterials) return {};
+  WavefrontOBJ::Companions own;
+  require(planCompanions(document, folder, options.copyMaterials, own, companions.copies));
+  for (const std::string& warning : own.warnings) tellWarning(warning);
+  companions.copies.insert(companions.copies.end(), own.copies.begin(), own.copies.end());
+  return std::move(own.libraries);
+}
+
 std::vector<std::string> takeLibraries(const OBJDocument& document, const PartOptions& options,
                                        const std::string& folder,
                                        std::vector<std::unique_ptr<WavefrontOBJ::Output>>& outputs) {
-  if (options.noMaterials) return {};
   WavefrontOBJ::Companions companions;
-  require(planCompanions(document, folder, options.copyMaterials, companions));
-  for (const std::string& warning : companions.warnings) {
-    std::fprintf(stderr, "smthgrp: warning: %s\n", printable(warning).c_str());
-  }
+  std::vector<std::string> names = planLibraries(document, options, folder, companions);
   require(makeCopies(companions, outputs));
-  return companions.libraries;
+  return names;
 }
 
 void writeAndCommit(const OBJDocument& document, const PartOptions& options,

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "document/Companions.h"
 #include "document/DocumentWriter.h"
 #include "document/Output.h"
 #include "document/Selection.h"
@@ -43,8 +44,12 @@ WavefrontOBJ::Selection selectionOf(const WavefrontOBJ::OBJDocument& document, c
 
 WavefrontOBJ::WriteOptions writeOptions(const PartOptions& options);
 
-/// The names for a document's libraries in `folder`. With --copy-materials they and their textures are added
-/// to `outputs`, written and finished. Prints what cannot be done.
+/// The names for a document's libraries in `folder`. With --copy-materials the copies to be made of them and
+/// their textures are added to those that `companions` has. Prints what cannot be done.
+std::vector<std::string> planLibraries(const WavefrontOBJ::OBJDocument& document, const PartOptions& options,
+                                       const std::string& folder, WavefrontOBJ::Companions& companions);
+
+/// The same for the only document: the copies are added to `outputs`, written and finished.
 std::vector<std::string> takeLibraries(const WavefrontOBJ::OBJDocument& document, const PartOptions& options,
                                        const std::string& folder,
                                        std::vector<std::unique_ptr<WavefrontOBJ::Output>>& outputs);

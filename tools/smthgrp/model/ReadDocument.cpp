@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "document/Lint.h"
 #include "plugin/CallLimits.h"
 #include "smthgrp/common/Failure.h"
 #include "smthgrp/common/ProgressBar.h"
@@ -19,14 +20,17 @@ void addThreads(CommandLine& line) {
       ->check(CLI::Range(1U, 64U).description(""));
 }
 
-std::string inputName(const std::string& path) {
-  return path == kStandardInput ? "standard input" : path;
-}
-
 WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document) {
   WavefrontOBJ::Result result = tryReadDocument(path, document, 1);
-  const std::string text = findingsLine(document.findings());
-  if (result && !text.empty()) tellReading(inputName(path), text + "; see smthgrp lint");
+  if (!result) return result;
+  WavefrontOBJ::Findings findings(1);
+  WavefrontOBJ::LintOptions materials;
+  materials.numbers = materials.geometry = false;
+  result = lint(document, materials, findings);
+  findings.add(document.findings());
+  if (const std::string text = findingsLine(findings); !text.empty()) {
+    tellReading(inputName(path), text + "; see smthgrp lint");
+  }
   return result;
 }
 

@@ -5,21 +5,16 @@
 
 #include "document/OBJDocument.h"
 #include "smthgrp/common/CommandLine.h"
+#include "smthgrp/common/InputFile.h"
 
 namespace smthgrp {
 
 /// The option --threads of all commands.
 void addThreads(CommandLine& line);
 
-/// The path that stands for standard input.
-inline constexpr const char* kStandardInput = "-";
-
-/// `path` as messages call it.
-std::string inputName(const std::string& path);
-
 /// Reads the OBJ file at `path`, `kStandardInput` for what comes in there, as its author wrote it; a bar on
 /// the terminal shows how far. What the answer says begins with the file's name. What the read left out or
-/// doubted is told in one line on standard error.
+/// doubted, and libraries and materials that are not there, are told in one line on standard error.
 WavefrontOBJ::Result tryReadDocument(const std::string& path, WavefrontOBJ::OBJDocument& document);
 
 /// The same without that line, for commands that list what was doubted: `places` of each kind are kept.

@@ -47,11 +47,13 @@ std::uint32_t count(PluginLibrary& library, const char* key, std::uint32_t field
 
 const WavefrontOBJ::OBJModel& loadModel(PluginLibrary& library, const std::string& path) {
   requireReadable(path);
-  PluginLibrary::workOn(path);
-  const PluginLibrary::Answer answer = library.call("LoadOBJFile", path.c_str());
-  if (answer.value < 0) throw Failure(path + ": " + printable(reasonOf(path, answer.text), kReasonWidth));
-  if (library.model() == nullptr) throw Failure(path + ": not enough memory");
-  if (isCutShort(library)) throw Failure(path + ": cannot be read to its end");
+  const std::string name = inputName(path);
+  const std::string file = inputPath(path);
+  PluginLibrary::workOn(name);
+  const PluginLibrary::Answer answer = library.call("LoadOBJFile", file.c_str());
+  if (answer.value < 0) throw Failure(name + ": " + printable(reasonOf(file, answer.text), kReasonWidth));
+  if (library.model() == nullptr) throw Failure(name + ": not enough memory");
+  if (isCutShort(library)) throw Failure(name + ": cannot be read to its end");
   return *library.model();
 }
 
@@ -61,7 +63,7 @@ bool isCutShort(PluginLibrary& library) {
 
 const WavefrontOBJ::OBJModel& loadModelAndTell(PluginLibrary& library, const std::string& path) {
   const WavefrontOBJ::OBJModel& model = loadModel(library, path);
-  tellReading(path, passedOverLine(model._readNotes));
+  tellReading(inputName(path), passedOverLine(model._readNotes));
   return model;
 }
 

@@ -9,8 +9,8 @@
 
 namespace smthgrp {
 
-/// Makes the OBJ file at `path` the library's current model. Throws a Failure that names the file and why it
-/// cannot be read.
+/// Makes the OBJ file at `path`, `kStandardInput` for what comes in there, the library's current model.
+/// Throws a Failure that names the file and why it cannot be read.
 const WavefrontOBJ::OBJModel& loadModel(PluginLibrary& library, const std::string& path);
 /// The same, and says in a line on standard error what the library passed over.
 const WavefrontOBJ::OBJModel& loadModelAndTell(PluginLibrary& library, const std::string& path);
