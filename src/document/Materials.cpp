@@ -213,7 +213,7 @@ std::vector<MaterialClash> materialClashes(std::span<const OBJDocument* const> d
       for (const MaterialLibrary::Name& material : library.materials) {
         if (used.count(material.text) == 0 || !own.insert(material.text).second) continue;
         const Definition& known =
-            first.try_emplace(material.text, &library, &material.definition).first->second;
+            first.try_emplace(material.text, Definition{&library, &material.definition}).first->second;
         if (*known.text == material.definition || !told.emplace(material.text, &library).second) continue;
         clashes.push_back({material.text, {known.library->path, path}});
       }

@@ -14,7 +14,7 @@ TRIANGLE = "v 0 0 0\nv 1 0 0\nv 0 1 0\n"
 MODEL = TRIANGLE + ("v 2 2 -4\nv nan 9 9\nmtllib m.mtl none.mtl\ng a b\ns 3\nusemtl red\nf 1 2 3\nf 1 2 3 4\ng\tC\ns off\no thing\n"
                     "usemtl blue\nf 4 3 2 1 5\nl 1 2\np 1 4\ncurv 0 1 1 2\ncurv 0 1 2 1\nbevel on\nf 1 2\n")
 SHORT = "face of fewer than three corners, line of fewer than two or point without any"
-LEFT_OUT = "4 places left out, the first in line 5: number that is not finite"
+LEFT_OUT = "2 places left out, 2 with something missing, the first in line 5: number that is not finite"
 FAULTS = TRIANGLE + "v 9 9 9\nv 8 8 8\nxyz\u001b\nf 1 2 3 2\r\ng a b\nf 1 2 -3\nf 0\nf 0 1 2\nv 0 0 nan\n"
 
 

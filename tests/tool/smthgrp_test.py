@@ -136,7 +136,7 @@ class ModelTest(ToolCase):
         self.write("gone.obj", "mtllib gone.mtl\n" + text + "usemtl (null)\nf 1 2 3\nusemtl blue\nf 1 2 3\n")
         result = self.run_tool("export", "gone.obj", "-o", "mat/gone.obj")
         self.assertEqual(result.stderr.decode().splitlines(), [
-            "smthgrp: note: gone.obj: 2 places left out, the first in line 1: material library missing or unreadable; see smthgrp lint",
+            "smthgrp: note: gone.obj: 2 places with something missing, the first in line 1: material library missing or unreadable; see smthgrp lint",
             "smthgrp: warning: gone.mtl: the material library is not there; its name stays as it is"])
 
     def test_copies_that_clash(self):

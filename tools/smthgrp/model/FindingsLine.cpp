@@ -1,6 +1,7 @@
 #include "smthgrp/model/FindingsLine.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "smthgrp/common/TerminalText.h"
 
@@ -8,24 +9,32 @@ namespace smthgrp {
 namespace {
 
 using WavefrontOBJ::Finding;
+using WavefrontOBJ::FindingKind;
 using WavefrontOBJ::Severity;
 
 }  // namespace
 
 std::string findingsLine(const WavefrontOBJ::Findings& findings) {
-  const std::uint64_t leftOut = findings.count(Severity::error, false);
-  const std::uint64_t doubted = findings.count(Severity::warning, false);
+  const std::uint64_t missing =
+      findings.count(FindingKind::libraryUnreadable) + findings.count(FindingKind::materialMissing);
+  const std::pair<std::uint64_t, const char*> counts[] = {
+      {findings.count(Severity::error, false) - missing, " left out, "},
+      {findings.count(Severity::warning, false), " doubted, "},
+      {missing, " with something missing, "}};
   const auto first = std::find_if(findings.kept().begin(), findings.kept().end(), [](const Finding& finding) {
     const WavefrontOBJ::FindingRow& row = rowOf(finding.kind);
     return row.severity != Severity::note && !row.hostOnly;
   });
   if (first == findings.kept().end()) return "";
   std::string text;
-  if (leftOut > 0) text = counted(leftOut, "place") + " left out, ";
-  if (doubted > 0) text += (leftOut > 0 ? std::to_string(doubted) : counted(doubted, "place")) + " doubted, ";
+  std::uint64_t all = 0;
+  for (const auto& [count, what] : counts) {
+    if (count > 0) text += (all == 0 ? counted(count, "place") : std::to_string(count)) + what;
+    all += count;
+  }
   // A file that has gone meanwhile does not tell the line any more.
   const std::string line = first->line > 0 ? " in line " + std::to_string(first->line) : "";
-  if (leftOut + doubted > 1) {
+  if (all > 1) {
     text += "the first" + line;
   } else {
     text.erase(text.size() - (line.empty() ? 2 : 1));
