@@ -50,7 +50,7 @@ COMMANDS = [
 # What is said where only something beside the model could not be read: libraries, textures, what the host has.
 DOUBTS = (b"librar", b"texture", b"(missing)", b"cannot read this file", b"unknown material", b"-1  ", b'"error"',
           b"null")
-LINES = re.compile(rb'(,| |in|the first)*line \d+|"line": (\d+|null)|(:\d+)+(?=: (error|note|warning))')
+LINES = re.compile(rb'(,| |in|the first)*line \d+|, the first(?=:)|"line": (\d+|null)|(:\d+)+(?=: (error|note|warning))')
 FAILED = {"diff": (1, 3)}
 
 
