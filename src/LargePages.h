@@ -10,6 +10,10 @@
 /// Bytes of a large page, where there are any, and their alignment.
 inline constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
+constexpr std::size_t roundUp(std::size_t bytes, std::size_t unit) {
+  return (bytes + unit - 1) / unit * unit;
+}
+
 /// Tells the system that the block, fresh from the allocator, will be written to from end to end. Where it
 /// can give such memory in large pages, that saves most of the time that the first touch of it takes.
 /// Changes nothing that a program could see.

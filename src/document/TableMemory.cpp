@@ -26,10 +26,6 @@ bool isLarge(std::size_t bytes) {
   return bytes >= kLarge;
 }
 
-constexpr std::size_t roundUp(std::size_t bytes, std::size_t unit) {
-  return (bytes + unit - 1) / unit * unit;
-}
-
 /// Whole pages, of which nothing is there before it is touched.
 std::size_t pagesOf(std::size_t bytes) {
   return roundUp(bytes, kPages);

@@ -15,10 +15,6 @@ constexpr std::size_t kAlignment = alignof(std::max_align_t);
 /// Larger pieces would gain nothing, and leave more of the last unused.
 constexpr std::size_t kMaxPiece = std::size_t{32} << 20;
 
-constexpr std::size_t roundUp(std::size_t bytes, std::size_t unit) {
-  return (bytes + unit - 1) / unit * unit;
-}
-
 }  // namespace
 
 /// What stands before the memory of a piece.
