@@ -498,6 +498,12 @@ TEST(Document, SourcesAndStops) {
   EXPECT_EQ(document.readBytes("\xFF\xFEv", "x").status, Status::notText);
   EXPECT_EQ(document.readBytes(std::string("\x89PNG\r\n\x1A\n\x01\x02\x03\x04"), "x").status,
             Status::notText);
+  EXPECT_EQ(document.readBytes(std::string("glTF\2\0\0\0", 8) + std::string(200, 'x'), "x").status,
+            Status::notText);
+  // As compressed data are: each byte as often as any other.
+  std::string bytes;
+  for (int i = 0; i < 4096; ++i) bytes += static_cast<char>(1 + i % 255);
+  EXPECT_EQ(document.readBytes(bytes, "x").status, Status::notText);
   EXPECT_EQ(document.findings().count(FindingKind::notText), 1U);
 
   const auto stopAtOnce = [](double) { return false; };

@@ -15,10 +15,6 @@ OBJTextSink::OBJTextSink(const std::string& path)
 OBJTextSink::OBJTextSink(const OBJByteSink& sink)
     : sink_(&sink), buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)), position_(buffer_.get()) {}
 
-OBJTextSink::~OBJTextSink() {
-  if (file_ != nullptr) flush();
-}
-
 void OBJTextSink::flush() {
   const std::string_view held(buffer_.get(), static_cast<std::size_t>(position_ - buffer_.get()));
   position_ = buffer_.get();

@@ -18,14 +18,13 @@ class OBJTextSink {
   /// What is thrown when the other sink wants no more.
   struct Stopped {};
 
-  /// Opens the file for writing and empties it; `isOpen` tells whether that went well.
+  /// Opens the file for writing and empties it; `isOpen` tells whether that went well. What is left at the
+  /// end is dropped without a `flush`.
   explicit OBJTextSink(const std::string& path);
-  /// Writes to `sink`, which must outlive this. What is left at the end is dropped without a `flush`.
+  /// The same for `sink`, which must outlive this.
   explicit OBJTextSink(const OBJByteSink& sink);
   OBJTextSink(const OBJTextSink&) = delete;
   OBJTextSink& operator=(const OBJTextSink&) = delete;
-  /// Writes what is left of a file and closes it.
-  ~OBJTextSink();
 
   /// The file was opened.
   bool isOpen() const { return file_ != nullptr; }
